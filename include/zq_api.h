@@ -1,0 +1,194 @@
+/*
+ * api_cpp: client library of the ZQ family of 6- and 7-joint robot arms.
+ *
+ * Plain C interface. Every function returns a code or a record by value and
+ * hands results out through the caller's pointers. Compiles as C11 and C++.
+ */
+#ifndef ZQ_API_H
+#define ZQ_API_H
+
+#include <stdarg.h>
+#include <stdint.h>
+#include <cjson/cJSON.h>
+
+#if defined(_WIN32)
+#define ZQ_API __declspec(dllexport)
+#else
+#define ZQ_API __attribute__((visibility("default")))
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ------------------------------------------------------------------ */
+/* Enumerations                                                        */
+/* ------------------------------------------------------------------ */
+
+/* Thread mode, fixed once by zq_init. */
+typedef enum {
+    ZQ_SINGLE_THREAD_MODE = 0,   /* no threads: the waiting caller reads its socket */
+    ZQ_RECV_THREAD_MODE = 1,     /* one socket receive thread */
+    ZQ_RECV_UDP_THREAD_MODE = 2  /* socket receive thread and UDP realtime thread */
+} zq_thread_mode_e;
+
+/* Public arm model number, learned from the product version text. */
+typedef enum {
+    ZQ_MODEL_ZQ41_E = 0,
+    ZQ_MODEL_ZQ52_E = 1,
+    ZQ_MODEL_ZQL36_E = 3,
+    ZQ_MODEL_ZQL36III_E = 4,
+    ZQ_MODEL_VDA41_E = 5,
+    ZQ_MODEL_VDA26_E = 6,
+    ZQ_MODEL_HTR27_E = 7,
+    ZQ_MODEL_VDA36_E = 8,
+    ZQ_MODEL_UNIVERSAL_E = 9,
+    ZQ_MODEL_KWBL37_E = 10,
+    ZQ_MODEL_KWBR37_E = 11,
+    ZQ_MODEL_MQL52_E = 12,
+    ZQ_MODEL_MQR52_E = 13,
+    ZQ_MODEL_KWBL47_E = 14,
+    ZQ_MODEL_KWBR47_E = 15,
+    ZQ_MODEL_MQL52II_E = 16,
+    ZQ_MODEL_MQR52II_E = 17
+} zq_robot_arm_model_e;
+
+/* End-of-arm variant (force sensor kind). */
+typedef enum {
+    ZQ_MODEL_ZQ_B_E = 0,     /* "-B": no force sensor */
+    ZQ_MODEL_ZQ_ZF_E = 1,    /* "-ZF": one-axis force sensor */
+    ZQ_MODEL_ZQ_6F_E = 2,    /* "-6F": six-axis force sensor */
+    ZQ_MODEL_ZQ_6FB_E = 3,   /* "-6FB" */
+    ZQ_MODEL_ZQ_B_V_E = 4,   /* "-B-V" */
+    ZQ_MODEL_ZQ_6FB_V_E = 5  /* "-6FB-V" */
+} zq_force_type_e;
+
+/* Kind of a pushed event handed to the event callback. */
+typedef enum { ZQ_EVENT_NONE = 0, ZQ_EVENT_TRAJECTORY = 1, ZQ_EVENT_PROGRAM = 2 } zq_event_type_e;
+
+/* ------------------------------------------------------------------ */
+/* Pose records (lengths in metres, angles in radians)                 */
+/* ------------------------------------------------------------------ */
+
+typedef struct {
+    float x, y, z;
+} zq_position;
+
+typedef struct {
+    float w, x, y, z;
+} zq_quat_t;
+
+/* Fixed-axis Euler angles: R = Rz(rz) Ry(ry) Rx(rx). */
+typedef struct {
+    float rx, ry, rz;
+} zq_euler_t;
+
+typedef struct {
+    zq_position position;
+    zq_quat_t quaternion;
+    zq_euler_t euler;
+} zq_pose_t;
+
+typedef struct {
+    char frame_name[12];
+    zq_pose_t pose;
+    float payload; /* kg */
+    float x, y, z; /* payload centre, m */
+} zq_frame_t;
+
+/* DH parameters: lengths in metres, alpha and offset in degrees. */
+typedef struct {
+    float d[8];
+    float a[8];
+    float alpha[8];
+    float offset[8];
+} zq_dh_t;
+
+/* 4 by 4 row-major matrix; also holds 3 by 3 rotations and 3 by 1 vectors. */
+typedef struct {
+    int16_t rows;
+    int16_t cols;
+    float data[4][4];
+} zq_matrix_t;
+
+/* ------------------------------------------------------------------ */
+/* Session records                                                     */
+/* ------------------------------------------------------------------ */
+
+/*
+ * What the caller holds for one controller connection. `id` is the pool slot
+ * + 1 when usable and -1 when the connection or its first queries failed; the
+ * other fields are the library's own copy of what it learned from the arm.
+ */
+typedef struct {
+    int32_t id;
+    int32_t arm_dof;
+    zq_robot_arm_model_e arm_model;
+    int32_t sys_model;
+    zq_force_type_e force_type;
+    zq_frame_t tool_frame;
+    zq_frame_t work_frame;
+    float install_angle[3];
+    float joint_max_pos[7];
+    float joint_min_pos[7];
+    float joint_max_acc[7];
+    float joint_max_speed[7];
+    zq_dh_t dh_data;
+    int32_t udp_port;
+    int32_t pending_trajectory;
+    int32_t pending_program;
+    int32_t controller_version;
+} zq_robot_handle;
+
+typedef struct {
+    int32_t arm_dof;
+    int32_t arm_model;
+    int32_t force_type;
+    int32_t controller_version;
+} zq_robot_info_t;
+
+/* Pushed event, handed to the event callback by value on the receive thread. */
+typedef struct {
+    int32_t handle_id;
+    zq_event_type_e event_type;
+    uint8_t trajectory_state;
+    int32_t device; /* 0 arm, 3 lift, 4 expansion joint */
+    int32_t trajectory_connect;
+    int32_t program_id;
+} zq_event_push_data_t;
+
+typedef void (*zq_event_callback_t)(zq_event_push_data_t data);
+typedef void (*zq_log_callback_t)(const char* fmt, va_list args);
+
+/* ------------------------------------------------------------------ */
+/* Library frame and sessions                                          */
+/* ------------------------------------------------------------------ */
+
+ZQ_API int zq_init(zq_thread_mode_e mode);
+ZQ_API int zq_destroy(void);
+ZQ_API const char* zq_api_version(void);
+ZQ_API void zq_set_log_call_back(zq_log_callback_t sink, int level);
+ZQ_API void zq_set_log_save(const char* path);
+ZQ_API void zq_set_timeout(int timeout_ms);
+ZQ_API zq_robot_handle* zq_create_robot_arm(const char* ip, int port);
+ZQ_API int zq_delete_robot_arm(zq_robot_handle* handle);
+ZQ_API int zq_get_robot_info(zq_robot_handle* handle, zq_robot_info_t* info);
+ZQ_API void zq_get_arm_event_call_back(zq_event_callback_t callback);
+
+/* ------------------------------------------------------------------ */
+/* Controller commands                                                 */
+/* ------------------------------------------------------------------ */
+
+ZQ_API int zq_get_arm_run_mode(zq_robot_handle* handle, int* mode);
+ZQ_API int zq_set_arm_run_mode(zq_robot_handle* handle, int mode);
+
+#ifdef __cplusplus
+}
+#endif
+
+#include "zq_realtime.h"
+#include "zq_motion.h"
+#include "zq_commands.h"
+#include "zq_algo.h"
+
+#endif /* ZQ_API_H */

@@ -1,0 +1,44 @@
+// The reply FIFO of one session: 40 fixed entries, filed by the receive
+// thread and claimed by key by waiting commands.
+#pragma once
+
+#include <cstdint>
+
+#include "platform/platform.h"
+
+namespace zq {
+
+constexpr int kFifoEntries = 40;
+constexpr int kFifoKeySize = 50;
+constexpr int kFifoDataSize = 10240;
+constexpr uint64_t kFifoStaleAfter = 50;
+
+struct FifoEntry {
+    uint8_t valid;
+    int32_t len;
+    char key[kFifoKeySize];
+    int32_t id;
+    char data[kFifoDataSize];
+    uint64_t stamp;
+};
+
+struct ReplyFifo {
+    FifoEntry fifo[kFifoEntries];
+    uint64_t receive_tick;
+    platform::Mutex lock;
+    platform::CondVar filed;
+
+    ReplyFifo();
+    // Counts one framed message and finds the entry it may go to, or -1 when
+    // the FIFO is full. Caller holds `lock`.
+    int begin_store();
+    // Stores `text` under `key` into entry `slot` and wakes the waiters.
+    // Caller holds `lock`.
+    void store(int slot, const char* key, const char* text, int len);
+    // Takes the first valid entry with this key: copies at most cap - 1 bytes
+    // and a terminator, zeroes the entry, returns the stored length or -1.
+    // Caller holds `lock`.
+    int take(const char* key, char* out, int cap);
+};
+
+}  // namespace zq

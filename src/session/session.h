@@ -1,0 +1,114 @@
+// The pool of sessions and the per-connection record behind a handle.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "platform/platform.h"
+#include "session/fifo.h"
+#include "session/socket.h"
+#include "zq_api.h"
+
+namespace zq {
+
+constexpr int kMaxSessions = 5;
+constexpr int kStreamBufferSize = 1048576;  // receive stream of one session
+constexpr int kMaxMessage = 16384;          // one framed message, terminator included
+constexpr int kLineBufferSize = 20480;      // single-thread mode line buffer
+
+// Bytes of one session's TCP stream not yet cut into messages.
+struct StreamBuffer {
+    std::vector<char> data = std::vector<char>(kStreamBufferSize);
+    int fill = 0;
+};
+
+struct zq_robot_session {
+    uint8_t session_id = 0;
+    zq_socket_t* socket = nullptr;
+    ReplyFifo* fifo_handle = nullptr;
+    zq_robot_handle handle{};
+    // Receive-thread side: this session's stream.
+    StreamBuffer stream;
+    // Single-thread mode: the line being assembled by a waiting caller, and
+    // the lock that lets one caller at a time read this session's socket.
+    platform::Mutex line_lock;
+    std::vector<char> line = std::vector<char>(kLineBufferSize);
+    int line_len = 0;
+
+    zq_robot_session() = default;
+    zq_robot_session(const zq_robot_session&) = delete;
+    zq_robot_session& operator=(const zq_robot_session&) = delete;
+    ~zq_robot_session();
+};
+using SessionRef = std::shared_ptr<zq_robot_session>;
+
+// ---- process-wide state -------------------------------------------------
+platform::RwLock& pool_lock();
+int thread_mode();
+bool stopping();
+int query_timeout();
+int config_timeout();
+int bus_timeout();
+void set_bus_timeout(int ms);
+int port_table(int slot);
+
+// The session of a handle, found by address; null if none. Caller holds pool_lock.
+zq_robot_session* find_session(const zq_robot_handle* handle);
+// Every session with a socket, for the receive thread (takes no pool_lock).
+int snapshot_sessions(SessionRef* out);
+// Wakes the receive thread so that it looks at the pool afresh.
+void wake_receiver();
+
+// Joint count of a handle, 1 to 10, or -1 (unknown handle or count out of range).
+int read_joint_count(const zq_robot_handle* handle);
+// Stores a joint count of 1 to 10: 0, -1 unknown handle, -2 out of range.
+int set_joint_count(zq_robot_handle* handle, int dof);
+// The handle of the session whose socket has this address and port, or null.
+zq_robot_handle* find_handle_by_address(const char* ip, int port);
+
+// Runs `f(handle)` under the exclusive pool lock if the handle is known.
+// Returns 0, or -1 for an unknown handle.
+template <class F>
+int store_in_handle(zq_robot_handle* handle, F&& f) {
+    std::unique_lock<platform::RwLock> lock(pool_lock());
+    if (!find_session(handle)) return -1;
+    f(*handle);
+    return 0;
+}
+
+// Runs `f(handle)` under the shared pool lock if the handle is known.
+template <class F>
+int read_handle(const zq_robot_handle* handle, F&& f) {
+    std::shared_lock<platform::RwLock> lock(pool_lock());
+    if (!find_session(handle)) return -1;
+    f(*handle);
+    return 0;
+}
+
+// Generation gate of commands that exist on one controller generation only:
+// 0 when the handle's controller_version equals `version`, -1 for an unknown
+// handle, `refusal` otherwise. No lock stays held.
+int generation_gate(const zq_robot_handle* handle, int version, int refusal);
+
+// Atomic access to handle fields that the receive threads read while
+// commands change them under the pool lock.
+inline int32_t atomic_get(const int32_t& field) { return __atomic_load_n(&field, __ATOMIC_ACQUIRE); }
+inline void atomic_set(int32_t& field, int32_t v) { __atomic_store_n(&field, v, __ATOMIC_RELEASE); }
+// Lowers a positive counter by one; true when it was above 0.
+bool atomic_take(int32_t& counter);
+
+// The event callback, or null.
+zq_event_callback_t event_callback();
+
+}  // namespace zq
+
+extern "C" {
+// Pending counters and the hand-follow flag (ops 0 to 6).
+int zq_motion_count_op(zq_robot_handle* handle, int op);
+}
+
+namespace zq {
+bool hand_follow_enabled();
+}

@@ -1,0 +1,33 @@
+// The process-wide UDP listener: up to five bound ports with reference counts.
+#pragma once
+
+#include <cstdint>
+
+extern "C" {
+
+typedef struct {
+    int32_t fd;
+    int32_t port;
+    int32_t count;  // references; 0 means a free entry
+} udp_port_entry;
+
+typedef struct zq_udp_socket_t zq_udp_socket_t;
+struct zq_udp_socket_t {
+    udp_port_entry entries[5];
+    int (*zq_udp_add_port)(zq_udp_socket_t* self, int port);
+    int (*zq_udp_remove_port)(zq_udp_socket_t* self, int port);
+};
+
+}
+
+namespace zq {
+
+zq_udp_socket_t* udp_listener_make();
+// The listener of mode 2, or null. Entries change under the exclusive pool
+// lock and are read by the UDP thread through udp_listener_snapshot.
+zq_udp_socket_t* udp_listener();
+// Copies the descriptors of the used entries (at most 5) under the listener's
+// own lock; returns their count.
+int udp_listener_snapshot(int* fds, int* ports);
+
+}  // namespace zq
