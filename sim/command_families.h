@@ -1,0 +1,15 @@
+// Registration of each command family into the command table. A new family adds its
+// function here and to the list in command_table.cpp.
+#pragma once
+
+#include "command_table.h"
+
+namespace zqsim {
+
+void register_state_commands(CommandTable& table);       // run mode, software information
+void register_realtime_commands(CommandTable& table);    // realtime report settings
+void register_frame_commands(CommandTable& table);       // tool and work frames, install pose, DH chain
+void register_limit_commands(CommandTable& table);       // joint limits
+void register_trajectory_commands(CommandTable& table);  // current trajectory
+
+}  // namespace zqsim
