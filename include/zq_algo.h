@@ -8,6 +8,65 @@
 extern "C" {
 #endif
 
+/* ------------------------------------------------------------------ */
+/* Kinematic core: arm model data, frames, forward kinematics,         */
+/* singularities and pose helpers. Joint angles are degrees, lengths   */
+/* metres, Euler angles radians. A null handle works on the process-   */
+/* wide arm data; a known handle first loads that arm's data.          */
+/* ------------------------------------------------------------------ */
+
+ZQ_API char* zq_algo_version(void);
+
+/* Arm model data. */
+ZQ_API void zq_algo_init_sys_data(zq_robot_arm_model_e model, zq_force_type_e force);
+ZQ_API void zq_algo_init_sys_data_by_dh(zq_force_type_e force, zq_dh_t dh, int dof);
+ZQ_API void zq_algo_set_robot_dof(int dof);
+ZQ_API void zq_algo_set_dh(zq_dh_t dh);
+ZQ_API zq_dh_t zq_algo_get_dh(void);
+ZQ_API void zq_algo_set_joint_max_limit(const float* joint);
+ZQ_API void zq_algo_get_joint_max_limit(float* joint);
+ZQ_API void zq_algo_set_joint_min_limit(const float* joint);
+ZQ_API void zq_algo_get_joint_min_limit(float* joint);
+ZQ_API void zq_algo_set_joint_max_speed(const float* speed);
+ZQ_API void zq_algo_get_joint_max_speed(float* speed);
+ZQ_API void zq_algo_set_joint_max_acc(const float* acc);
+ZQ_API void zq_algo_get_joint_max_acc(float* acc);
+
+/* Installation, tool and work frames. */
+ZQ_API void zq_algo_set_angle(float x, float y, float z);
+ZQ_API void zq_algo_get_angle(float* x, float* y, float* z);
+ZQ_API void zq_algo_set_workframe(const zq_frame_t* frame);
+ZQ_API void zq_algo_get_curr_workframe(zq_frame_t* frame);
+ZQ_API void zq_algo_set_toolframe(const zq_frame_t* frame);
+ZQ_API void zq_algo_get_curr_toolframe(zq_frame_t* frame);
+
+/* Forward kinematics: the tool pose in the work frame. */
+ZQ_API zq_pose_t zq_algo_forward_kinematics(zq_robot_handle* handle, const float* joint);
+
+/* Singularity analysis. */
+ZQ_API int zq_algo_universal_singularity_analyse(const float* q, float limit);
+ZQ_API int zq_algo_kin_robot_singularity_analyse(const float* q, float* distance);
+ZQ_API void zq_algo_kin_set_singularity_thresholds(float limit_qe, float limit_qw, float limit_d);
+ZQ_API void zq_algo_kin_get_singularity_thresholds(float* limit_qe, float* limit_qw, float* limit_d);
+ZQ_API void zq_algo_kin_singularity_thresholds_init(void);
+
+/* Orientation and pose conversions (pure). */
+ZQ_API zq_quat_t zq_algo_euler2quaternion(zq_euler_t eu);
+ZQ_API zq_euler_t zq_algo_quaternion2euler(zq_quat_t qua);
+ZQ_API zq_matrix_t zq_algo_euler2matrix(zq_euler_t eu);
+ZQ_API zq_matrix_t zq_algo_pos2matrix(zq_pose_t pose);
+ZQ_API zq_pose_t zq_algo_matrix2pos(zq_matrix_t matrix);
+ZQ_API zq_pose_t zq_algo_base2workframe(zq_matrix_t matrix, zq_pose_t pose);
+ZQ_API zq_pose_t zq_algo_workframe2base(zq_matrix_t matrix, zq_pose_t pose);
+ZQ_API zq_pose_t zq_algo_end2tool(zq_robot_handle* handle, zq_pose_t pose);
+ZQ_API zq_pose_t zq_algo_tool2end(zq_robot_handle* handle, zq_pose_t pose);
+
+/* Target poses for tool moves and rotations. */
+ZQ_API zq_pose_t zq_algo_cartesian_tool(zq_robot_handle* handle, const float* joint, float x, float y, float z);
+ZQ_API zq_pose_t zq_algo_pose_move(zq_robot_handle* handle, zq_pose_t current, const float* move, int frame_mode);
+ZQ_API zq_pose_t zq_algo_rotate_move(zq_robot_handle* handle, const float* joint, int axis, float angle,
+                                     zq_pose_t frame);
+
 #ifdef __cplusplus
 }
 #endif
