@@ -8,6 +8,45 @@
 extern "C" {
 #endif
 
+/* ---- software information ---- */
+typedef struct {
+    char version[20];
+} zq_algorithm_info_t;
+
+typedef struct {
+    char build_time[20];
+    char version[20];
+} zq_build_info_t;
+
+typedef struct {
+    char model_version[5];
+} zq_dynamic_info_t;
+
+typedef struct {
+    char product_version[20];
+    char controller_version[10];
+    zq_algorithm_info_t algorithm_info;
+    zq_build_info_t ctrl_info;
+    zq_dynamic_info_t dynamic_info;
+    zq_build_info_t plan_info;
+    zq_build_info_t communication_info;
+    zq_build_info_t program_info;
+} zq_arm_software_version_t;
+
+ZQ_API int zq_get_arm_software_info(zq_robot_handle* handle, zq_arm_software_version_t* info);
+
+/* ---- joint limits (degrees, degrees per second, degrees per second squared) ---- */
+ZQ_API int zq_get_joint_max_speed(zq_robot_handle* handle, float* speed);
+ZQ_API int zq_get_joint_max_acc(zq_robot_handle* handle, float* acc);
+ZQ_API int zq_get_joint_min_pos(zq_robot_handle* handle, float* pos);
+ZQ_API int zq_get_joint_max_pos(zq_robot_handle* handle, float* pos);
+
+/* ---- frames, install pose, DH parameters ---- */
+ZQ_API int zq_get_current_tool_frame(zq_robot_handle* handle, zq_frame_t* frame);
+ZQ_API int zq_get_current_work_frame(zq_robot_handle* handle, zq_frame_t* frame);
+ZQ_API int zq_get_install_pose(zq_robot_handle* handle, float* x, float* y, float* z);
+ZQ_API int zq_get_DH_data(zq_robot_handle* handle, zq_dh_t* dh);
+
 #ifdef __cplusplus
 }
 #endif

@@ -22,6 +22,7 @@ constexpr int kLineBufferSize = 20480;      // single-thread mode line buffer
 struct StreamBuffer {
     std::vector<char> data = std::vector<char>(kStreamBufferSize);
     int fill = 0;
+    int scanned = 0;  // bytes after the last cut already searched for CR LF
 };
 
 struct zq_robot_session {
@@ -29,8 +30,9 @@ struct zq_robot_session {
     zq_socket_t* socket = nullptr;
     ReplyFifo* fifo_handle = nullptr;
     zq_robot_handle handle{};
-    // Receive-thread side: this session's stream.
+    // Receive-thread side: this session's stream, and whether the peer closed it.
     StreamBuffer stream;
+    bool peer_closed = false;
     // Single-thread mode: the line being assembled by a waiting caller, and
     // the lock that lets one caller at a time read this session's socket.
     platform::Mutex line_lock;

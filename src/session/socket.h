@@ -1,6 +1,7 @@
 // TCP socket object of one session: a record that carries its operations.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 extern "C" {
@@ -16,6 +17,9 @@ struct zq_socket_t {
     int (*zq_socket_recv_log)(zq_socket_t* self, char* buf, int cap);
     int (*zq_socket_recv)(zq_socket_t* self, char* buf, int cap);
     int (*zq_socket_close)(zq_socket_t* self);
+    // Set when the session is being deleted or the library destroyed: a send
+    // that would block gives up instead of retrying.
+    std::atomic<bool> abandoned;
 };
 
 }

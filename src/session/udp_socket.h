@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "platform/platform.h"
+
 extern "C" {
 
 typedef struct {
@@ -27,7 +29,14 @@ zq_udp_socket_t* udp_listener_make();
 // lock and are read by the UDP thread through udp_listener_snapshot.
 zq_udp_socket_t* udp_listener();
 // Copies the descriptors of the used entries (at most 5) under the listener's
-// own lock; returns their count.
-int udp_listener_snapshot(int* fds, int* ports);
+// own lock, with their entry numbers, and closes descriptors removed since the last snapshot; returns
+// the count. Only the UDP thread calls it, between two polls.
+int udp_listener_snapshot(int* fds, int* ports, int* entry_index);
+// While the UDP thread polls, removed descriptors are closed by its next
+// snapshot rather than at once, so that it never polls a reused descriptor.
+void udp_listener_set_polled(bool polled);
+void udp_listener_close_retired_locked();
+// Fires when the set of listened ports changes.
+platform::Waker& udp_listener_waker();
 
 }  // namespace zq

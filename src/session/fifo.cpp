@@ -1,0 +1,66 @@
+// Reply FIFO: fixed entries, claimed by key, aged by message count.
+#include "session/fifo.h"
+
+#include <cstdio>
+#include <cstring>
+
+namespace zq {
+
+ReplyFifo::ReplyFifo() : fifo{}, receive_tick(0) {}
+
+int ReplyFifo::begin_store() {
+    ++receive_tick;
+    // The oldest entry: the first with the smallest stamp.
+    int oldest = 0;
+    uint64_t smallest = 2147483647;
+    for (int i = 0; i < kFifoEntries; ++i) {
+        if (fifo[i].stamp < smallest) {
+            smallest = fifo[i].stamp;
+            oldest = i;
+        }
+    }
+    for (int i = 0; i < kFifoEntries; ++i) {
+        if (i == kFifoEntries - 1) std::memset(&fifo[oldest], 0, sizeof fifo[oldest]);
+        if (fifo[i].valid != 1) return i;
+        if (fifo[i].stamp + kFifoStaleAfter < receive_tick) return i;  // unclaimed for too long
+    }
+    return -1;
+}
+
+void ReplyFifo::store(int slot, const char* text, int len) {
+    FifoEntry& e = fifo[slot];
+    int n = len < kFifoDataSize - 1 ? len : kFifoDataSize - 1;
+    std::memcpy(e.data, text, static_cast<size_t>(n));
+    e.data[n] = '\0';
+    e.stamp = receive_tick;
+    e.len = n;
+    e.valid = 1;
+    filed.notify_all();
+}
+
+void ReplyFifo::set_key(int slot, const char* key) {
+    FifoEntry& e = fifo[slot];
+    std::memset(e.key, 0, sizeof e.key);
+    if (key) std::snprintf(e.key, sizeof e.key, "%s", key);
+}
+
+int ReplyFifo::take(const char* key, char* out, int cap) {
+    // Stored keys are cut to the entry's size; a waited key is compared the same way.
+    const size_t key_len = strnlen(key, sizeof fifo[0].key - 1);
+    for (auto& e : fifo) {
+        if (e.valid != 1 || strnlen(e.key, sizeof e.key) != key_len) continue;
+        if (std::memcmp(e.key, key, key_len) != 0) continue;
+        int len = e.len;
+        if (out && cap > 0) {
+            int n = len < cap - 1 ? len : cap - 1;
+            std::memcpy(out, e.data, static_cast<size_t>(n));
+            out[n] = '\0';
+            len = n;
+        }
+        std::memset(&e, 0, sizeof e);
+        return len;
+    }
+    return -1;
+}
+
+}  // namespace zq

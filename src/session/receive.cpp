@@ -1,0 +1,172 @@
+// Socket receive thread: stream framing at CR LF and routing by key.
+#include "session/receive.h"
+
+#include <cstring>
+
+#include <cjson/cJSON.h>
+
+#include "session/log.h"
+#include "session/trajectory_save.h"
+
+namespace zq {
+namespace {
+
+constexpr int kChunk = 8192;
+
+const char* string_member(const cJSON* root, const char* name) {
+    const cJSON* item = cJSON_GetObjectItemCaseSensitive(root, name);
+    return cJSON_IsString(item) ? item->valuestring : nullptr;
+}
+
+int int_member(const cJSON* root, const char* name) {
+    const cJSON* item = cJSON_GetObjectItemCaseSensitive(root, name);
+    return item ? item->valueint : 0;
+}
+
+void clear_key(ReplyFifo& fifo, int slot) {
+    std::lock_guard<platform::Mutex> lock(fifo.lock);
+    fifo.set_key(slot, nullptr);
+}
+
+void notify(zq_event_push_data_t event) {
+    zq_event_callback_t cb = event_callback();
+    if (cb) cb(event);
+}
+
+}  // namespace
+
+void route_message(zq_robot_session& session, const char* text, int len) {
+    ReplyFifo& fifo = *session.fifo_handle;
+    int slot;
+    {
+        std::lock_guard<platform::Mutex> lock(fifo.lock);
+        slot = fifo.begin_store();
+    }
+    if (slot < 0) return;  // full: the entry freed just now serves the next message
+
+    cJSON* root = cJSON_ParseWithLength(text, static_cast<size_t>(len));
+    if (!root) return;
+    const char* key = string_member(root, "state");
+    if (!key) key = string_member(root, "command");
+
+    if (!key && cJSON_IsArray(cJSON_GetObjectItemCaseSensitive(root, "point"))) {
+        trajectory_route_point(text, len);
+        cJSON_Delete(root);
+        return;
+    }
+    if (key && std::strcmp(key, "save_trajectory_finish") == 0) {
+        trajectory_mark_finished();
+        cJSON_Delete(root);
+        return;
+    }
+    if (key) {
+        std::lock_guard<platform::Mutex> lock(fifo.lock);
+        fifo.set_key(slot, key);
+    }
+
+    bool swallowed = false;
+    if (key && std::strcmp(key, "current_trajectory_state") == 0) {
+        zq_event_push_data_t event{};
+        event.handle_id = atomic_get(session.handle.id);
+        event.event_type = ZQ_EVENT_TRAJECTORY;
+        event.device = int_member(root, "device");
+        event.trajectory_state = cJSON_IsTrue(cJSON_GetObjectItemCaseSensitive(root, "trajectory_state")) ? 1 : 0;
+        event.trajectory_connect = int_member(root, "trajectory_connect");
+        event.program_id = 0;
+        notify(event);
+        swallowed = atomic_take(session.handle.pending_trajectory);
+    } else if (key && std::strcmp(key, "program_run_finish") == 0) {
+        zq_event_push_data_t event{};
+        event.handle_id = atomic_get(session.handle.id);
+        event.event_type = ZQ_EVENT_PROGRAM;
+        event.program_id = int_member(root, "finish_id");
+        notify(event);
+        swallowed = atomic_take(session.handle.pending_program);
+    } else if (key && std::strcmp(key, "conduct_project") == 0) {
+        swallowed = true;
+    } else if (key && (std::strcmp(key, "hand_follow_angle") == 0 || std::strcmp(key, "hand_follow_pos") == 0)) {
+        swallowed = !hand_follow_enabled();
+    }
+    cJSON_Delete(root);
+    if (swallowed) {
+        clear_key(fifo, slot);
+        return;
+    }
+    std::lock_guard<platform::Mutex> lock(fifo.lock);
+    log_debug("fifo str_json %s----handle->fifo_handle->fifo->id %d\n", text, fifo.fifo[slot].id);
+    fifo.store(slot, text, len);
+}
+
+void stream_feed(zq_robot_session& session, const char* bytes, int len) {
+    StreamBuffer& sb = session.stream;
+    if (sb.fill + len >= kStreamBufferSize) {
+        sb.fill = 0;  // an overlong stream without CR LF is dropped
+        sb.scanned = 0;
+    }
+    std::memcpy(sb.data.data() + sb.fill, bytes, static_cast<size_t>(len));
+    sb.fill += len;
+
+    char one_json[kMaxMessage];
+    int start = 0;
+    for (;;) {
+        // Resume the search where the last one ended, one byte back for a split CR LF.
+        int from = start + (sb.scanned > 1 ? sb.scanned - 1 : 0);
+        const char* base = sb.data.data();
+        const char* cr = nullptr;
+        for (const char* p = base + from; p + 1 < base + sb.fill; ++p) {
+            p = static_cast<const char*>(std::memchr(p, '\r', static_cast<size_t>(base + sb.fill - 1 - p)));
+            if (!p) break;
+            if (p[1] == '\n') {
+                cr = p;
+                break;
+            }
+        }
+        if (!cr) {
+            sb.scanned = sb.fill - start;
+            break;
+        }
+        sb.scanned = 0;
+        int length = static_cast<int>(cr - (base + start));
+        if (length >= kMaxMessage) length = kMaxMessage - 1;  // the rest is framed as a further message
+        if (length > 0) {
+            std::memcpy(one_json, base + start, static_cast<size_t>(length));
+            one_json[length] = '\0';
+            route_message(session, one_json, length);
+        }
+        start += length + 2;
+        if (start > sb.fill) start = sb.fill;
+    }
+    if (start > 0) {
+        std::memmove(sb.data.data(), sb.data.data() + start, static_cast<size_t>(sb.fill - start));
+        sb.fill -= start;
+    }
+}
+
+void socket_receive_loop(platform::Waker* waker) {
+    SessionRef sessions[kMaxSessions];
+    int fds[kMaxSessions];
+    bool ready[kMaxSessions];
+    char chunk[kChunk];
+    while (!stopping()) {
+        int n = snapshot_sessions(sessions);
+        for (int i = 0; i < n; ++i) {
+            zq_robot_session& s = *sessions[i];
+            fds[i] = (s.socket->fd > 0 && !s.peer_closed) ? s.socket->fd : -1;
+        }
+        int rc = platform::wait_readable(fds, n, ready, -1, waker);
+        if (rc < 0) platform::sleep_ms(1);
+        for (int i = 0; i < n && rc > 0; ++i) {
+            if (!ready[i]) continue;
+            zq_robot_session& s = *sessions[i];
+            int got = s.socket->zq_socket_recv(s.socket, chunk, kChunk);
+            if (got == -1) {
+                s.peer_closed = true;  // stop polling a stream that has ended
+                continue;
+            }
+            if (got > 0) stream_feed(s, chunk, got);
+        }
+        for (int i = 0; i < n; ++i) sessions[i].reset();
+    }
+}
+
+}  // namespace zq
