@@ -1,5 +1,6 @@
-// The shapes every controller command is built from. A command function is
 // Before adding a command family, read docs/contributing.md (rules for this tree).
+//
+// The shapes every controller command is built from. A command function is
 // a row (command literal, reply key, result key, keys, scales, time-out)
 // handed to one of these.
 #pragma once
