@@ -257,8 +257,9 @@ int zq_parse_reply(const char* function_name, const char* text, zq_key_value_t* 
                     break;
                 }
                 const int size = cJSON_GetArraySize(item);
-                // Inside a wrapped state reply a count of 0 takes the array's own length.
-                if (wrapped && e.count == 0 && size >= 1) e.count = size;
+                // Inside a wrapped state reply a count of 0 takes the array's own
+                // length, which has to be at least 1.
+                if (wrapped && e.count == 0) e.count = size >= 1 ? size : -1;
                 if (size != e.count || size > ZQ_KEY_VALUE_INTS) {
                     log_error("[%s] Array size mismatch for key %s\n", function_name, e.key);
                     rc = -3;

@@ -38,6 +38,17 @@ pf::Thread g_recv_thread;
 pf::Thread g_udp_thread;
 pf::Waker g_recv_waker;
 
+void stop_threads();
+
+// A process that ends without zq_destroy still stops its receive threads
+// before the state they read goes away.
+struct ThreadsAtExit {
+    ~ThreadsAtExit() {
+        g_stop.store(true, std::memory_order_release);
+        stop_threads();
+    }
+} g_threads_at_exit;
+
 void set_slot(int i, SessionRef s) {
     std::lock_guard<pf::Mutex> lock(g_slots_lock);
     g_slots[i] = std::move(s);

@@ -1,7 +1,13 @@
 // Realtime reports: what the UDP receive thread does with one datagram.
 #pragma once
 
+#include "zq_api.h"
+
 namespace zq {
+
+// Parses one report of `len` bytes into `out`, which it zeroes first: 0, or
+// -3 when the text is no JSON or lacks a required section.
+int parse_realtime_report(const char* data, int len, zq_realtime_arm_joint_state_t* out);
 
 // Parses one report datagram from `ip` (the session's TCP port is `arm_port`)
 // and hands it to the realtime callback.

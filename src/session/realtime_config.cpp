@@ -77,3 +77,79 @@ extern "C" int zq_get_realtime_push(zq_robot_handle* handle, zq_realtime_push_co
     }
     return 0;
 }
+
+namespace zq {
+namespace {
+
+// The sections of "custom", in the order they go on the wire: the field that
+// decides whether the key is sent, and the field whose value is sent. The
+// "zq_plus_state" key is decided by plus_base.
+struct CustomSection {
+    const char* key;
+    int32_t zq_realtime_push_config_t::*test;
+    int32_t zq_realtime_push_config_t::*value;
+};
+
+const CustomSection kCustomSections[] = {
+    {"joint_speed", &zq_realtime_push_config_t::joint_speed, &zq_realtime_push_config_t::joint_speed},
+    {"lift_state", &zq_realtime_push_config_t::lift_state, &zq_realtime_push_config_t::lift_state},
+    {"expand_state", &zq_realtime_push_config_t::expand_state, &zq_realtime_push_config_t::expand_state},
+    {"arm_current_status", &zq_realtime_push_config_t::arm_current_status,
+     &zq_realtime_push_config_t::arm_current_status},
+    {"aloha_state", &zq_realtime_push_config_t::aloha_state, &zq_realtime_push_config_t::aloha_state},
+    {"hand", &zq_realtime_push_config_t::hand_state, &zq_realtime_push_config_t::hand_state},
+    {"zq_plus_base", &zq_realtime_push_config_t::plus_base, &zq_realtime_push_config_t::plus_base},
+    {"zq_plus_state", &zq_realtime_push_config_t::plus_base, &zq_realtime_push_config_t::plus_state},
+};
+
+}  // namespace
+}  // namespace zq
+
+extern "C" int zq_set_realtime_push(zq_robot_handle* handle, zq_realtime_push_config_t config) {
+    const char* fn = "zq_set_realtime_push";
+    zq_robot_info_t info{};
+    const bool known = zq_get_robot_info(handle, &info) != -1;
+    zq_send_value_t values[8] = {send_str("command", "set_realtime_push"), send_bool("enable", config.enable != 0)};
+    int n = 2;
+    if (config.cycle < 1) {
+        log_error("[%s] set realtime push config error, invaild cycle: %d!\n", fn, config.cycle);
+        return -4;
+    }
+    values[n++] = send_int("cycle", config.cycle);
+    if (config.port < 1) {
+        log_error("[%s] set realtime push config error, invaild port:%d !\n", fn, config.port);
+        return -4;
+    }
+    values[n++] = send_int("port", config.port);
+    char ip[sizeof config.ip + 1] = {0};
+    std::memcpy(ip, config.ip, sizeof config.ip);
+    const std::size_t ip_len = std::strlen(ip);
+    if (ip_len < 7 || ip_len > 15) {
+        log_error("[%s] set realtime push config error, invaild ip: %s!\n", fn, ip);
+        return -4;
+    }
+    values[n++] = send_str("ip", ip);
+    if (info.force_type != 0 && config.force_coordinate >= 0) {
+        values[n++] = send_int("force_coordinate", config.force_coordinate);
+    } else if (config.force_coordinate != -1) {
+        log_info("[%s]Force sensors are not supported! \n", fn);
+    }
+    // Nothing would be sent for an unknown handle; don't build what no request takes over.
+    if (!known) return -1;
+    cJSON* custom = cJSON_CreateObject();
+    for (const CustomSection& s : kCustomSections) {
+        if (config.*s.test >= 0) cJSON_AddBoolToObject(custom, s.key, config.*s.value != 0);
+    }
+    if (custom->child) {
+        values[n++] = send_json("custom", custom);
+    } else {
+        cJSON_Delete(custom);
+    }
+    char out[1024] = {0};
+    int rc = zq_command_exchange(fn, handle, values, n, "set_realtime_push", out, sizeof out, query_timeout() + 200);
+    if (rc < 1) return rc;
+    rc = zq_parse_state(fn, out, "state");
+    if (rc != 0) return rc;
+    zq_realtime_push_config_t scratch{};
+    return zq_get_realtime_push(handle, &scratch);
+}
