@@ -1,0 +1,122 @@
+#include "kinematics/closed_forms.h"
+
+#include <cmath>
+#include <cstdint>
+
+namespace zq {
+namespace {
+
+// Twist of a link, fixed per family: 0, +pi/2 or -pi/2.
+enum Twist : int8_t { Z = 0, P = 1, N = -1 };
+
+struct Family {
+    bool standard;     // standard DH form, else modified
+    int n;             // joints
+    Twist twist[7];
+    uint8_t d_used;    // bit i: d[i] is part of the family
+    uint8_t a_used;    // bit i: a[i] is part of the family
+};
+
+constexpr uint8_t bits(int a, int b = -1, int c = -1, int d = -1) {
+    return static_cast<uint8_t>((a >= 0 ? 1 << a : 0) | (b >= 0 ? 1 << b : 0) | (c >= 0 ? 1 << c : 0) |
+                                (d >= 0 ? 1 << d : 0));
+}
+
+constexpr Family kZq41{false, 6, {Z, P, Z, P, N, P}, bits(0, 3, 5), bits(2)};
+constexpr Family kZq52{true, 7, {N, P, N, P, N, P, Z}, bits(0, 2, 4, 6), 0};
+constexpr Family kZql36{false, 6, {Z, N, Z, P, N, N}, bits(0, 3, 5), bits(1, 2, 3)};
+constexpr Family kZql36Offset{false, 6, {Z, N, Z, P, N, N}, static_cast<uint8_t>(bits(0, 1, 3, 5)), bits(1, 2, 3)};
+constexpr Family kVda{false, 6, {Z, N, Z, Z, P, N}, bits(0, 3, 4, 5), bits(1, 2, 3)};
+constexpr Family kHtr27{false, 7, {Z, N, P, P, N, P, P}, bits(0, 2, 4, 6), bits(3, 4, 6)};
+
+// Rigid transform kept as its three rotation columns and its translation.
+struct Frame {
+    float c[3][3];  // c[k] is column k
+    float p[3];
+};
+
+inline void axpy(float k, const float x[3], float y[3]) {
+    y[0] += k * x[0];
+    y[1] += k * x[1];
+    y[2] += k * x[2];
+}
+
+// Right-multiplies by Rx(twist): columns 1 and 2 exchange, with signs.
+inline void apply_twist(Frame& f, Twist t) {
+    if (t == Z) return;
+    for (int r = 0; r < 3; ++r) {
+        const float c1 = f.c[1][r], c2 = f.c[2][r];
+        f.c[1][r] = t == P ? c2 : -c2;
+        f.c[2][r] = t == P ? -c1 : c1;
+    }
+}
+
+// Right-multiplies by Rz(theta).
+inline void apply_rz(Frame& f, float st, float ct) {
+    for (int r = 0; r < 3; ++r) {
+        const float c0 = f.c[0][r], c1 = f.c[1][r];
+        f.c[0][r] = ct * c0 + st * c1;
+        f.c[1][r] = ct * c1 - st * c0;
+    }
+}
+
+template <const Family& F>
+zq_matrix_t evaluate(const zq_dh_block_t& dh, const float q[8], int kind) {
+    Frame f = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 0, 0}};
+    for (int i = 0; i < F.n; ++i) {
+        const float theta = q[i] + dh.offset[i];
+        const float st = std::sin(theta), ct = std::cos(theta);
+        const bool has_d = F.d_used & (1u << i), has_a = F.a_used & (1u << i);
+        if (F.standard) {  // Rz(theta) Tz(d) Tx(a) Rx(alpha)
+            if (has_d) axpy(dh.d[i], f.c[2], f.p);
+            apply_rz(f, st, ct);
+            if (has_a) axpy(dh.a[i], f.c[0], f.p);
+            apply_twist(f, F.twist[i]);
+        } else {  // Rx(alpha) Tx(a) Rz(theta) Tz(d)
+            if (has_a) axpy(dh.a[i], f.c[0], f.p);
+            apply_twist(f, F.twist[i]);
+            apply_rz(f, st, ct);
+            if (has_d) axpy(dh.d[i], f.c[2], f.p);
+        }
+    }
+    zq_matrix_t T{};
+    T.rows = T.cols = 4;
+    for (int r = 0; r < 3; ++r) {
+        for (int k = 0; k < 3; ++k) T.data[r][k] = f.c[k][r];
+        T.data[r][3] = f.p[r];
+    }
+    T.data[3][3] = 1.0f;
+    return shape_of(T, kind);
+}
+
+}  // namespace
+
+zq_matrix_t shape_of(const zq_matrix_t& T, int kind) {
+    if (kind != kFlangeRotation && kind != kFlangeTranslation) return T;
+    zq_matrix_t r{};
+    if (kind == kFlangeRotation) {
+        r.rows = r.cols = 3;
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < 3; ++j) r.data[i][j] = T.data[i][j];
+    } else {
+        r.rows = 3;
+        r.cols = 1;
+        for (int i = 0; i < 3; ++i) r.data[i][0] = T.data[i][3];
+    }
+    return r;
+}
+
+zq_matrix_t T_1N_zq41(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kZq41>(dh, q, kind); }
+zq_matrix_t T_1N_zq52(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kZq52>(dh, q, kind); }
+zq_matrix_t T_1N_zql36(const zq_dh_block_t& dh, const float q[8], int kind) {
+    return evaluate<kZql36>(dh, q, kind);
+}
+zq_matrix_t T_1N_zql36_offset(const zq_dh_block_t& dh, const float q[8], int kind) {
+    return evaluate<kZql36Offset>(dh, q, kind);
+}
+zq_matrix_t T_1N_vda(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kVda>(dh, q, kind); }
+zq_matrix_t T_1N_htr27(const zq_dh_block_t& dh, const float q[8], int kind) {
+    return evaluate<kHtr27>(dh, q, kind);
+}
+
+}  // namespace zq

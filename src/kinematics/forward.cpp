@@ -1,0 +1,32 @@
+#include "kinematics/forward.h"
+
+#include "kinematics/chain.h"
+#include "kinematics/matrix4.h"
+#include "kinematics/rotation.h"
+#include "kinematics/sys_data.h"
+
+namespace zq {
+
+zq_matrix_t base_to_flange_matrix(const float q[8], int kind) {
+    const zq_dh_block_t& dh = sys_data.dh;
+    switch (sys_data.model_code) {
+        case 0: return T_1N_zq41(dh, q, kind);
+        case 1: case 19: case 20: case 23: case 24: return T_1N_zq52(dh, q, kind);
+        case 3: case 10: return T_1N_zql36(dh, q, kind);
+        case 4: return T_1N_zql36_offset(dh, q, kind);
+        case 5: case 6: case 8: return T_1N_vda(dh, q, kind);
+        case 7: case 11: case 18: return T_1N_htr27(dh, q, kind);
+        default: return shape_of(chain_transform(q, kMachine, "T0n"), kind);
+    }
+}
+
+zq_matrix_t get_Tbase_flange(const float q[8]) { return base_to_flange_matrix(q, kFlangeTransform); }
+
+zq_matrix_t get_Twork_tool(const float q[8]) {
+    const zq_sys_data_t& s = sys_data;
+    return matrix_mul(matrix_mul(matrix_mul(s.Twork_world, s.Tworld_base), get_Tbase_flange(q)), s.Tflange_tool);
+}
+
+zq_pose_t get_work_tool_pose(const float q[8]) { return matrix_to_pose(get_Twork_tool(q)); }
+
+}  // namespace zq
