@@ -25,6 +25,87 @@ typedef struct {
     int32_t plus_state; /* wire key "zq_plus_state" */
 } zq_realtime_push_config_t;
 
+/* One realtime report. Zeroed for each datagram: a section the report lacks reads 0. */
+typedef struct {
+    int32_t errCode;    /* 0, or -3 when the datagram did not parse */
+    char arm_ip[16];    /* sender address of the datagram */
+    int32_t arm_port;   /* TCP port of the session slot that listens on this UDP port */
+    float joint_current[7];
+    uint8_t joint_en_flag[7];
+    uint16_t joint_err_code[7];
+    float joint_position[7]; /* degrees */
+    float joint_temperature[7];
+    float joint_voltage[7];
+    float joint_speed[7];
+    float force[6];
+    float zero_force[6];
+    int32_t coordinate;
+    int32_t err_len;
+    int32_t err[24];
+    zq_pose_t waypoint;
+    int32_t lift_height;
+    float lift_pos;
+    int32_t lift_current;
+    int32_t lift_err_flag;
+    int32_t lift_en_flag;
+    float expand_pos;
+    int32_t expand_current;
+    int32_t expand_err_flag;
+    int32_t expand_en_flag;
+    int32_t expand_joint_id;
+    int32_t expand_mode;
+    int32_t hand_pos[6];
+    int32_t hand_angle[6];
+    int32_t hand_force[6];
+    int32_t hand_state[6];
+    int32_t hand_err;
+    int32_t arm_current_status; /* 0 "idle" ... 17 "movev_canfd" */
+    int32_t aloha_io1_state;
+    int32_t aloha_io2_state;
+    int32_t plus_state; /* 0 data present, 1 "disable", 2 "offline" */
+    char manu[12];
+    int32_t type;
+    char hv[10];
+    char sv[10];
+    char bv[12];
+    int32_t id;
+    int32_t dof;
+    int32_t check;
+    int32_t bee;
+    uint8_t force_enable;
+    uint8_t touch;
+    int32_t touch_num;
+    int32_t touch_sw;
+    int32_t hand;
+    int32_t pos_up[6];
+    int32_t pos_low[6];
+    int32_t angle_up[6];
+    int32_t angle_low[6];
+    int32_t speed_up[6];
+    int32_t speed_low[6];
+    int32_t force_up[6];
+    int32_t force_low[6];
+    int32_t sys_state;
+    int32_t dof_state[6];
+    int32_t dof_err[6];
+    int32_t pos[6];
+    int32_t speed[6];
+    int32_t angle[6];
+    int32_t current[6];
+    int32_t normal_force[18];
+    int32_t tangential_force[18];
+    int32_t tangential_force_dir[18];
+    uint32_t tsa[12];
+    uint32_t tma[12];
+    int32_t touch_data[18];
+    int32_t plus_force[6];
+} zq_realtime_arm_joint_state_t;
+
+/* Runs on the UDP receive thread (thread mode 2) with a copy of each report. */
+typedef void (*zq_realtime_callback_t)(zq_realtime_arm_joint_state_t data);
+
+ZQ_API void zq_realtime_arm_state_call_back(zq_realtime_callback_t callback);
+ZQ_API int zq_set_realtime_push(zq_robot_handle* handle, zq_realtime_push_config_t config);
 ZQ_API int zq_get_realtime_push(zq_robot_handle* handle, zq_realtime_push_config_t* config);
 
 #ifdef __cplusplus

@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "arm_state.h"
+
 namespace zqsim {
 
 // One row of the kinematic chain, modified DH form as the controller reports it.
@@ -90,6 +92,11 @@ struct ArmConfig {
     int run_mode = 1;                // the controller comes up in run mode 1
     std::vector<double> joint_angles;  // current joint angles, degrees, dof entries
     SoftwareModules software;
+    // Every stored tool and work frame; `tool` and `work` are copies of the current ones, and a
+    // current frame missing here is added when a frame command first looks at the list.
+    std::vector<ToolFrame> tool_frames;
+    std::vector<WorkFrame> work_frames;
+    ArmState state;  // readings, errors, Cartesian limits and report sections (arm_state.h)
 
     ArmConfig();
 

@@ -7,6 +7,7 @@
 #include <cjson/cJSON.h>
 
 #include "command_table.h"
+#include "realtime_report.h"
 #include "recorder.h"
 #include "script.h"
 #include "tcp_server.h"
@@ -63,15 +64,40 @@ struct Simulator::Impl {
     ArmConfig arm;
     Script script;
     Recorder recorder;
-    TcpServer server;  // last: its thread uses the members above
+    TcpServer server;  // its thread uses the members above
+    RealtimeSender reports;
+
+    // The next UDP report and where it goes, from the arm's state.
+    bool next_report(std::string& report, std::string& ip, int& port, int& period_ms) {
+        std::lock_guard<std::mutex> lock(arm_mu);
+        const RealtimePush& p = arm.realtime;
+        period_ms = std::max(p.cycle, 1) * kReportCycleUnitMs;
+        if (!p.enable) return false;
+        report = build_realtime_report(arm);
+        ip = p.ip;
+        port = p.port;
+        return true;
+    }
 };
 
 Simulator::Simulator(ArmConfig cfg) : impl_(new Impl(std::move(cfg))) {}
 
 Simulator::~Simulator() { stop(); }
 
-int Simulator::start(int port) { return impl_->server.start(port); }
-void Simulator::stop() { impl_->server.stop(); }
+int Simulator::start(int port) {
+    const int bound = impl_->server.start(port);
+    if (bound > 0) {
+        Impl* impl = impl_.get();
+        impl_->reports.start([impl](std::string& report, std::string& ip, int& to, int& period_ms) {
+            return impl->next_report(report, ip, to, period_ms);
+        });
+    }
+    return bound;
+}
+void Simulator::stop() {
+    impl_->reports.stop();
+    impl_->server.stop();
+}
 int Simulator::port() const { return impl_->server.port(); }
 int Simulator::connection_count() const { return impl_->server.connection_count(); }
 int Simulator::accepted_count() const { return impl_->server.accepted_count(); }
@@ -116,6 +142,11 @@ bool Simulator::wait_for_lines(std::size_t n, int timeout_ms) const {
 }
 void Simulator::clear_received() { impl_->recorder.clear(); }
 void Simulator::set_recording(bool on) { impl_->recorder.set_enabled(on); }
+
+void Simulator::on_report_sent(std::function<void(std::chrono::steady_clock::time_point)> hook) {
+    impl_->reports.set_sent_hook(std::move(hook));
+}
+void Simulator::send_report_now() { impl_->reports.kick(); }
 
 ArmConfig Simulator::config() const {
     std::lock_guard<std::mutex> lock(impl_->arm_mu);

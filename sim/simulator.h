@@ -24,6 +24,7 @@
 //   auto lines = sim.received_lines();  // {"{\"command\":\"get_arm_run_mode\"}"}
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <memory>
@@ -98,6 +99,13 @@ public:
     // Changes the state under the simulator's lock; the vectors are brought in line with the
     // joint count afterwards (ArmConfig::normalise).
     void update(const std::function<void(ArmConfig&)>& fn);
+
+    // --- realtime reports (realtime_report.h) ------------------------------------------
+    // While running, the simulator sends its UDP state report every cycle of its realtime
+    // settings. `hook` runs on the sending thread right after each report went out.
+    void on_report_sent(std::function<void(std::chrono::steady_clock::time_point)> hook);
+    // Sends the next report at once.
+    void send_report_now();
 
 private:
     struct Impl;
