@@ -7,7 +7,9 @@
 
 namespace zqsim {
 
-ArmConfig::ArmConfig() : controller_version("4.0") { apply_factory_data(*this, "ZQ41-B-1.0"); }
+ArmConfig::ArmConfig() : controller_version("4.0") {
+    apply_factory_data(*this, "ZQ41-B-1.0");
+}
 
 ArmConfig ArmConfig::for_model(const std::string& product_version) {
     ArmConfig cfg;

@@ -38,14 +38,21 @@ constexpr EndLengths kMq52IIEnd{0.1018, 0, 0.0962, 0, 0.119};
 constexpr EndLengths kNoEnd{};
 
 // Speeds shared by several families.
-#define SPEED6 {180, 180, 225, 225, 225, 225}
-#define SPEED7 {180, 180, 225, 225, 225, 225, 225}
+#define SPEED6 \
+    { 180, 180, 225, 225, 225, 225 }
+#define SPEED7 \
+    { 180, 180, 225, 225, 225, 225, 225 }
 // Twist and zero offsets of the left and right arms of the two-arm families.
-#define LEFT_ALPHA {0, -90, 90, 90, -90, 90, 90, 90}
-#define LEFT_OFFSET {0, -90, 90, 0, 0, 90, 90, 0}
-#define RIGHT_ALPHA {0, -90, 90, 90, -90, 90, 90, -90}
-#define RIGHT_OFFSET {0, -90, -90, 0, 0, 90, -90, 0}
+#define LEFT_ALPHA \
+    { 0, -90, 90, 90, -90, 90, 90, 90 }
+#define LEFT_OFFSET \
+    { 0, -90, 90, 0, 0, 90, 90, 0 }
+#define RIGHT_ALPHA \
+    { 0, -90, 90, 90, -90, 90, 90, -90 }
+#define RIGHT_OFFSET \
+    { 0, -90, -90, 0, 0, 90, -90, 0 }
 
+// clang-format off
 // Longer tags come before their prefixes: the first family whose tag the product text
 // contains is the arm.
 const Family kFamilies[] = {
@@ -92,6 +99,8 @@ const Family kFamilies[] = {
      SPEED7},
 };
 
+// clang-format on
+
 #undef SPEED6
 #undef SPEED7
 #undef LEFT_ALPHA
@@ -100,7 +109,9 @@ const Family kFamilies[] = {
 #undef RIGHT_OFFSET
 
 // The generic arm of an unknown product: the six-joint chain of the first family.
-const Family& generic_family() { return kFamilies[0]; }
+const Family& generic_family() {
+    return kFamilies[0];
+}
 
 const Family& family_of(const std::string& product) {
     for (const Family& f : kFamilies) {
@@ -114,12 +125,17 @@ const Family& family_of(const std::string& product) {
 double end_length(const EndLengths& e, EndVariant v) {
     auto first = [](double x, double y, double z) { return x != 0 ? x : (y != 0 ? y : z); };
     switch (v) {
-        case EndVariant::ZF: return first(e.zf, e.six_f, e.b);
-        case EndVariant::SixF: return first(e.six_f, e.b, 0);
-        case EndVariant::SixFB: return first(e.six_fb, e.six_f, e.b);
-        case EndVariant::SixFBV: return first(e.v, first(e.six_fb, e.six_f, e.b), 0);
+        case EndVariant::ZF:
+            return first(e.zf, e.six_f, e.b);
+        case EndVariant::SixF:
+            return first(e.six_f, e.b, 0);
+        case EndVariant::SixFB:
+            return first(e.six_fb, e.six_f, e.b);
+        case EndVariant::SixFBV:
+            return first(e.v, first(e.six_fb, e.six_f, e.b), 0);
         case EndVariant::B:
-        case EndVariant::BV: break;
+        case EndVariant::BV:
+            break;
     }
     return e.b;
 }
@@ -129,7 +145,7 @@ double end_length(const EndLengths& e, EndVariant v) {
 EndVariant end_variant_of(const std::string& product) {
     // The suffixes are tested in this order; the first one the text contains decides.
     static const std::pair<const char*, EndVariant> kSuffixes[] = {
-        {"-B-V", EndVariant::BV},       {"-B", EndVariant::B},      {"-ZF", EndVariant::ZF},
+        {"-B-V", EndVariant::BV},       {"-B", EndVariant::B},       {"-ZF", EndVariant::ZF},
         {"-6FB-V", EndVariant::SixFBV}, {"-6FB", EndVariant::SixFB}, {"-6F", EndVariant::SixF},
     };
     for (const auto& s : kSuffixes) {
@@ -138,7 +154,9 @@ EndVariant end_variant_of(const std::string& product) {
     return EndVariant::B;
 }
 
-bool has_force_sensor(EndVariant v) { return v != EndVariant::B && v != EndVariant::BV; }
+bool has_force_sensor(EndVariant v) {
+    return v != EndVariant::B && v != EndVariant::BV;
+}
 
 void apply_factory_data(ArmConfig& cfg, const std::string& product) {
     const Family& f = family_of(product);

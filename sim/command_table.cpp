@@ -7,7 +7,9 @@
 
 namespace zqsim {
 
-void CommandContext::reply(cJSON* obj) { replies.push_back(wire::print_and_delete(obj)); }
+void CommandContext::reply(cJSON* obj) {
+    replies.push_back(wire::print_and_delete(obj));
+}
 
 void CommandTable::add(const std::string& literal, CommandHandler handler) {
     rows_[literal] = std::move(handler);
@@ -29,7 +31,7 @@ const CommandTable& CommandTable::standard() {
     static const CommandTable table = [] {
         using Register = void (*)(CommandTable&);
         static const Register kFamilies[] = {
-            register_state_commands, register_realtime_commands, register_frame_commands,
+            register_state_commands, register_realtime_commands,   register_frame_commands,
             register_limit_commands, register_trajectory_commands,
         };
         CommandTable t;

@@ -30,7 +30,7 @@ struct CommandContext {
 using CommandHandler = std::function<void(CommandContext&)>;
 
 class CommandTable {
-public:
+  public:
     // Adds or replaces the row of `literal`.
     void add(const std::string& literal, CommandHandler handler);
 
@@ -43,7 +43,7 @@ public:
     // The table of all command families, built once.
     static const CommandTable& standard();
 
-private:
+  private:
     std::map<std::string, CommandHandler> rows_;
 };
 

@@ -10,8 +10,9 @@ namespace {
 
 // x, y, z in micrometres, then rx, ry, rz in milliradians.
 std::vector<std::int64_t> pose_on_wire(const Pose& p) {
-    return {wire::scaled(p.x, wire::kLength),  wire::scaled(p.y, wire::kLength),  wire::scaled(p.z, wire::kLength),
-            wire::scaled(p.rx, wire::kEuler), wire::scaled(p.ry, wire::kEuler), wire::scaled(p.rz, wire::kEuler)};
+    return {wire::scaled(p.x, wire::kLength), wire::scaled(p.y, wire::kLength),
+            wire::scaled(p.z, wire::kLength), wire::scaled(p.rx, wire::kEuler),
+            wire::scaled(p.ry, wire::kEuler), wire::scaled(p.rz, wire::kEuler)};
 }
 
 // {"command":"current_tool_frame","tool_name":"Flange","pose":[6],"payload":grams,"position":[3]}

@@ -23,7 +23,9 @@ void set_arm_run_mode(CommandContext& c) {
     c.reply(r);
 }
 
-cJSON* module(cJSON* parent, const char* name) { return cJSON_AddObjectToObject(parent, name); }
+cJSON* module(cJSON* parent, const char* name) {
+    return cJSON_AddObjectToObject(parent, name);
+}
 
 void add_text(cJSON* obj, const char* key, const std::string& text) {
     cJSON_AddStringToObject(obj, key, text.c_str());

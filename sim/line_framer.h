@@ -10,7 +10,7 @@
 namespace zqsim {
 
 class LineFramer {
-public:
+  public:
     static constexpr std::size_t kMaxPending = 1u << 20;
 
     // Appends `n` bytes and calls `on_line` with every completed line, without its CR LF.
@@ -19,7 +19,7 @@ public:
     // Bytes waiting for their CR LF.
     std::size_t pending() const { return buf_.size(); }
 
-private:
+  private:
     std::string buf_;
     std::size_t scanned_ = 0;  // bytes of buf_ known to hold no CR LF start
 };

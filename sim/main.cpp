@@ -82,8 +82,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "zq_sim: cannot listen on 127.0.0.1:%d\n", port);
         return 1;
     }
-    std::printf("zq_sim: %s (controller %s, %d joints) listening on 127.0.0.1:%d\n", cfg.product_version.c_str(),
-                cfg.controller_version.c_str(), cfg.dof, bound);
+    std::printf("zq_sim: %s (controller %s, %d joints) listening on 127.0.0.1:%d\n",
+                cfg.product_version.c_str(), cfg.controller_version.c_str(), cfg.dof, bound);
     std::fflush(stdout);
 
     int sig = 0;

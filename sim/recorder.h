@@ -11,7 +11,7 @@
 namespace zqsim {
 
 class Recorder {
-public:
+  public:
     void add_bytes(const char* data, std::size_t n);
     void add_line(const std::string& line);
 
@@ -23,7 +23,7 @@ public:
     // A long-running controller turns recording off to keep its memory flat.
     void set_enabled(bool on);
 
-private:
+  private:
     mutable std::mutex mu_;
     mutable std::condition_variable cv_;
     bool enabled_ = true;

@@ -22,11 +22,11 @@ struct ScriptDecision {
 };
 
 class Script {
-public:
+  public:
     // `times` < 0: for ever; 0: removes the rule; n > 0: the next n requests.
     void set_reply(const std::string& command, const std::string& reply, int times);
     void drop_reply(const std::string& command, int times);
-    void set_delay(const std::string& command, int ms);  // ms <= 0 removes the delay
+    void set_delay(const std::string& command, int ms);             // ms <= 0 removes the delay
     void on_command(const std::string& command, CustomHandler fn);  // an empty fn removes it
     void clear();
 
@@ -34,7 +34,7 @@ public:
     // comes before a reply rule, which comes before a custom handler.
     ScriptDecision decide(const std::string& command);
 
-private:
+  private:
     struct Counted {
         std::string reply;
         int remaining;  // < 0: for ever

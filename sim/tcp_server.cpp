@@ -18,11 +18,13 @@ namespace zqsim {
 namespace {
 
 constexpr std::size_t kReadChunk = 65536;
-constexpr int kReadsPerRound = 16;               // per connection, so that one busy peer cannot starve others
-constexpr std::size_t kMaxOutput = 64u << 20;    // a peer that reads nothing is cut off beyond this
+constexpr int kReadsPerRound = 16;             // per connection, so that one busy peer cannot starve others
+constexpr std::size_t kMaxOutput = 64u << 20;  // a peer that reads nothing is cut off beyond this
 constexpr int kIdlePollMs = 1000;
 
-void set_nonblocking(int fd) { ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL, 0) | O_NONBLOCK); }
+void set_nonblocking(int fd) {
+    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL, 0) | O_NONBLOCK);
+}
 
 }  // namespace
 
@@ -54,7 +56,9 @@ struct TcpServer::Connection {
 
 TcpServer::TcpServer(Callbacks callbacks) : cb_(std::move(callbacks)) {}
 
-TcpServer::~TcpServer() { stop(); }
+TcpServer::~TcpServer() {
+    stop();
+}
 
 int TcpServer::start(int port) {
     if (port < 0 || port > 65535) return -1;
@@ -73,7 +77,8 @@ int TcpServer::start(int port) {
     socklen_t len = sizeof addr;
     int fds[2] = {-1, -1};
     if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(fd, 16) != 0 ||
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0 || ::pipe2(fds, O_NONBLOCK | O_CLOEXEC) != 0) {
+        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0 ||
+        ::pipe2(fds, O_NONBLOCK | O_CLOEXEC) != 0) {
         ::close(fd);
         return -1;
     }
@@ -109,7 +114,9 @@ void TcpServer::stop() {
     cv_.notify_all();
 }
 
-bool TcpServer::running() const { return thread_.joinable() && !stop_.load(); }
+bool TcpServer::running() const {
+    return thread_.joinable() && !stop_.load();
+}
 
 int TcpServer::port() const {
     std::lock_guard<std::mutex> lock(mu_);
@@ -136,7 +143,9 @@ void TcpServer::send(int connection, std::string bytes, int delay_ms) {
     enqueue(connection, false, std::move(bytes), delay_ms);
 }
 
-void TcpServer::close(int connection) { enqueue(connection, true, std::string(), 0); }
+void TcpServer::close(int connection) {
+    enqueue(connection, true, std::string(), 0);
+}
 
 std::vector<int> TcpServer::targets(int connection) const {
     if (connection >= 0) return {connection};
@@ -148,7 +157,8 @@ void TcpServer::enqueue(int connection, bool close, std::string bytes, int delay
         std::lock_guard<std::mutex> lock(mu_);
         if (wake_w_ < 0) return;  // not running
         const auto due = Clock::now() + std::chrono::milliseconds(std::max(delay_ms, 0));
-        for (int id : targets(connection)) queue_.emplace(std::make_pair(due, seq_++), Item{id, close, bytes});
+        for (int id : targets(connection))
+            queue_.emplace(std::make_pair(due, seq_++), Item{id, close, bytes});
     }
     wake();
 }

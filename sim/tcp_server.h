@@ -20,7 +20,7 @@
 namespace zqsim {
 
 class TcpServer {
-public:
+  public:
     struct Callbacks {
         // Both run on the server's thread, in arrival order. They may call send() and close().
         std::function<void(int connection, const char* data, std::size_t n)> on_bytes;
@@ -52,7 +52,7 @@ public:
     // Closes `connection` (-1: all open ones) once what was queued before is written.
     void close(int connection);
 
-private:
+  private:
     using Clock = std::chrono::steady_clock;
     struct Item {
         int connection;

@@ -6,7 +6,9 @@
 namespace zqsim {
 namespace wire {
 
-std::int64_t scaled(double value, double factor) { return static_cast<std::int64_t>(std::llround(value * factor)); }
+std::int64_t scaled(double value, double factor) {
+    return static_cast<std::int64_t>(std::llround(value * factor));
+}
 
 cJSON* reply(const char* key) {
     cJSON* obj = cJSON_CreateObject();

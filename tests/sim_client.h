@@ -15,7 +15,7 @@
 namespace simtest {
 
 class RawClient {
-public:
+  public:
     explicit RawClient(int port) {
         fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
         sockaddr_in addr{};
@@ -73,7 +73,8 @@ public:
                 return true;
             }
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                deadline - std::chrono::steady_clock::now()).count();
+                                  deadline - std::chrono::steady_clock::now())
+                                  .count();
             if (left <= 0 || eof_) return false;
             pending_ += read_some(static_cast<int>(left));
         }
@@ -89,21 +90,24 @@ public:
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeout_ms);
         while (!eof_) {
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-                deadline - std::chrono::steady_clock::now()).count();
+                                  deadline - std::chrono::steady_clock::now())
+                                  .count();
             if (left <= 0) return false;
             pollfd p{fd_, POLLIN, 0};
             if (::poll(&p, 1, static_cast<int>(left)) <= 0) continue;
             char buf[4096];
             const ssize_t n = ::recv(fd_, buf, sizeof buf, 0);
-            if (n <= 0) eof_ = true;
-            else pending_.append(buf, static_cast<std::size_t>(n));
+            if (n <= 0)
+                eof_ = true;
+            else
+                pending_.append(buf, static_cast<std::size_t>(n));
         }
         return true;
     }
 
     std::string& pending() { return pending_; }
 
-private:
+  private:
     int fd_ = -1;
     bool eof_ = false;
     std::string pending_;

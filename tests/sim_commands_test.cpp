@@ -41,7 +41,7 @@ std::string text(const cJSON* obj, const char* key) {
 }
 
 class SimCommands : public ::testing::Test {
-protected:
+  protected:
     void serve(zqsim::ArmConfig cfg) {
         sim = std::make_unique<zqsim::Simulator>(std::move(cfg));
         client = std::make_unique<RawClient>(sim->start());
@@ -82,8 +82,8 @@ TEST_F(SimCommands, SoftwareInfoOfAGenerationFourController) {
     EXPECT_EQ(text(r.get(), "command"), "arm_software_info");
     EXPECT_EQ(text(r.get(), "Product_version"), "ZQ41-B-1.0");
     EXPECT_EQ(text(r.get(), "robot_controller_version"), "4.0");
-    for (const char* module : {"algorithm_info", "ctrl_info", "dynamic_info", "plan_info", "program_info",
-                               "communication_info"}) {
+    for (const char* module :
+         {"algorithm_info", "ctrl_info", "dynamic_info", "plan_info", "program_info", "communication_info"}) {
         EXPECT_TRUE(cJSON_IsObject(cJSON_GetObjectItem(r.get(), module))) << module;
     }
     const cJSON* ctrl = cJSON_GetObjectItem(r.get(), "ctrl_info");
@@ -123,7 +123,10 @@ TEST_F(SimCommands, RealtimePushReportsForceFrameOnlyWithASensor) {
     EXPECT_TRUE(cJSON_IsFalse(cJSON_GetObjectItem(custom, "zq_plus_state")));
     EXPECT_EQ(cJSON_GetArraySize(custom), 8);
 
-    sim->update([](zqsim::ArmConfig& a) { a = zqsim::ArmConfig::for_model("ZQ41-6F-1.0"); a.realtime.port = 9000; });
+    sim->update([](zqsim::ArmConfig& a) {
+        a = zqsim::ArmConfig::for_model("ZQ41-6F-1.0");
+        a.realtime.port = 9000;
+    });
     r = ask("get_realtime_push");
     EXPECT_EQ(cJSON_GetObjectItem(r.get(), "port")->valueint, 9000);
     ASSERT_NE(cJSON_GetObjectItem(r.get(), "force_coordinate"), nullptr);
@@ -143,11 +146,13 @@ TEST_F(SimCommands, FramesAndInstallPoseInWireUnits) {
     serve(cfg);
     EXPECT_EQ(client->send("{\"command\":\"get_current_tool_frame\"}\r\n"), true);
     EXPECT_EQ(client->line(),
-              "{\"command\":\"current_tool_frame\",\"tool_name\":\"Gripper\",\"pose\":[10000,-20000,123400,500,-1500,"
+              "{\"command\":\"current_tool_frame\",\"tool_name\":\"Gripper\",\"pose\":[10000,-20000,123400,"
+              "500,-1500,"
               "3142],\"payload\":1500,\"position\":[1000,0,50000]}");
     client->send("{\"command\":\"get_current_work_frame\"}\r\n");
     EXPECT_EQ(client->line(),
-              "{\"command\":\"current_work_frame\",\"frame_name\":\"Table\",\"pose\":[500000,250000,-100000,0,0,1571]}");
+              "{\"command\":\"current_work_frame\",\"frame_name\":\"Table\",\"pose\":[500000,250000,-100000,"
+              "0,0,1571]}");
     client->send("{\"command\":\"get_install_pose\"}\r\n");
     EXPECT_EQ(client->line(), "{\"command\":\"install_pose\",\"pose\":[0,90,0]}");
 }
@@ -178,13 +183,16 @@ TEST_F(SimCommands, JointLimitsAnswerUnderTheirReplyKeys) {
     serve(zqsim::ArmConfig::for_model("ZQ41-B-1.0"));
     Json r = ask("get_joint_min_pos");
     EXPECT_EQ(text(r.get(), "command"), "joint_min_pos");
-    EXPECT_EQ(ints(r.get(), "min_pos"), (std::vector<long long>{-178000, -130000, -135000, -178000, -128000, -360000}));
+    EXPECT_EQ(ints(r.get(), "min_pos"),
+              (std::vector<long long>{-178000, -130000, -135000, -178000, -128000, -360000}));
     r = ask("get_joint_max_pos");
     EXPECT_EQ(text(r.get(), "command"), "joint_max_pos");
-    EXPECT_EQ(ints(r.get(), "max_pos"), (std::vector<long long>{178000, 130000, 135000, 178000, 128000, 360000}));
+    EXPECT_EQ(ints(r.get(), "max_pos"),
+              (std::vector<long long>{178000, 130000, 135000, 178000, 128000, 360000}));
     r = ask("get_joint_max_speed");
     EXPECT_EQ(text(r.get(), "command"), "joint_max_speed");
-    EXPECT_EQ(ints(r.get(), "joint_speed"), (std::vector<long long>{30000, 30000, 37500, 37500, 37500, 37500}));
+    EXPECT_EQ(ints(r.get(), "joint_speed"),
+              (std::vector<long long>{30000, 30000, 37500, 37500, 37500, 37500}));
     r = ask("get_joint_max_acc");
     EXPECT_EQ(text(r.get(), "command"), "joint_max_acc");
     EXPECT_EQ(ints(r.get(), "joint_acc"), std::vector<long long>(6, 100000));

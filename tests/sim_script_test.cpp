@@ -108,13 +108,16 @@ TEST(SimScript, CustomHandlerSeesTheRequestLineAndAnswersSeveralLines) {
                                         "{\"state\":\"current_trajectory_state\",\"trajectory_state\":true,"
                                         "\"device\":0,\"trajectory_connect\":0}"};
     });
-    ASSERT_TRUE(c.send("{\"command\":\"movej\",\"v\":20,\"joint\":[0,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}\r\n"));
+    ASSERT_TRUE(c.send(
+        "{\"command\":\"movej\",\"v\":20,\"joint\":[0,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}\r\n"));
     EXPECT_EQ(c.line(), "{\"command\":\"movej\",\"receive_state\":true}");
     EXPECT_EQ(c.line(),
-              "{\"state\":\"current_trajectory_state\",\"trajectory_state\":true,\"device\":0,\"trajectory_connect\":0}");
+              "{\"state\":\"current_trajectory_state\",\"trajectory_state\":true,\"device\":0,\"trajectory_"
+              "connect\":0}");
     std::lock_guard<std::mutex> lock(mu);
     EXPECT_EQ(calls, 1);
-    EXPECT_EQ(seen, "{\"command\":\"movej\",\"v\":20,\"joint\":[0,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}");
+    EXPECT_EQ(seen,
+              "{\"command\":\"movej\",\"v\":20,\"joint\":[0,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}");
 }
 
 TEST(SimScript, CustomHandlerCanReplaceATableCommandAndBeRemoved) {

@@ -38,8 +38,8 @@ TEST(SimFraming, TwoRequestsInOneSegmentGetTwoRepliesInOrder) {
     EXPECT_EQ(c.line(), "{\"command\":\"install_pose\",\"pose\":[0,0,0]}");
     EXPECT_EQ(c.line(), kRunModeReply);
     ASSERT_TRUE(sim.wait_for_lines(2, 1000));
-    EXPECT_EQ(sim.received_lines(),
-              (std::vector<std::string>{"{\"command\":\"get_install_pose\"}", "{\"command\":\"get_arm_run_mode\"}"}));
+    EXPECT_EQ(sim.received_lines(), (std::vector<std::string>{"{\"command\":\"get_install_pose\"}",
+                                                              "{\"command\":\"get_arm_run_mode\"}"}));
 }
 
 TEST(SimFraming, RequestSplitAnywhereIsOneRequest) {
@@ -72,8 +72,9 @@ TEST(SimFraming, RecordsLinesByteForByteAndRawBytes) {
 TEST(SimFraming, GarbageEmptyLinesAndUnknownCommandsAreRecordedNotAnswered) {
     zqsim::Simulator sim;
     RawClient c(sim.start());
-    ASSERT_TRUE(c.send("not json at all\r\n\r\n{\"command\":\"no_such_command\"}\r\n{\"mode\":1}\r\n"
-                       "{\"command\":5}\r\n[1,2]\r\n{\"command\":\"get_arm_run_mode\"}\r\n"));
+    ASSERT_TRUE(
+        c.send("not json at all\r\n\r\n{\"command\":\"no_such_command\"}\r\n{\"mode\":1}\r\n"
+               "{\"command\":5}\r\n[1,2]\r\n{\"command\":\"get_arm_run_mode\"}\r\n"));
     // The only answer is the last request's.
     EXPECT_EQ(c.line(), kRunModeReply);
     ASSERT_TRUE(sim.wait_for_lines(7, 1000));
