@@ -41,6 +41,40 @@ ZQ_API int zq_get_joint_max_acc(zq_robot_handle* handle, float* acc);
 ZQ_API int zq_get_joint_min_pos(zq_robot_handle* handle, float* pos);
 ZQ_API int zq_get_joint_max_pos(zq_robot_handle* handle, float* pos);
 
+ZQ_API int zq_get_joint_drive_max_speed(zq_robot_handle* handle, float* speed);
+ZQ_API int zq_get_joint_drive_max_acc(zq_robot_handle* handle, float* acc);
+ZQ_API int zq_get_joint_drive_min_pos(zq_robot_handle* handle, float* pos);
+ZQ_API int zq_get_joint_drive_max_pos(zq_robot_handle* handle, float* pos);
+ZQ_API int zq_get_joint_en_state(zq_robot_handle* handle, unsigned char* state);
+ZQ_API int zq_get_joint_err_flag(zq_robot_handle* handle, unsigned short* err_flag, unsigned short* brake_state);
+/* Setters; joint_num is 1-based. The four without "drive" re-read their array into the handle. */
+ZQ_API int zq_set_joint_max_speed(zq_robot_handle* handle, int joint_num, float speed);
+ZQ_API int zq_set_joint_max_acc(zq_robot_handle* handle, int joint_num, float acc);
+ZQ_API int zq_set_joint_min_pos(zq_robot_handle* handle, int joint_num, float pos);
+ZQ_API int zq_set_joint_max_pos(zq_robot_handle* handle, int joint_num, float pos);
+ZQ_API int zq_set_joint_drive_max_speed(zq_robot_handle* handle, int joint_num, float speed);
+ZQ_API int zq_set_joint_drive_max_acc(zq_robot_handle* handle, int joint_num, float acc);
+ZQ_API int zq_set_joint_drive_min_pos(zq_robot_handle* handle, int joint_num, float pos);
+ZQ_API int zq_set_joint_drive_max_pos(zq_robot_handle* handle, int joint_num, float pos);
+ZQ_API int zq_set_joint_en_state(zq_robot_handle* handle, int joint_num, int state);
+ZQ_API int zq_set_joint_zero_pos(zq_robot_handle* handle, int joint_num);
+ZQ_API int zq_set_joint_clear_err(zq_robot_handle* handle, int joint_num);
+ZQ_API int zq_auto_set_joint_limit(zq_robot_handle* handle, int limit_mode);
+
+/* ---- arm Cartesian limits (m/s, m/s^2, rad/s, rad/s^2), initialisation, collision stage ---- */
+/* The getters return the reply's byte count (> 0) when it cannot be parsed: test for 0. */
+ZQ_API int zq_set_arm_max_line_speed(zq_robot_handle* handle, float speed);
+ZQ_API int zq_set_arm_max_line_acc(zq_robot_handle* handle, float acc);
+ZQ_API int zq_set_arm_max_angular_speed(zq_robot_handle* handle, float speed);
+ZQ_API int zq_set_arm_max_angular_acc(zq_robot_handle* handle, float acc);
+ZQ_API int zq_get_arm_max_line_speed(zq_robot_handle* handle, float* speed);
+ZQ_API int zq_get_arm_max_line_acc(zq_robot_handle* handle, float* acc);
+ZQ_API int zq_get_arm_max_angular_speed(zq_robot_handle* handle, float* speed);
+ZQ_API int zq_get_arm_max_angular_acc(zq_robot_handle* handle, float* acc);
+ZQ_API int zq_set_arm_tcp_init(zq_robot_handle* handle);
+ZQ_API int zq_set_collision_state(zq_robot_handle* handle, int stage);
+ZQ_API int zq_get_collision_stage(zq_robot_handle* handle, int* stage);
+
 /* ---- frames, install pose, DH parameters ---- */
 ZQ_API int zq_get_current_tool_frame(zq_robot_handle* handle, zq_frame_t* frame);
 ZQ_API int zq_get_current_work_frame(zq_robot_handle* handle, zq_frame_t* frame);

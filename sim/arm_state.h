@@ -37,6 +37,17 @@ struct JointReadings {
     }
 };
 
+// Limits of the joint drives themselves (degrees, deg/s, deg/s^2), beside the software limits.
+struct DriveLimits {
+    PerJoint<double> min_pos, max_pos, max_speed, max_acc;
+    DriveLimits() {
+        min_pos.fill(-180.0);
+        max_pos.fill(180.0);
+        max_speed.fill(225.0);
+        max_acc.fill(750.0);
+    }
+};
+
 // The controller box itself.
 struct ControllerReadings {
     double voltage = 24.125;     // volts
@@ -81,6 +92,7 @@ struct ArmState {
     JointReadings joints;
     ControllerReadings controller;
     CartesianLimits cartesian;
+    DriveLimits drive;
     std::vector<int> err = {0};          // the arm's error list; never empty on the wire
     std::string arm_status = "idle";     // "arm_current_status" of the realtime report
     int collision_stage = 0;             // 0 to 8

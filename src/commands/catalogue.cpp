@@ -22,6 +22,15 @@ int get(const char* fn, zq_robot_handle* handle, const char* command, const char
     return zq_parse_reply(fn, out, table, count);
 }
 
+int get_or_length(const char* fn, zq_robot_handle* handle, const char* command, const char* reply_key,
+                  zq_key_value_t* table, int count, int timeout_ms) {
+    zq_send_value_t values[] = {send_str("command", command)};
+    char out[kReplyBuffer] = {0};
+    int n = zq_command_exchange(fn, handle, values, 1, reply_key, out, sizeof out, timeout_ms);
+    if (n < 1) return n;
+    return zq_parse_reply(fn, out, table, count) == 0 ? 0 : n;
+}
+
 int joint_count(const char* fn, const zq_robot_handle* handle) {
     int dof = read_joint_count(handle);
     if (dof < 0) log_error("[%s] The robotic arm has been disconnected\n", fn);

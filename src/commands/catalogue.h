@@ -21,6 +21,11 @@ int set(const char* fn, zq_robot_handle* handle, const zq_send_value_t* values, 
 int get(const char* fn, zq_robot_handle* handle, const char* command, const char* reply_key, zq_key_value_t* table,
         int count, int timeout_ms);
 
+// Shape G as the limit getters have it: a reply that does not parse leaves
+// `table` unused and returns the exchange's positive byte count, not -3.
+int get_or_length(const char* fn, zq_robot_handle* handle, const char* command, const char* reply_key,
+                  zq_key_value_t* table, int count, int timeout_ms);
+
 // Shape J: as G, but every array entry of `table` takes the handle's joint
 // count, read after the exchange. *dof receives it.
 int get_joints(const char* fn, zq_robot_handle* handle, const char* command, const char* reply_key,
