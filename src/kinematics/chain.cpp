@@ -46,7 +46,7 @@ zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key)
     for (int i = 0; i < dof; ++i) theta[i] = q[i] + (add_offset ? s.dh.offset[i] : 0.0f);
     zq_matrix_t Tbase_flange = matrix_eye(4);
     for (int i = 0; i < dof; ++i) {
-        Tbase_flange = matrix_mul(Tbase_flange, link_transform(code, i, s.dh, theta));
+        Tbase_flange = rigid_mul(Tbase_flange, link_transform(code, i, s.dh, theta));
         if (i == 1) T02 = Tbase_flange;
         if (i == 4) T05 = Tbase_flange;
         if (i == 5) T06 = Tbase_flange;
@@ -54,7 +54,7 @@ zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key)
     if (has_flange_link(code)) {
         float extend_joint[8] = {};
         extend_joint[7] = s.dh.offset[7];
-        Tbase_flange = matrix_mul(Tbase_flange, link_transform_modified(7, s.dh, extend_joint));
+        Tbase_flange = rigid_mul(Tbase_flange, link_transform_modified(7, s.dh, extend_joint));
     }
 
     const zq_matrix_t& Twork_world = s.Twork_world;

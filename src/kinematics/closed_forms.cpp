@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "kinematics/joint_trig.h"
+
 namespace zq {
 namespace {
 
@@ -62,10 +64,15 @@ inline void apply_rz(Frame& f, float st, float ct) {
 
 template <const Family& F>
 zq_matrix_t evaluate(const zq_dh_block_t& dh, const float q[8], int kind) {
+    // All sines and cosines first: they are independent of each other and
+    // overlap, while the frame updates below form one dependent chain.
+    float sn[7], cs[7];
+#pragma GCC unroll 7
+    for (int i = 0; i < F.n; ++i) joint_sin_cos(q[i] + dh.offset[i], &sn[i], &cs[i]);
     Frame f = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 0, 0}};
+#pragma GCC unroll 7
     for (int i = 0; i < F.n; ++i) {
-        const float theta = q[i] + dh.offset[i];
-        const float st = std::sin(theta), ct = std::cos(theta);
+        const float st = sn[i], ct = cs[i];
         const bool has_d = F.d_used & (1u << i), has_a = F.a_used & (1u << i);
         if (F.standard) {  // Rz(theta) Tz(d) Tx(a) Rx(alpha)
             if (has_d) axpy(dh.d[i], f.c[2], f.p);

@@ -59,7 +59,7 @@ zq_matrix7_t jacobian_forward(float theta[8], int dof, int coord) {
     theta[kFlangeIndex] = s.dh.offset[kFlangeIndex];
     zq_matrix_t T0[8];
     T0[0] = link_transform_modified(0, s.dh, theta);
-    for (int i = 1; i <= kFlangeIndex; ++i) T0[i] = matrix_mul(T0[i - 1], link_transform_modified(i, s.dh, theta));
+    for (int i = 1; i <= kFlangeIndex; ++i) T0[i] = rigid_mul(T0[i - 1], link_transform_modified(i, s.dh, theta));
     zq_matrix7_t Jb{};
     Jb.rows = 6;
     Jb.cols = static_cast<int16_t>(dof);

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "kinematics/joint_trig.h"
 #include "kinematics/model_table.h"
 
 namespace zq {
@@ -72,13 +73,17 @@ void twist_sin_cos(float alpha, float* s, float* c) {
 zq_matrix_t link_transform_standard(int i, const zq_dh_block_t& dh, const float theta[8]) {
     float sa, ca;
     twist_sin_cos(dh.alpha[i], &sa, &ca);
-    return standard(std::sin(theta[i]), std::cos(theta[i]), sa, ca, dh.d[i], dh.a[i]);
+    float st, ct;
+    joint_sin_cos(theta[i], &st, &ct);
+    return standard(st, ct, sa, ca, dh.d[i], dh.a[i]);
 }
 
 zq_matrix_t link_transform_modified(int i, const zq_dh_block_t& dh, const float theta[8]) {
     float sa, ca;
     twist_sin_cos(dh.alpha[i], &sa, &ca);
-    return modified(std::sin(theta[i]), std::cos(theta[i]), sa, ca, dh.d[i], dh.a[i]);
+    float st, ct;
+    joint_sin_cos(theta[i], &st, &ct);
+    return modified(st, ct, sa, ca, dh.d[i], dh.a[i]);
 }
 
 zq_matrix_t link_transform(int code, int i, const zq_dh_block_t& dh, const float theta[8]) {

@@ -27,6 +27,18 @@ zq_matrix_t matrix_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     return r;
 }
 
+zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
+    zq_matrix_t r{};
+    r.rows = r.cols = 4;
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 4; ++j)
+            r.data[i][j] = A.data[i][0] * B.data[0][j] + A.data[i][1] * B.data[1][j] + A.data[i][2] * B.data[2][j];
+        r.data[i][3] += A.data[i][3];
+    }
+    r.data[3][3] = 1.0f;
+    return r;
+}
+
 zq_matrix_t matrix_transpose(const zq_matrix_t& A) {
     zq_matrix_t r{};
     r.rows = A.cols;

@@ -8,6 +8,8 @@ namespace zq {
 
 // Rows of A by columns of B; each product in float, each sum in double.
 zq_matrix_t matrix_mul(const zq_matrix_t& A, const zq_matrix_t& B);
+// Product of two rigid 4 by 4 transforms (last rows 0, 0, 0, 1), in float.
+zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B);
 zq_matrix_t matrix_transpose(const zq_matrix_t& A);
 zq_matrix_t matrix_eye(int n);
 void matrix_identity4(zq_matrix_t* m);

@@ -1,0 +1,36 @@
+// Sines and cosines of joint angles in single precision, all joints at once.
+// Reduction by multiples of pi/2 in three parts and short polynomials on
+// [-pi/4, pi/4] keep the error within a float rounding or two for the angle
+// range of arm joints; far larger angles go to the library functions.
+#pragma once
+
+#include <cmath>
+
+namespace zq {
+
+inline void joint_sin_cos(float x, float* s, float* c) {
+    constexpr float kTwoOverPi = 0.636619772367581343f;
+    constexpr float kLimit = 8192.0f;
+    constexpr float kP1 = 1.5703125f;                    // pi/2 in three parts
+    constexpr float kP2 = 4.837512969970703125e-4f;
+    constexpr float kP3 = 7.54978995489188216e-8f;
+    if (!(std::fabs(x) < kLimit)) {
+        *s = std::sin(x);
+        *c = std::cos(x);
+        return;
+    }
+    constexpr float kRound = 12582912.0f;  // 1.5 * 2^23: adding it rounds to an integer
+    const float k = (x * kTwoOverPi + kRound) - kRound;
+    const int quadrant = static_cast<int>(k);
+    const float r = ((x - k * kP1) - k * kP2) - k * kP3;
+    const float r2 = r * r;
+    const float sp = r + r * r2 * (-1.6666654611e-1f + r2 * (8.3321608736e-3f + r2 * -1.9515295891e-4f));
+    const float cp = 1.0f - 0.5f * r2 +
+                     r2 * r2 * (4.166664568298827e-2f + r2 * (-1.388731625493765e-3f + r2 * 2.443315711809948e-5f));
+    const float sv = (quadrant & 1) ? cp : sp;
+    const float cv = (quadrant & 1) ? sp : cp;
+    *s = (quadrant & 2) ? -sv : sv;
+    *c = ((quadrant + 1) & 2) ? -cv : cv;
+}
+
+}  // namespace zq
