@@ -182,8 +182,9 @@ void apply_factory_data(ArmConfig& cfg, const std::string& product) {
         j.max_acc = 600.0;
     }
     cfg.joint_angles.assign(static_cast<std::size_t>(f.dof), 0.0);
-    // A sensor arm reports its force values in the base frame (0) by default.
-    cfg.realtime.force_coordinate = has_force_sensor(variant) ? 0 : -1;
+    // Every variant but the plain one keeps a force frame in its push settings
+    // (the base frame, 0, by default); only sensor arms fill it with data.
+    cfg.realtime.force_coordinate = variant != EndVariant::B ? 0 : -1;
 }
 
 }  // namespace zqsim

@@ -87,6 +87,11 @@ int zq_get_current_tool_frame(zq_robot_handle* handle, zq_frame_t* frame) {
     cJSON_Delete(root);
     if (rc != 0) return rc;
     if (frame) *frame = f;
+    // The kinematic model follows the controller's current tool frame.
+    {
+        std::lock_guard<platform::Mutex> lock(kinematics_state_lock());
+        zq_algo_set_toolframe(&f);
+    }
     return store_in_handle(handle, [&](zq_robot_handle& h) { h.tool_frame = f; });
 }
 
@@ -117,6 +122,10 @@ int zq_get_current_work_frame(zq_robot_handle* handle, zq_frame_t* frame) {
     cJSON_Delete(root);
     if (rc != 0) return rc;
     if (frame) *frame = f;
+    {
+        std::lock_guard<platform::Mutex> lock(kinematics_state_lock());
+        zq_algo_set_workframe(&f);
+    }
     return store_in_handle(handle, [&](zq_robot_handle& h) {
         std::memcpy(h.work_frame.frame_name, f.frame_name, sizeof f.frame_name);
         h.work_frame.pose = f.pose;

@@ -2,6 +2,11 @@
 // learned to the kinematic model.
 #include "session/connect.h"
 
+#include <mutex>
+
+#include "kinematics/arm_load.h"
+#include "session/session.h"
+
 namespace zq {
 
 int run_first_queries(zq_robot_handle* handle) {
@@ -24,6 +29,19 @@ int run_first_queries(zq_robot_handle* handle) {
     return rc;
 }
 
-void hand_over_to_kinematics(zq_robot_handle* handle) { (void)handle; }
+// Runs also after a failed query, with whatever was learned. The session
+// created last decides what the kinematic model holds.
+void hand_over_to_kinematics(zq_robot_handle* handle) {
+    zq_robot_handle copy{};
+    if (read_handle(handle, [&](const zq_robot_handle& h) { copy = h; }) != 0) return;
+    int model;
+    {
+        std::lock_guard<platform::Mutex> lock(kinematics_state_lock());
+        model = load_arm_data(copy);
+    }
+    if (copy.arm_model == ZQ_MODEL_UNIVERSAL_E) {
+        store_in_handle(handle, [&](zq_robot_handle& h) { h.sys_model = model; });
+    }
+}
 
 }  // namespace zq

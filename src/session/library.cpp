@@ -106,6 +106,10 @@ void udp_thread_body() { udp_receive_loop(); }
 // ---- process-wide state ---------------------------------------------------
 
 pf::RwLock& pool_lock() { return g_pool_lock; }
+pf::Mutex& kinematics_state_lock() {
+    static pf::Mutex lock;
+    return lock;
+}
 int thread_mode() { return g_mode.load(std::memory_order_relaxed); }
 bool stopping() { return g_stop.load(std::memory_order_acquire); }
 int query_timeout() { return g_query_timeout.load(std::memory_order_relaxed); }

@@ -101,6 +101,10 @@ inline void atomic_set(int32_t& field, int32_t v) { __atomic_store_n(&field, v, 
 // Lowers a positive counter by one; true when it was above 0.
 bool atomic_take(int32_t& counter);
 
+// Serialises the library's own writes into the process-wide kinematic model
+// (current frames at a query, the hand-over of a new connection).
+platform::Mutex& kinematics_state_lock();
+
 // The event callback, or null.
 zq_event_callback_t event_callback();
 
