@@ -1,0 +1,65 @@
+// The moving arm of the simulated controller: joint, pose and circular moves, steps, jogs,
+// stops and streamed set points, run in real time by a clock thread of its own.
+//
+// A move is acknowledged at once ("receive_state") and then runs: a joint move interpolates
+// the joints with a smooth profile at the commanded share `v` (percent) of each joint's speed
+// and acceleration limits; pose moves, lacking inverse kinematics here, take their time from
+// the Cartesian distance and bring the joints to a fixed ready configuration. At its end the
+// controller pushes {"state":"current_trajectory_state","trajectory_state":true,"device":0,
+// "trajectory_connect":0|1}. Moves sent with "trajectory_connect" 1 wait for the move that
+// closes the chain and then run back to back. The joint angles live in the simulator's
+// ArmConfig, so every other answer sees the moving arm.
+//
+// The engine attaches to a running or stopped Simulator through its scripting members
+// (on_command for each motion literal, push, update): scripted replies and drops of a motion
+// command take precedence, and clear_script() detaches it (attach() brings it back).
+//
+//   zqsim::Simulator sim;
+//   zqsim::MotionEngine motion(sim);   // the arm now moves
+//   motion.lose_reports(1);           // the next completion push goes missing
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zqsim {
+
+class Simulator;
+
+class MotionEngine {
+public:
+    explicit MotionEngine(Simulator& sim);  // attaches and starts the clock
+    ~MotionEngine();                        // detaches and stops the clock
+    MotionEngine(const MotionEngine&) = delete;
+    MotionEngine& operator=(const MotionEngine&) = delete;
+
+    // (Re)installs the handlers of every motion command.
+    void attach();
+    // The command literals the engine answers.
+    static std::vector<std::string> literals();
+
+    // --- faults ------------------------------------------------------------------------
+    // The next `n` completion pushes are not sent (n < 0: none is sent any more; 0: all again).
+    void lose_reports(int n);
+    // Completion pushes leave `ms` late (0: on time).
+    void delay_reports(int ms);
+    // Completion pushes name `device` instead of 0 (the arm).
+    void report_device(int device);
+
+    // --- what the arm does ---------------------------------------------------------------
+    // True while a trajectory runs or waits to run (paused included).
+    bool busy() const;
+    // Waits until no trajectory runs; false on time-out.
+    bool wait_idle(int timeout_ms) const;
+    // Completion pushes sent so far.
+    int reports_sent() const;
+    // "idle", "move_J", "move_L", "move_C", "move_S", "pause", "stop", "slow_stop".
+    std::string status() const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace zqsim
