@@ -71,6 +71,10 @@ int connect_ipv4(socket_t s, uint32_t addr_be, int port) {
 }
 
 int bind_any(socket_t s, int port) {
+    if (port < 0 || port > 65535) {
+        errno = EINVAL;
+        return -1;
+    }
     sockaddr_in sa{};
     sa.sin_family = AF_INET;
     sa.sin_addr.s_addr = htonl(INADDR_ANY);
