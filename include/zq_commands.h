@@ -35,6 +35,47 @@ typedef struct {
 
 ZQ_API int zq_get_arm_software_info(zq_robot_handle* handle, zq_arm_software_version_t* info);
 
+typedef struct {
+    char version[10];
+} zq_version_t;
+
+/* One entry per joint: integers on generation 3 controllers, texts on generation 4. Sets the
+ * handle's joint count from the number of versions. */
+ZQ_API int zq_get_joint_software_version(zq_robot_handle* handle, int* version, zq_version_t* text);
+/* Generation 3: *version; generation 4: the text. */
+ZQ_API int zq_get_tool_software_version(zq_robot_handle* handle, int* version, zq_version_t* text);
+
+/* ---- state queries ---- */
+#define ZQ_ERR_MAX 100 /* error codes a state query stores at most */
+
+typedef struct {
+    zq_pose_t pose;     /* quaternion computed from the Euler angles */
+    float joint[7];     /* degrees */
+    uint8_t err_len;
+    int32_t err[ZQ_ERR_MAX];
+} zq_current_arm_state_t;
+
+typedef struct {
+    float joint_current[7];
+    int32_t joint_en_flag[7];
+    float joint_temperature[7];
+    float joint_voltage[7];
+    int32_t joint_err_code[7];
+    uint8_t err_len;
+    int32_t err[ZQ_ERR_MAX];
+} zq_arm_all_state_t;
+
+ZQ_API int zq_get_current_arm_state(zq_robot_handle* handle, zq_current_arm_state_t* state);
+ZQ_API int zq_get_current_joint_temperature(zq_robot_handle* handle, float* temperature);
+ZQ_API int zq_get_current_joint_current(zq_robot_handle* handle, float* current);
+ZQ_API int zq_get_current_joint_voltage(zq_robot_handle* handle, float* voltage);
+ZQ_API int zq_get_joint_degree(zq_robot_handle* handle, float* joint);
+ZQ_API int zq_get_arm_all_state(zq_robot_handle* handle, zq_arm_all_state_t* state);
+ZQ_API int zq_set_init_pose(zq_robot_handle* handle, const float* joint);
+ZQ_API int zq_get_init_pose(zq_robot_handle* handle, float* joint);
+ZQ_API int zq_get_controller_state(zq_robot_handle* handle, float* voltage, float* current, float* temperature,
+                                   int* err_flag);
+
 /* ---- joint limits (degrees, degrees per second, degrees per second squared) ---- */
 ZQ_API int zq_get_joint_max_speed(zq_robot_handle* handle, float* speed);
 ZQ_API int zq_get_joint_max_acc(zq_robot_handle* handle, float* acc);

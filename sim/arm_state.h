@@ -100,6 +100,7 @@ struct ArmState {
     PerJoint<double> init_pose{};        // degrees
     ReportPeripherals peripherals;
     std::string tool_software_version = "1.2.5";
+    std::string joint_software_version = "2.4.0";  // every joint's drive
 };
 
 }  // namespace zqsim

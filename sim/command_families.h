@@ -10,6 +10,7 @@ void register_state_commands(CommandTable& table);       // run mode, software i
 void register_realtime_commands(CommandTable& table);    // realtime report settings
 void register_frame_commands(CommandTable& table);       // tool and work frames, install pose, DH chain
 void register_limit_commands(CommandTable& table);       // joint limits
+void register_arm_state_commands(CommandTable& table);   // joint readings, state records, versions
 void register_trajectory_commands(CommandTable& table);  // current trajectory
 
 }  // namespace zqsim

@@ -32,7 +32,7 @@ const CommandTable& CommandTable::standard() {
         using Register = void (*)(CommandTable&);
         static const Register kFamilies[] = {
             register_state_commands, register_realtime_commands,   register_frame_commands,
-            register_limit_commands, register_trajectory_commands,
+            register_limit_commands, register_arm_state_commands, register_trajectory_commands,
         };
         CommandTable t;
         for (Register r : kFamilies) r(t);

@@ -1,6 +1,8 @@
 // Common shapes of set and get commands.
 #include "commands/catalogue.h"
 
+#include <cstring>
+
 #include "session/log.h"
 
 namespace zq::cat {
@@ -38,7 +40,7 @@ int joint_count(const char* fn, const zq_robot_handle* handle) {
 }
 
 int get_joints(const char* fn, zq_robot_handle* handle, const char* command, const char* reply_key,
-               zq_key_value_t* table, int count, int timeout_ms, int* dof) {
+               zq_key_value_t* table, int count, int timeout_ms, int* dof, const char* own_length_key) {
     zq_send_value_t values[] = {send_str("command", command)};
     char out[kReplyBuffer] = {0};
     int n = zq_command_exchange(fn, handle, values, 1, reply_key, out, sizeof out, timeout_ms);
@@ -46,7 +48,9 @@ int get_joints(const char* fn, zq_robot_handle* handle, const char* command, con
     int joints = joint_count(fn, handle);
     if (joints < 0) return -1;
     for (int i = 0; i < count; ++i) {
-        if (table[i].type == ZQ_VALUE_INT_ARRAY) table[i].count = joints;
+        if (table[i].type != ZQ_VALUE_INT_ARRAY || table[i].count != 0 || !table[i].key) continue;
+        if (own_length_key && std::strcmp(table[i].key, own_length_key) == 0) continue;
+        table[i].count = joints;
     }
     if (dof) *dof = joints;
     return zq_parse_reply(fn, out, table, count);

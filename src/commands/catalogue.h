@@ -26,10 +26,12 @@ int get(const char* fn, zq_robot_handle* handle, const char* command, const char
 int get_or_length(const char* fn, zq_robot_handle* handle, const char* command, const char* reply_key,
                   zq_key_value_t* table, int count, int timeout_ms);
 
-// Shape J: as G, but every array entry of `table` takes the handle's joint
-// count, read after the exchange. *dof receives it.
+// Shape J: as G, but every array entry of `table` with no count of its own
+// takes the handle's joint count, read after the exchange. *dof receives it.
+// The entry named `own_length_key`, if any, keeps a count of 0: inside a
+// wrapped state reply it takes the array's own length.
 int get_joints(const char* fn, zq_robot_handle* handle, const char* command, const char* reply_key,
-               zq_key_value_t* table, int count, int timeout_ms, int* dof);
+               zq_key_value_t* table, int count, int timeout_ms, int* dof, const char* own_length_key = nullptr);
 
 // The joint count for shape J: 1 to 10, or -1 with the disconnection line.
 int joint_count(const char* fn, const zq_robot_handle* handle);
