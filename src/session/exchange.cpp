@@ -182,10 +182,6 @@ int zq_wait_reply(const char* function_name, zq_robot_session* session, const ch
                   int capacity, int timeout_ms) {
     (void)function_name;
     const int budget = wait_budget_ms(timeout_ms);
-    if (thread_mode() == ZQ_SINGLE_THREAD_MODE) {
-        std::lock_guard<pf::Mutex> reset(session->line_lock);
-        session->line_len = 0;
-    }
     if (budget == 0 || !reply_key) return -1;
     if (thread_mode() == ZQ_SINGLE_THREAD_MODE) return wait_on_socket(*session, reply_key, out, capacity, budget);
     return wait_in_fifo(*session, reply_key, out, capacity, budget);
