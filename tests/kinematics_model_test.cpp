@@ -4,7 +4,10 @@
 
 #include <cmath>
 #include <random>
+#include <stdexcept>
+#include <string>
 
+#include "kinematics/arm_load.h"
 #include "kinematics/model_match.h"
 #include "kinematics/sys_data.h"
 #include "kinematics_reference.h"
@@ -207,3 +210,45 @@ TEST(KinematicsModel, InitByDhKeepsTheGivenNumbers) {
 }
 
 TEST(KinematicsModel, VersionText) { EXPECT_STREQ(zq_algo_version(), "1.6.0-8a02e510"); }
+
+TEST(KinematicsModel, ArmDataOfAHandleReplacesTheModel) {
+    zq_robot_handle h{};
+    h.arm_dof = 6;
+    h.arm_model = ZQ_MODEL_ZQL36_E;
+    h.force_type = ZQ_MODEL_ZQ_6F_E;
+    h.install_angle[1] = 90.0f;
+    h.tool_frame.pose.position.z = 0.1f;
+    h.work_frame.pose.position.x = 0.5f;
+    for (int i = 0; i < 7; ++i) {
+        h.joint_max_pos[i] = 100.0f + i;
+        h.joint_min_pos[i] = -100.0f - i;
+        h.joint_max_acc[i] = 50.0f;
+        h.joint_max_speed[i] = 90.0f;
+    }
+    h.dh_data = dh_of(kinref::with_force(arm_named("ZQL36"), 2));
+    h.dh_data.d[0] = 0.18f;  // the session's numbers stand over the table's
+    EXPECT_EQ(zq::load_arm_data(h), ZQ_MODEL_ZQL36_E);
+    EXPECT_EQ(zq::get_model_code(), 3);
+    EXPECT_EQ(zq_algo_get_dh().d[0], 0.18f);
+    float v[8] = {};
+    zq_algo_get_joint_max_limit(v);
+    EXPECT_NEAR(v[5], 105.0, 1e-4);
+    zq_algo_get_joint_max_acc(v);
+    EXPECT_NEAR(v[0], 50.0, 1e-4);
+    EXPECT_NEAR(zq::sys_data.gravity[0], 9.81, 1e-5);
+    EXPECT_EQ(zq::sys_data.tool[2], 0.1f);
+    EXPECT_EQ(zq::sys_data.work[0], 0.5f);
+    // A non-standard arm is matched from its DH numbers and keeps its dof.
+    h.arm_model = ZQ_MODEL_UNIVERSAL_E;
+    h.arm_dof = 7;
+    h.dh_data = dh_of(arm_named("HTR27"));
+    EXPECT_EQ(zq::load_arm_data(h), ZQ_MODEL_HTR27_E);
+    EXPECT_EQ(zq::get_model_code(), 7);
+    EXPECT_EQ(zq::get_dof(), 7);
+    // A handle that names no session changes nothing.
+    zq_robot_handle stray = h;
+    stray.arm_model = ZQ_MODEL_ZQ41_E;
+    EXPECT_EQ(zq::arm_load(&stray), -1);
+    EXPECT_EQ(zq::arm_load(nullptr), -1);
+    EXPECT_EQ(zq::get_model_code(), 7);
+}
