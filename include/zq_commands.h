@@ -117,6 +117,32 @@ ZQ_API int zq_set_collision_state(zq_robot_handle* handle, int stage);
 ZQ_API int zq_get_collision_stage(zq_robot_handle* handle, int* stage);
 
 /* ---- frames, install pose, DH parameters ---- */
+typedef struct {
+    char name[12];
+} zq_frame_name_t;
+/* Frame lists fill at most this many names. */
+#define ZQ_FRAME_LIST_MAX 32
+
+ZQ_API int zq_set_auto_tool_frame(zq_robot_handle* handle, int point_num);
+ZQ_API int zq_generate_auto_tool_frame(zq_robot_handle* handle, const char* name, float payload, float x, float y,
+                                       float z);
+ZQ_API int zq_set_manual_tool_frame(zq_robot_handle* handle, zq_frame_t frame);
+ZQ_API int zq_change_tool_frame(zq_robot_handle* handle, const char* name);
+ZQ_API int zq_delete_tool_frame(zq_robot_handle* handle, const char* name);
+ZQ_API int zq_update_tool_frame(zq_robot_handle* handle, zq_frame_t frame);
+ZQ_API int zq_get_total_tool_frame(zq_robot_handle* handle, zq_frame_name_t* names, int* len);
+ZQ_API int zq_get_given_tool_frame(zq_robot_handle* handle, const char* name, zq_frame_t* frame);
+ZQ_API int zq_set_auto_work_frame(zq_robot_handle* handle, const char* name, int point_num);
+ZQ_API int zq_set_manual_work_frame(zq_robot_handle* handle, const char* name, zq_pose_t pose);
+ZQ_API int zq_change_work_frame(zq_robot_handle* handle, const char* name);
+ZQ_API int zq_delete_work_frame(zq_robot_handle* handle, const char* name);
+ZQ_API int zq_update_work_frame(zq_robot_handle* handle, const char* name, zq_pose_t pose);
+ZQ_API int zq_get_total_work_frame(zq_robot_handle* handle, zq_frame_name_t* names, int* len);
+ZQ_API int zq_get_given_work_frame(zq_robot_handle* handle, const char* name, zq_pose_t* pose);
+/* Install angles in whole degrees: the fractions are cut. */
+ZQ_API int zq_set_install_pose(zq_robot_handle* handle, float x, float y, float z);
+ZQ_API int zq_set_DH_data(zq_robot_handle* handle, zq_dh_t dh);
+ZQ_API int zq_set_DH_data_default(zq_robot_handle* handle);
 ZQ_API int zq_get_current_tool_frame(zq_robot_handle* handle, zq_frame_t* frame);
 ZQ_API int zq_get_current_work_frame(zq_robot_handle* handle, zq_frame_t* frame);
 ZQ_API int zq_get_install_pose(zq_robot_handle* handle, float* x, float* y, float* z);

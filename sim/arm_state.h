@@ -1,5 +1,5 @@
 // The live state of the simulated arm beyond its chain, limits and frames: joint and controller
-// readings, error lists, Cartesian limits, the collision stage, the teach frame, and the
+// readings, error lists, Cartesian limits, the collision stage, and the
 // peripheral sections of the realtime report. Values are in the controller's own units as noted;
 // the answers convert them to wire integers.
 #pragma once
@@ -96,7 +96,7 @@ struct ArmState {
     std::vector<int> err = {0};          // the arm's error list; never empty on the wire
     std::string arm_status = "idle";     // "arm_current_status" of the realtime report
     int collision_stage = 0;             // 0 to 8
-    int teach_frame = 0;                 // 0 base, 1 tool
+    int auto_tool_points = 0;            // teach points recorded for an automatic tool frame, one bit each
     PerJoint<double> init_pose{};        // degrees
     ReportPeripherals peripherals;
     std::string tool_software_version = "1.2.5";

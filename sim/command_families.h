@@ -9,6 +9,7 @@ namespace zqsim {
 void register_state_commands(CommandTable& table);       // run mode, software information
 void register_realtime_commands(CommandTable& table);    // realtime report settings
 void register_frame_commands(CommandTable& table);       // tool and work frames, install pose, DH chain
+void register_frame_store_commands(CommandTable& table); // stored frames, setting install pose and DH chain
 void register_limit_commands(CommandTable& table);       // joint limits
 void register_arm_state_commands(CommandTable& table);   // joint readings, state records, versions
 void register_trajectory_commands(CommandTable& table);  // current trajectory

@@ -31,7 +31,7 @@ const CommandTable& CommandTable::standard() {
     static const CommandTable table = [] {
         using Register = void (*)(CommandTable&);
         static const Register kFamilies[] = {
-            register_state_commands, register_realtime_commands,   register_frame_commands,
+            register_state_commands, register_realtime_commands,   register_frame_commands, register_frame_store_commands,
             register_limit_commands, register_arm_state_commands, register_trajectory_commands,
         };
         CommandTable t;
