@@ -122,6 +122,7 @@ Waker::Waker() {
 Waker::~Waker() {
     if (fds_[0] >= 0) ::close(fds_[0]);
     if (fds_[1] >= 0) ::close(fds_[1]);
+    fds_[0] = fds_[1] = -1;
 }
 
 void Waker::wake() {

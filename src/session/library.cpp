@@ -36,7 +36,8 @@ pf::Mutex g_slots_lock;
 pf::Mutex g_threads_lock;
 pf::Thread g_recv_thread;
 pf::Thread g_udp_thread;
-pf::Waker g_recv_waker;
+// Lives as long as the process: threads may still wake it during exit.
+pf::Waker& g_recv_waker = *new pf::Waker();
 
 void stop_threads();
 

@@ -20,7 +20,8 @@ zq_udp_socket_t* g_listener = nullptr;
 pf::Mutex g_lock;
 std::vector<int> g_retired;
 bool g_deferred_close = false;
-pf::Waker g_waker;
+// Lives as long as the process: threads may still wake it during exit.
+pf::Waker& g_waker = *new pf::Waker();
 
 int udp_open(int port) {
     if (pf::net_startup() != 0) std::printf("WSAStartup ERROR\n");
