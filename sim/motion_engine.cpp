@@ -26,6 +26,7 @@ constexpr double kLineAcc = 1.6;        // m/s²
 constexpr double kAngularSpeed = 0.6;   // rad/s at v = 100
 constexpr double kAngularAcc = 4.0;     // rad/s²
 constexpr int kTickMs = 2;              // clock period while the arm moves
+constexpr double kMinMoveSeconds = 0.02;  // shortest planned trajectory
 // Where pose moves take the joints, for want of inverse kinematics (degrees).
 constexpr double kReadyJoints[10] = {0.0, 20.0, 70.0, 0.0, 90.0, 0.0, 0.0, 0.0, 0.0, 0.0};
 
@@ -110,8 +111,9 @@ struct MotionEngine::Impl {
             std::vector<double> joints;
             std::vector<std::string> now_out;
             step(Clock::now(), &joints, &now_out);
-            lock.unlock();
+            // Applied under the engine's lock, so that no older position lands after a newer one.
             if (!joints.empty()) set_joints(joints);
+            lock.unlock();
             for (const std::string& line : now_out) sim.push(line);
             lock.lock();
             if (quit) break;
@@ -175,7 +177,8 @@ struct MotionEngine::Impl {
                                                 lim.max_acc * cur.speed));
             }
         }
-        cur.duration = cur.linear ? cur.duration : t;
+        // A planned trajectory takes a few controller cycles even when the arm is there already.
+        cur.duration = cur.linear ? cur.duration : std::max(t, kMinMoveSeconds);
         started = now;
         paused_for = Clock::duration::zero();
         running = true;
@@ -436,6 +439,7 @@ struct MotionEngine::Impl {
             paused = true;
             paused_at = Clock::now();
             arm_status = "pause";
+            pending_joints = at(paused_at);  // where the arm holds
         }
         return {state_reply(command.c_str(), "arm_pause", true)};
     }
@@ -464,7 +468,7 @@ struct MotionEngine::Impl {
 
     std::vector<std::string> emergency_stop(const cJSON* rq, const std::string& command) {
         const cJSON* on = cJSON_GetObjectItemCaseSensitive(rq, "emergency_stop");
-        if (cJSON_IsTrue(on)) pending_joints = halt("stop");
+        if (cJSON_IsTrue(on) || (cJSON_IsNumber(on) && on->valueint != 0)) pending_joints = halt("stop");
         return {state_reply(command.c_str(), "set_state", true)};
     }
 
@@ -560,10 +564,10 @@ struct MotionEngine::Impl {
             out = (this->*h)(rq, command);
             if (!pending_joints.empty()) joints = std::move(pending_joints);
             pending_joints.clear();
+            if (!joints.empty()) set_joints(joints);
         }
         cJSON_Delete(rq);
         cv.notify_all();
-        if (!joints.empty()) set_joints(joints);
         return out;
     }
 

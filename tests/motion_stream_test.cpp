@@ -1,0 +1,152 @@
+// Pass-through streaming: wire bytes, the quaternion rule, the smoothing warning and the
+// current streaming gate.
+#include <cstdarg>
+#include <cstdio>
+#include <mutex>
+
+#include "motion/stream.h"
+#include "motion_env.h"
+
+namespace {
+
+using zqtest::MotionTest;
+
+std::mutex g_log_mu;
+std::string g_log;
+void capture(const char* fmt, va_list args) {
+    char buf[512];
+    std::vsnprintf(buf, sizeof buf, fmt, args);
+    std::lock_guard<std::mutex> lock(g_log_mu);
+    g_log += buf;
+}
+void to_stderr(const char* fmt, va_list args) { std::vfprintf(stderr, fmt, args); }
+
+class MotionStreamTest : public MotionTest {
+protected:
+    void SetUp() override {
+        MotionTest::SetUp();
+        std::lock_guard<std::mutex> lock(g_log_mu);
+        g_log.clear();
+    }
+    void TearDown() override {
+        zq_set_log_call_back(to_stderr, 3);
+        MotionTest::TearDown();
+    }
+    std::string log() {
+        std::lock_guard<std::mutex> lock(g_log_mu);
+        return g_log;
+    }
+};
+
+TEST_F(MotionStreamTest, MotionStreamJointsGoOutAtOnceAndMoveTheArm) {
+    zq_set_log_call_back(capture, 2);
+    float q[6] = {2.675f, -1.0f, 0.5f, 0.0f, 10.0f, -20.0f};
+    zq_movej_canfd_mode_t c{};
+    c.joint = q;
+    c.expand = 2.675f;
+    c.follow = true;
+    c.trajectory_mode = 2;
+    c.radio = 1001;
+    EXPECT_EQ(zq_movej_canfd(arm_, c), 0);
+    c.radio = 1000;
+    EXPECT_EQ(zq_movej_canfd(arm_, c), 0);
+    ASSERT_TRUE(sim_.wait_for_lines(2, 1000));
+    EXPECT_EQ(sim_.received_lines()[0],
+              "{\"command\":\"movej_canfd\",\"joint\":[2674,-1000,500,0,10000,-20000],\"follow\":true,"
+              "\"expand\":2675,\"trajectory_mode\":2,\"radio\":1001}");
+    // One warning, for 1001 only.
+    EXPECT_EQ(log(), "[zq_movej_canfd] zq_movej_canfd_mode_t config warn, invaild radio: 1001!\n");
+    EXPECT_NEAR(sim_.config().joint_angles[5], -20.0, 1e-9);
+    EXPECT_EQ(zq_movej_follow(arm_, q), 0);
+    EXPECT_EQ(request("movej_follow"), "{\"command\":\"movej_follow\",\"joint\":[2674,-1000,500,0,10000,-20000]}");
+}
+
+TEST_F(MotionStreamTest, MotionStreamRadioBoundsByMode) {
+    zq_set_log_call_back(capture, 2);
+    zq_movev_canfd_mode_t v{};
+    float vel[6] = {0.1f, -0.2f, 0.0f, 2.675f, 0.0f, -0.5f};
+    v.cartesian_velocity = vel;
+    v.trajectory_mode = 0;
+    v.radio = 1;
+    EXPECT_EQ(zq_movev_canfd(arm_, v), 0);
+    v.trajectory_mode = 1;
+    v.radio = 100;
+    EXPECT_EQ(zq_movev_canfd(arm_, v), 0);
+    v.radio = 101;
+    EXPECT_EQ(zq_movev_canfd(arm_, v), 0);
+    EXPECT_EQ(log(),
+              "[zq_movev_canfd] zq_movev_canfd_mode_t config warn, invaild radio: 1!\n"
+              "[zq_movev_canfd] zq_movev_canfd_mode_t config warn, invaild radio: 101!\n");
+    ASSERT_TRUE(sim_.wait_for_lines(3, 1000));
+    // Double precision: 2.675f * 1000 truncates to 2674.
+    EXPECT_EQ(sim_.received_lines()[0],
+              "{\"command\":\"movev_canfd\",\"cartesian_velocity\":[100000,-200000,0,2674,0,-500],\"follow\":false,"
+              "\"trajectory_mode\":0,\"radio\":1}");
+}
+
+TEST_F(MotionStreamTest, MotionStreamQuaternionChoosesTheForm) {
+    zq_movep_canfd_mode_t c{};
+    c.pose.position = {0.1f, 0.2f, 0.3f};
+    c.pose.euler = {2.675f, 0.0f, -1.0f};
+    c.pose.quaternion = {0.0f, 0.0f, 0.0f, 0.0f};
+    EXPECT_EQ(zq_movep_canfd(arm_, c), 0);                  // zero: Euler form
+    c.pose.quaternion = {0.5f, 0.5f, 0.5f, 0.5f};           // norm 1
+    EXPECT_EQ(zq_movep_canfd(arm_, c), 0);
+    c.pose.quaternion = {1.0f, 0.3f, 0.0f, 0.0f};           // 1.09: still inside
+    EXPECT_EQ(zq_movep_follow(arm_, c.pose), 0);
+    c.pose.quaternion = {1.0f, 0.32f, 0.0f, 0.0f};          // 1.1024: outside
+    EXPECT_EQ(zq_movep_follow(arm_, c.pose), 0);
+    ASSERT_TRUE(sim_.wait_for_lines(4, 1000));
+    const std::vector<std::string> l = sim_.received_lines();
+    EXPECT_EQ(l[0], "{\"command\":\"movep_canfd\",\"follow\":false,\"pose\":[100000,200000,300000,2675,0,-1000],"
+                    "\"trajectory_mode\":0,\"radio\":0}");
+    EXPECT_EQ(l[1], "{\"command\":\"movep_canfd\",\"follow\":false,"
+                    "\"pose_quat\":[100000,200000,300000,500000,500000,500000,500000],\"trajectory_mode\":0,"
+                    "\"radio\":0}");
+    EXPECT_EQ(l[2], "{\"command\":\"movep_follow\",\"pose_quat\":[100000,200000,300000,1000000,300000,0,0]}");
+    EXPECT_EQ(l[3], "{\"command\":\"movep_follow\",\"pose\":[100000,200000,300000,2675,0,-1000]}");
+}
+
+TEST_F(MotionStreamTest, MotionStreamUnknownHandle) {
+    zq_robot_handle stranger{};
+    zq_movev_canfd_mode_t v{};
+    EXPECT_EQ(zq_movev_canfd(&stranger, v), -1);
+    zq_movej_canfd_mode_t j{};
+    EXPECT_EQ(zq_movej_canfd(&stranger, j), -1);
+    EXPECT_EQ(zq_movep_follow(&stranger, zq_pose_t{}), -1);
+}
+
+TEST_F(MotionStreamTest, MotionStreamVelocityInit) {
+    EXPECT_EQ(zq_set_movev_canfd_init(arm_, 1, 0, 10), 0);
+    EXPECT_EQ(request("set_movev_canfd_init"),
+              "{\"command\":\"set_movev_canfd_init\",\"avoid_singularity_flag\":1,\"frame_type\":0,\"dt\":10}");
+    sim_.set_reply("set_movev_canfd_init", "{\"command\":\"set_movev_canfd_init\",\"movev_canfd_init_state\":false}");
+    EXPECT_EQ(zq_set_movev_canfd_init(arm_, 1, 0, 10), 1);
+}
+
+TEST_F(MotionStreamTest, MotionStreamCurrentNeedsItsSwitch) {
+    float current[6] = {1.5f, -0.25f, 0, 0, 0, 2.675f};
+    EXPECT_EQ(zq_current_canfd(arm_, current), -4);
+    EXPECT_EQ(count_requests("get_current_canfd_enable"), 1);
+    EXPECT_EQ(count_requests("current_canfd"), 0);
+    ASSERT_EQ(zq_set_current_canfd_enable(arm_, true), 0);
+    EXPECT_EQ(request("set_current_canfd_enable"), "{\"command\":\"set_current_canfd_enable\",\"enable\":true}");
+    bool on = false;
+    ASSERT_EQ(zq_get_current_canfd_enable(arm_, &on), 0);
+    EXPECT_TRUE(on);
+    EXPECT_EQ(zq_current_canfd(arm_, current), 0);
+    EXPECT_EQ(request("current_canfd"), "{\"command\":\"current_canfd\",\"current\":[1500,-250,0,0,0,2674]}");
+    // Generation 3 answers under "enable_state"; a reply under the other key leaves it off.
+    arm_->controller_version = 3;
+    sim_.set_reply("get_current_canfd_enable", "{\"command\":\"get_current_canfd_enable\",\"set_state\":true}", 1);
+    EXPECT_EQ(zq_get_current_canfd_enable(arm_, &on), -3);
+    sim_.set_reply("get_current_canfd_enable", "{\"command\":\"get_current_canfd_enable\",\"enable_state\":true}", 1);
+    on = false;
+    EXPECT_EQ(zq_get_current_canfd_enable(arm_, &on), 0);
+    EXPECT_TRUE(on);
+    arm_->controller_version = 5;
+    EXPECT_EQ(zq_get_current_canfd_enable(arm_, &on), -1);
+    arm_->controller_version = 4;
+}
+
+}  // namespace
