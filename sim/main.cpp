@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     int dof = 0;
     std::string model = "ZQ41-B-1.0";
     std::string controller = "4.0";
-    for (int i = 1; i < argc; ++i) {
+    for (int i = 1; i < argc; i += 2) {  // each option takes one value
         const char* arg = argv[i];
         const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
         bool ok = value != nullptr;
@@ -58,7 +58,6 @@ int main(int argc, char** argv) {
             usage();
             return 2;
         }
-        ++i;
     }
 
     zqsim::ArmConfig cfg = zqsim::ArmConfig::for_model(model);
