@@ -114,8 +114,10 @@ struct MotionEngine::Impl {
             // Applied under the engine's lock, so that no older position lands after a newer one.
             if (!joints.empty()) set_joints(joints);
             lock.unlock();
+            const Clock::time_point pushed = Clock::now();
             for (const std::string& line : now_out) sim.push(line);
             lock.lock();
+            if (!now_out.empty()) last_push = pushed;
             if (quit) break;
             if (running || !queue.empty() || !due.empty()) {
                 cv.wait_for(lock, std::chrono::milliseconds(kTickMs));
@@ -601,6 +603,7 @@ struct MotionEngine::Impl {
     int device = 0;
     int sent = 0;
     std::vector<Due> due;
+    Clock::time_point last_push{};
 
     std::thread clock;  // last: runs on the members above
 };
@@ -696,6 +699,10 @@ bool MotionEngine::wait_idle(int timeout_ms) const {
 int MotionEngine::reports_sent() const {
     std::lock_guard<std::mutex> lock(impl_->mu);
     return impl_->sent;
+}
+Clock::time_point MotionEngine::last_report_at() const {
+    std::lock_guard<std::mutex> lock(impl_->mu);
+    return impl_->last_push;
 }
 std::string MotionEngine::status() const {
     std::lock_guard<std::mutex> lock(impl_->mu);

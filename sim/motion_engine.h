@@ -19,6 +19,7 @@
 //   motion.lose_reports(1);           // the next completion push goes missing
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -56,6 +57,8 @@ public:
     int reports_sent() const;
     // "idle", "move_J", "move_L", "move_C", "move_S", "pause", "stop", "slow_stop".
     std::string status() const;
+    // When the last completion push was handed to the network (steady clock).
+    std::chrono::steady_clock::time_point last_report_at() const;
 
 private:
     struct Impl;

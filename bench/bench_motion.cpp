@@ -1,0 +1,112 @@
+// Motion benchmarks against the in-process simulator on loopback:
+//   zq_movej_canfd set points per second from one thread, and the growth of the resident set
+//   over a million of them;
+//   latency from the simulator's completion push to the return of a blocking zq_movej
+//   (median and 99th percentile).
+// The library starts once per process: ZQ_BENCH_MODE (0, 1, 2; default 2) picks the thread mode.
+#include <benchmark/benchmark.h>
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <vector>
+
+#include "motion_engine.h"
+#include "simulator.h"
+#include "zq_api.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+int bench_mode() {
+    const char* m = std::getenv("ZQ_BENCH_MODE");
+    return m ? std::atoi(m) : 2;
+}
+
+long max_rss_kb() {
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    return u.ru_maxrss;
+}
+
+// One moving simulated arm and its connection.
+struct MovingArm {
+    zqsim::Simulator sim{zqsim::ArmConfig::for_model("ZQ41-B-1.0")};
+    zqsim::MotionEngine motion{sim};
+    zq_robot_handle* arm = nullptr;
+    MovingArm() {
+        static const int init = zq_init(static_cast<zq_thread_mode_e>(bench_mode()));
+        (void)init;
+        sim.set_recording(false);
+        arm = zq_create_robot_arm("127.0.0.1", sim.start(0));
+    }
+    ~MovingArm() {
+        zq_delete_robot_arm(arm);
+        sim.stop();
+    }
+};
+
+double percentile(std::vector<double>& v, double p) {
+    if (v.empty()) return 0;
+    std::sort(v.begin(), v.end());
+    return v[static_cast<size_t>(p * static_cast<double>(v.size() - 1))];
+}
+
+void BM_MovejCanfdStream(benchmark::State& state) {
+    MovingArm a;
+    if (!a.arm || a.arm->id < 0) {
+        state.SkipWithError("no connection");
+        return;
+    }
+    float q[6] = {0, 10, 20, 0, 30, 0};
+    zq_movej_canfd_mode_t c{};
+    c.joint = q;
+    c.trajectory_mode = 0;
+    // Warm up, then measure the resident set over the timed calls.
+    for (int i = 0; i < 10000; ++i) zq_movej_canfd(a.arm, c);
+    const long rss0 = max_rss_kb();
+    int failures = 0;
+    int64_t n = 0;
+    for (auto _ : state) {
+        q[0] = static_cast<float>(n % 1000) * 0.001f;
+        failures += zq_movej_canfd(a.arm, c) != 0;
+        ++n;
+    }
+    state.SetItemsProcessed(n);
+    state.counters["set_points_per_s"] = benchmark::Counter(static_cast<double>(n), benchmark::Counter::kIsRate);
+    state.counters["rss_growth_kb"] = static_cast<double>(max_rss_kb() - rss0);
+    state.counters["failures"] = failures;
+}
+BENCHMARK(BM_MovejCanfdStream)->Iterations(1000000)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+void BM_BlockingMovejReturnLatency(benchmark::State& state) {
+    MovingArm a;
+    if (!a.arm || a.arm->id < 0) {
+        state.SkipWithError("no connection");
+        return;
+    }
+    std::vector<double> us;
+    int failures = 0;
+    int k = 0;
+    for (auto _ : state) {
+        const float q[6] = {(k++ % 2) ? 0.0f : 2.0f, 0, 0, 0, 0, 0};
+        const int rc = zq_movej(a.arm, q, 100, 0, 0, 5);
+        const Clock::time_point back = Clock::now();
+        if (rc != 0) {
+            ++failures;
+            continue;
+        }
+        us.push_back(std::chrono::duration<double, std::micro>(back - a.motion.last_report_at()).count());
+    }
+    state.counters["median_us"] = percentile(us, 0.5);
+    state.counters["p99_us"] = percentile(us, 0.99);
+    state.counters["failures"] = failures;
+}
+BENCHMARK(BM_BlockingMovejReturnLatency)->Iterations(40)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
