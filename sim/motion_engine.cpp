@@ -111,6 +111,10 @@ struct MotionEngine::Impl {
             std::vector<double> joints;
             std::vector<std::string> now_out;
             step(Clock::now(), &joints, &now_out);
+            if (stream_dirty && !running) {
+                joints = current;
+                stream_dirty = false;
+            }
             // Applied under the engine's lock, so that no older position lands after a newer one.
             if (!joints.empty()) set_joints(joints);
             lock.unlock();
@@ -119,7 +123,7 @@ struct MotionEngine::Impl {
             lock.lock();
             if (!now_out.empty()) last_push = pushed;
             if (quit) break;
-            if (running || !queue.empty() || !due.empty()) {
+            if (running || !queue.empty() || !due.empty() || stream_dirty) {
                 cv.wait_for(lock, std::chrono::milliseconds(kTickMs));
             } else {
                 cv.wait(lock);
@@ -486,11 +490,20 @@ struct MotionEngine::Impl {
     }
 
     // ---- streaming: set points take effect at once, unanswered --------------------------
+    // The arm takes each set point at once; the shared state follows at most once a
+    // millisecond, and the clock brings it up to date after the stream pauses.
     std::vector<std::string> stream_joints(const cJSON* rq, const std::string&) {
         std::vector<double> q = number_array(rq, "joint", wire::kAngle);
-        if (!running && static_cast<int>(q.size()) == dof) {
-            current = q;
-            pending_joints = q;
+        if (running || static_cast<int>(q.size()) != dof) return {};
+        current = std::move(q);
+        const Clock::time_point now = Clock::now();
+        if (now - last_stream_apply >= std::chrono::milliseconds(1)) {
+            pending_joints = current;
+            last_stream_apply = now;
+            stream_dirty = false;
+        } else if (!stream_dirty) {
+            stream_dirty = true;
+            cv.notify_all();
         }
         return {};
     }
@@ -569,7 +582,6 @@ struct MotionEngine::Impl {
             if (!joints.empty()) set_joints(joints);
         }
         cJSON_Delete(rq);
-        cv.notify_all();
         return out;
     }
 
@@ -604,6 +616,8 @@ struct MotionEngine::Impl {
     int sent = 0;
     std::vector<Due> due;
     Clock::time_point last_push{};
+    Clock::time_point last_stream_apply{};
+    bool stream_dirty = false;  // streamed joints not yet in the shared state
 
     std::thread clock;  // last: runs on the members above
 };
