@@ -2,6 +2,8 @@
 #ifndef ZQ_ALGO_H
 #define ZQ_ALGO_H
 
+#include <stdbool.h>
+
 #include "zq_api.h"
 
 #ifdef __cplusplus
@@ -66,6 +68,37 @@ ZQ_API zq_pose_t zq_algo_cartesian_tool(zq_robot_handle* handle, const float* jo
 ZQ_API zq_pose_t zq_algo_pose_move(zq_robot_handle* handle, zq_pose_t current, const float* move, int frame_mode);
 ZQ_API zq_pose_t zq_algo_rotate_move(zq_robot_handle* handle, const float* joint, int axis, float angle,
                                      zq_pose_t frame);
+
+/* ------------------------------------------------------------------ */
+/* Inverse kinematics. Joint angles are degrees, lengths metres. The   */
+/* target is the tool pose in the work frame.                          */
+/* ------------------------------------------------------------------ */
+
+typedef struct {
+    float q_in[7];     /* reference joints; the first dof entries are read */
+    zq_pose_t q_pose;  /* target tool pose in the work frame */
+    uint8_t flag;      /* 0: orientation from the quaternion; 1: from the Euler triple */
+} zq_inverse_kinematics_params_t;
+
+typedef struct {
+    int32_t result;       /* 0 solved, 1 none, -1 bad input, -2 bad quaternion, -3 not a six-joint arm */
+    int32_t num;          /* rows held in q_solve */
+    float q_ref[8];       /* reference joints */
+    float q_solve[8][8];  /* row k is solution k */
+} zq_inverse_kinematics_all_solve_t;
+
+ZQ_API int zq_algo_inverse_kinematics(zq_robot_handle* handle, zq_inverse_kinematics_params_t* params, float* q_out);
+ZQ_API zq_inverse_kinematics_all_solve_t zq_algo_inverse_kinematics_all(zq_robot_handle* handle,
+                                                                        zq_inverse_kinematics_params_t* params);
+ZQ_API int zq_algo_ikine_select_ik_solve(float* weight, zq_inverse_kinematics_all_solve_t all);
+ZQ_API int zq_algo_ikine_check_joint_position_limit(const float* q);
+ZQ_API int zq_algo_ikine_check_joint_velocity_limit(float dt, const float* q_ref, const float* q_solve);
+ZQ_API void zq_algo_set_redundant_parameter_traversal_mode(bool mode);
+
+/* Arm angle of the ZQ52 family: from a configuration, and the solve at a given arm angle. */
+ZQ_API int zq_algo_calculate_arm_angle_from_config_zq52(const float* q, float* arm_angle);
+ZQ_API int zq_algo_inverse_kinematics_zq52_for_arm_angle(zq_inverse_kinematics_params_t params, float arm_angle,
+                                                         float* q_out);
 
 #ifdef __cplusplus
 }

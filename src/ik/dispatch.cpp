@@ -1,0 +1,94 @@
+#include "ik/dispatch.h"
+
+#include "ik/solvers.h"
+#include "ik/target_forms.h"
+#include "kinematics/mat.h"
+#include "kinematics/model_table.h"
+#include "kinematics/sys_data.h"
+
+namespace zq {
+namespace {
+
+enum TargetForm { kWorldTool, kBaseFlange };
+
+struct Route {
+    int code;  // system model code
+    TargetForm form;
+    IkSolver solver;
+};
+
+// One row per system model code; a code not listed has no solver.
+constexpr Route kRoutes[] = {
+    {0, kWorldTool, ik_zq41},
+    {3, kWorldTool, ik_zql36},
+    {10, kWorldTool, ik_zql36},
+    {4, kWorldTool, ik_shoulder_offset},
+    {5, kWorldTool, ik_vda},
+    {6, kWorldTool, ik_vda},
+    {8, kWorldTool, ik_vda},
+    {1, kBaseFlange, arm_angle_ik},
+    {19, kBaseFlange, arm_angle_ik},
+    {20, kBaseFlange, arm_angle_ik},
+    {23, kBaseFlange, arm_angle_ik},
+    {24, kBaseFlange, arm_angle_ik},
+    {7, kBaseFlange, joint7_sweep_offset_ik},
+    {11, kBaseFlange, joint7_sweep_offset_ik},
+    {18, kBaseFlange, joint7_sweep_offset_ik},
+    {12, kBaseFlange, joint7_sweep_ik},
+    {13, kBaseFlange, joint7_sweep_ik},
+    {14, kBaseFlange, joint7_sweep_ik},
+    {15, kBaseFlange, joint7_sweep_ik},
+    {21, kBaseFlange, joint7_sweep_ik},
+    {22, kBaseFlange, joint7_sweep_ik},
+    {25, kBaseFlange, joint7_sweep_ik},
+    {26, kBaseFlange, joint7_sweep_ik},
+    {27, kBaseFlange, joint7_sweep_ik},
+    {28, kBaseFlange, joint7_sweep_ik},
+    {29, kBaseFlange, joint7_sweep_ik},
+    {30, kBaseFlange, joint7_sweep_ik},
+    {31, kBaseFlange, joint7_sweep_ik},
+    {32, kBaseFlange, joint7_sweep_ik},
+    {9, kBaseFlange, ik_universal},
+    {16, kBaseFlange, ik_universal},
+    {17, kBaseFlange, ik_universal},
+};
+
+const Route* find_route(int code) {
+    for (const Route& r : kRoutes)
+        if (r.code == code) return &r;
+    return nullptr;
+}
+
+constexpr float kTurn = 6.283185f;
+constexpr float kTurnPlus = 6.318092f;  // a full turn and 2 degrees
+
+zq_Mat_t target_of(TargetForm form, const zq_pose_t& pose, uint8_t flag) {
+    const zq_matrix_t Tworld_tool = tool_pose_to_world(pose, flag);
+    return mat_from_matrix(form == kWorldTool ? Tworld_tool : tool_pose_to_flange(Tworld_tool));
+}
+
+}  // namespace
+
+int ik_dispatch(const float* q_ref, const zq_pose_t& pose, float* q_out, uint8_t flag) {
+    const int dof = get_dof();
+    float ref[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    for (int i = 0; i < dof && i < kMaxJoints; ++i) ref[i] = q_ref[i];
+    // A reference just past a whole turn on the last joint is pulled back to the turn.
+    if (dof == 6 || dof == 7) {
+        float& last = ref[dof - 1];
+        if (last > kTurn && last < kTurnPlus) last = kTurn;
+        if (last > -kTurnPlus && last < -kTurn) last = -kTurn;
+    }
+    float out[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    int result = kIkNoSolver;
+    const int code = get_model_code();
+    if (sys_data.ik_mode_selector == 1 && code != kUniversalCode) {
+        result = ik_qp(target_of(kBaseFlange, pose, flag), ref, out);
+    } else if (const Route* r = code <= kMaxModelCode ? find_route(code) : nullptr) {
+        result = r->solver(target_of(r->form, pose, flag), ref, out);
+    }
+    for (int i = 0; i < dof && i < kMaxJoints; ++i) q_out[i] = out[i];
+    return result;
+}
+
+}  // namespace zq

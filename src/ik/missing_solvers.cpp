@@ -1,0 +1,28 @@
+// Entries of the routing table whose solvers the library does not hold yet:
+// the QP solver, the iterative solvers of the universal arm, the seven-joint
+// solvers and the closed form of the shoulder-offset arm (code 4). They
+// answer "no solver" and leave the output at the reference.
+#include "ik/solvers.h"
+
+namespace zq {
+namespace {
+
+int no_solver(const float q_ref[8], float q_out[8]) {
+    for (int i = 0; i < 8; ++i) q_out[i] = q_ref[i];
+    return kIkNoSolver;
+}
+
+}  // namespace
+
+int ik_qp(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
+
+// The universal arm goes by the redundancy mode and the joint count to the
+// QP solver or one of the iterative solvers; none of them is present.
+int ik_universal(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
+
+int arm_angle_ik(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
+int joint7_sweep_ik(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
+int joint7_sweep_offset_ik(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
+int ik_shoulder_offset(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
+
+}  // namespace zq

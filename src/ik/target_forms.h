@@ -1,0 +1,17 @@
+// The two target forms of the solvers, made from a tool pose in the work
+// frame and the frames of the loaded arm.
+#pragma once
+
+#include <cstdint>
+
+#include "kinematics/kin_types.h"
+
+namespace zq {
+
+// Tworld_work x Twork_tool. flag 1 takes the orientation from the Euler
+// triple; any other value takes the quaternion as it stands.
+zq_matrix_t tool_pose_to_world(const zq_pose_t& pose, uint8_t flag);
+// Tbase_world x Tworld_tool x Ttool_flange.
+zq_matrix_t tool_pose_to_flange(const zq_matrix_t& Tworld_tool);
+
+}  // namespace zq
