@@ -96,6 +96,7 @@ struct ArmState {
     std::vector<int> err = {0};          // the arm's error list; never empty on the wire
     std::string arm_status = "idle";     // "arm_current_status" of the realtime report
     int collision_stage = 0;             // 0 to 8
+    int teach_frame = 0;                 // frame of teaching moves: 0 base, 1 tool
     int auto_tool_points = 0;            // teach points recorded for an automatic tool frame, one bit each
     PerJoint<double> init_pose{};        // degrees
     ReportPeripherals peripherals;
