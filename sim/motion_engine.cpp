@@ -27,6 +27,7 @@ constexpr double kAngularSpeed = 0.6;   // rad/s at v = 100
 constexpr double kAngularAcc = 4.0;     // rad/s²
 constexpr int kTickMs = 2;              // clock period while the arm moves
 constexpr double kMinMoveSeconds = 0.02;  // shortest planned trajectory
+constexpr int kStopShownMs = 200;         // "stop" and "slow_stop" are reported this long, then "idle"
 // Where pose moves take the joints, for want of inverse kinematics (degrees).
 constexpr double kReadyJoints[10] = {0.0, 20.0, 70.0, 0.0, 90.0, 0.0, 0.0, 0.0, 0.0, 0.0};
 
@@ -123,7 +124,7 @@ struct MotionEngine::Impl {
             lock.lock();
             if (!now_out.empty()) last_push = pushed;
             if (quit) break;
-            if (running || !queue.empty() || !due.empty() || stream_dirty) {
+            if (running || !queue.empty() || !due.empty() || stream_dirty || stop_shown()) {
                 cv.wait_for(lock, std::chrono::milliseconds(kTickMs));
             } else {
                 cv.wait(lock);
@@ -161,8 +162,15 @@ struct MotionEngine::Impl {
             running = false;
             if (cur.report) report(now, cur.connect, out);
         }
-        if (!running && !head_runnable() && arm_status != "stop" && arm_status != "slow_stop") arm_status = "idle";
+        if (!running && !head_runnable() && arm_status != "idle") {
+            if (!stop_shown() || now - stopped_at >= std::chrono::milliseconds(kStopShownMs)) {
+                arm_status = "idle";
+                if (joints->empty()) *joints = current;  // carries the status to the shared state
+            }
+        }
     }
+
+    bool stop_shown() const { return arm_status == "stop" || arm_status == "slow_stop"; }
 
     // The head of the queue may start once the chain it belongs to is closed by a move with
     // "trajectory_connect" 0.
@@ -234,13 +242,32 @@ struct MotionEngine::Impl {
         paused = false;
         queue.clear();
         arm_status = status;
+        stopped_at = Clock::now();
         return current;
     }
 
+    // Joint speeds of the running trajectory at `now`, degrees per second.
+    std::vector<double> speeds(Clock::time_point now) const {
+        std::vector<double> v(current.size(), 0.0);
+        if (!running || paused || cur.duration <= 0.0) return v;
+        const double tau = std::clamp(elapsed(now) / cur.duration, 0.0, 1.0);
+        const double rate = cur.linear ? 1.0 : 30.0 * tau * tau * (1.0 - tau) * (1.0 - tau);  // d(fraction)/dτ
+        for (std::size_t i = 0; i < v.size() && i < cur.to.size() && i < cur.from.size(); ++i)
+            v[i] = (cur.to[i] - cur.from[i]) * rate / cur.duration;
+        return v;
+    }
+
+    // Writes the joints, their speeds and the arm's status into the simulator's state; the
+    // caller holds `mu`.
     void set_joints(const std::vector<double>& q) {
+        const std::vector<double> v = speeds(Clock::now());
+        const std::string status = arm_status;
         sim.update([&](ArmConfig& arm) {
             const std::size_t n = std::min(q.size(), arm.joint_angles.size());
             std::copy(q.begin(), q.begin() + static_cast<long>(n), arm.joint_angles.begin());
+            for (std::size_t i = 0; i < v.size() && i < arm.state.joints.speed.size(); ++i)
+                arm.state.joints.speed[i] = v[i];
+            arm.state.arm_status = status;
         });
     }
 
@@ -480,12 +507,13 @@ struct MotionEngine::Impl {
 
     // ---- teach frame -------------------------------------------------------------------
     std::vector<std::string> set_teach_frame(const cJSON* rq, const std::string& command) {
-        teach_frame = int_member(rq, "frame_type");
+        const int frame = int_member(rq, "frame_type");
+        sim.update([&](ArmConfig& arm) { arm.state.teach_frame = frame; });
         return {state_reply(command.c_str(), "set_state", true)};
     }
     std::vector<std::string> get_teach_frame(const cJSON*, const std::string& command) {
         cJSON* r = wire::reply(command.c_str());
-        cJSON_AddNumberToObject(r, "frame_type", teach_frame);
+        cJSON_AddNumberToObject(r, "frame_type", sim.config().state.teach_frame);
         return {wire::print_and_delete(r)};
     }
 
@@ -599,7 +627,6 @@ struct MotionEngine::Impl {
     Pose pose{0.3, 0.0, 0.4, 3.141, 0.0, 0.0};
     std::vector<double> pending_joints;  // to apply after a command
     std::string arm_status = "idle";
-    int teach_frame = 0;
     bool current_stream = false;
 
     std::deque<Segment> queue;
@@ -617,6 +644,7 @@ struct MotionEngine::Impl {
     std::vector<Due> due;
     Clock::time_point last_push{};
     Clock::time_point last_stream_apply{};
+    Clock::time_point stopped_at{};
     bool stream_dirty = false;  // streamed joints not yet in the shared state
 
     std::thread clock;  // last: runs on the members above

@@ -226,3 +226,33 @@ TEST_F(MotionTest, MotionPoseMovesReportTheirTypeWhileRunning) {
 }
 
 }  // namespace
+
+namespace {
+
+using zqtest::MotionTest;
+
+TEST_F(MotionTest, MotionArmErrorEndsABlockingJointMove) {
+    if (zqtest::mode() == ZQ_SINGLE_THREAD_MODE) GTEST_SKIP() << "the error check belongs to the wait of modes 1 and 2";
+    sim_.update([](zqsim::ArmConfig& arm) { arm.state.err = {0, 0x5001}; });
+    const float target[6] = {3.0f, 0, 0, 0, 0, 0};
+    EXPECT_EQ(zq_movej(arm_, target, 100, 0, 0, 1), 1);
+    EXPECT_GE(count_requests("get_current_arm_state"), 1);
+}
+
+TEST_F(MotionTest, MotionSimulatedArmShowsItsStatusAndSpeed) {
+    const float target[6] = {20.0f, 0, 0, 0, 0, 0};
+    ASSERT_EQ(zq_movej(arm_, target, 50, 0, 0, 0), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));
+    zqsim::ArmConfig c = sim_.config();
+    EXPECT_EQ(c.state.arm_status, "move_J");
+    EXPECT_GT(c.state.joints.speed[0], 0.0);
+    EXPECT_EQ(c.state.joints.speed[1], 0.0);
+    ASSERT_EQ(zq_set_arm_stop(arm_), 0);
+    EXPECT_EQ(sim_.config().state.arm_status, "stop");
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    c = sim_.config();
+    EXPECT_EQ(c.state.arm_status, "idle");
+    EXPECT_EQ(c.state.joints.speed[0], 0.0);
+}
+
+}  // namespace
