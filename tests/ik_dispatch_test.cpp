@@ -21,6 +21,26 @@ zq_inverse_kinematics_params_t params_for(const Arm& a, const std::vector<double
     return p;
 }
 
+// Until the application chooses a mode, every single solve runs in traversal,
+// whatever the stored pair says; the choice then sticks.
+TEST(IkDispatchMode, PristineFlagSelectsTraversalUntilAModeIsChosen) {
+    if (!zq::traversal_mode_pristine()) GTEST_SKIP() << "a mode was chosen earlier in this process";
+    zq_algo_init_sys_data(ZQ_MODEL_ZQ52_E, ZQ_MODEL_ZQ_B_E);
+    const Arm a = kinref::with_force(iktest::arm_named("ZQ52"), 0);
+    const std::vector<double> q = {10, 20, 30, 40, 50, 60, 70, 0};
+    zq_inverse_kinematics_params_t p = params_for(a, q, q);
+    EXPECT_FLOAT_EQ(zq::redundancy_step(), 0.013f);
+    float out[8];
+    EXPECT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
+    EXPECT_EQ(zq::redundancy_mode(), 0);
+    EXPECT_FLOAT_EQ(zq::redundancy_step(), 3.14f);
+    zq_algo_set_redundant_parameter_traversal_mode(false);
+    EXPECT_FALSE(zq::traversal_mode_pristine());
+    EXPECT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
+    EXPECT_FLOAT_EQ(zq::redundancy_step(), 0.013f);
+    EXPECT_EQ(zq::redundancy_mode(), 1);
+}
+
 class IkDispatch : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -56,8 +76,11 @@ TEST_F(IkDispatch, QuaternionNormBounds) {
         s.q_pose.quaternion.y *= k;
         s.q_pose.quaternion.z *= k;
         const int r = zq_algo_inverse_kinematics(nullptr, &s, out);
-        if (n2 == 1.09) EXPECT_NE(r, -2);
-        else EXPECT_EQ(r, -2);
+        if (n2 == 1.09) {
+            EXPECT_NE(r, -2);
+        } else {
+            EXPECT_EQ(r, -2);
+        }
     }
 }
 

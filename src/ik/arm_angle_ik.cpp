@@ -1,0 +1,145 @@
+// The seven-joint solver of the ZQ52 family: the arm angle is swept over its
+// whole range (traversal) or read off a Jacobian prediction (tracking).
+#include <cmath>
+
+#include "ik/angles.h"
+#include "ik/arm_angle_geometry.h"
+#include "ik/ik_mode.h"
+#include "ik/pinv_step.h"
+#include "ik/solvers.h"
+#include "kinematics/sys_data.h"
+
+namespace zq {
+namespace {
+
+constexpr float kNoBest = 1000.0f;
+constexpr float kSweepStep = 0.06f;
+constexpr float kSweepFrom = -3.1415927f;
+constexpr float kSweepTo = 3.1415927f;
+constexpr float kCentring = -0.014285715f;
+constexpr float kLimitMargin = 0.0087f;
+constexpr float kZoneUnit = 0.017453292f;
+
+// |q| in (2 pi, 2 pi + w), below w, or in (2 pi - w, 2 pi).
+bool in_zone(float q, float w) {
+    const float a = std::fabs(q);
+    const float t = static_cast<float>(kIkTwoPi);
+    return (a > t && a < t + w) || a < w || (a > t - w && a < t);
+}
+
+float sign_of(float v) { return v >= 0 ? 1.0f : -1.0f; }
+
+}  // namespace
+
+int arm_angle_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
+    const zq_dh_block_t& dh = sys_data.dh;
+    float q_max[8], q_min[8], q_max_sel[8], q_min_sel[8], dq_max[8];
+    get_joint_max_with_offset(q_max);
+    get_joint_min_with_offset(q_min);
+    get_joint_max(q_max_sel);
+    get_joint_min(q_min_sel);
+    get_joint_vel(dq_max);
+    const float dt = get_cycle();
+    const int rev = whole_turns(q_ref[6]);
+
+    float _q_ref[7];
+    for (int i = 0; i < 7; ++i) {
+        q_ref[i] += dh.offset[i];
+        _q_ref[i] = q_ref[i];
+    }
+    q_ref[6] = static_cast<float>(q_ref[6] - rev * kIkTwoPi);
+    const bool tracking = redundancy_step() <= 1.0f;
+    if (!tracking)
+        for (int i = 0; i < 7; ++i) {
+            float v = static_cast<float>(std::fmod(static_cast<double>(_q_ref[i]), kIkTwoPi));
+            if (v > kIkPi) v = static_cast<float>(v - kIkTwoPi);
+            else if (v < -kIkPi) v = static_cast<float>(v + kIkTwoPi);
+            _q_ref[i] = v;
+        }
+
+    float T[4][4];
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j) T[i][j] = target.data[i][j];
+    PinvStep<float> step;
+    pinv_step<float>(kFkZq52, dh, q_ref, T, &step);
+    float q_tmp[7];
+    for (int i = 0; i < 7; ++i) q_tmp[i] = q_ref[i] + step.dq[i];
+
+    if (tracking) {
+        // Null-space pull toward the middle of each joint range.
+        float dH[7], dqH[7];
+        for (int i = 0; i < 7; ++i) {
+            const float span = q_max[i] - q_min[i];
+            dH[i] = kCentring * (q_ref[i] - (q_max[i] + q_min[i]) / 2) / (span * span);
+        }
+        bool keep = true;
+        for (int i = 0; i < 7; ++i) {
+            float s = dH[i];
+            for (int k = 0; k < 7; ++k) {
+                float jj = 0;
+                for (int r = 0; r < 6; ++r) jj += step.Jstar[i][r] * step.J[r][k];
+                s -= jj * dH[k];
+            }
+            dqH[i] = s;
+            if (std::fabs(step.dq[i] + dqH[i]) > dq_max[i] * dt) keep = false;
+        }
+        if (keep)
+            for (int i = 0; i < 7; ++i) q_tmp[i] += dqH[i];
+        // Near the singular configurations the Jacobian step is the answer.
+        if (in_zone(q_ref[1], 5 * kZoneUnit) || in_zone(q_ref[2], 8 * kZoneUnit) || in_zone(q_ref[5], 5 * kZoneUnit)) {
+            for (int i = 0; i < 7; ++i) q_out[i] = q_tmp[i];
+            for (int i = 0; i < 7; ++i) {
+                if (q_out[i] < q_min[i] - kLimitMargin || q_out[i] > q_max[i] + kLimitMargin) return kIkOutsideLimits;
+                q_out[i] -= dh.offset[i];
+            }
+            return kIkOk;
+        }
+    }
+
+    const float* src = tracking ? q_tmp : q_ref;
+    const float GC[3] = {sign_of(src[1]), sign_of(src[3]), sign_of(src[5])};
+    ArmAngleGeometry<float> g;
+    arm_angle_geometry<float>(dh, T, GC, !tracking, &g);
+
+    float lower = kSweepFrom, upper = kSweepTo;
+    if (tracking) lower = upper = arm_angle_of<float>(g, q_tmp[0], q_tmp[1]);
+
+    float best = kNoBest;
+    bool found = false;
+    float q_all[8][7];
+    for (float psi = lower; psi <= upper; psi += kSweepStep) {
+        const int rows = tracking ? 1 : 8;
+        arm_angle_rows<float>(g, GC, psi, rows, q_all);
+        if (tracking) {
+            for (int i = 0; i < 7; ++i) q_out[i] = q_all[0][i];
+            found = true;
+            break;
+        }
+        for (int r = 0; r < rows; ++r) {
+            bool counts = true;
+            float cost = 0;
+            for (int i = 0; i < 7; ++i) {
+                const float d = q_all[r][i] - _q_ref[i];
+                cost += d * d;
+                counts = counts && q_all[r][i] >= q_min_sel[i] && q_all[r][i] <= q_max_sel[i];
+            }
+            if (counts && cost < best) {
+                best = cost;
+                for (int i = 0; i < 7; ++i) q_out[i] = q_all[r][i];
+                found = true;
+            }
+        }
+    }
+    if (!found) return kIkNoSolution;
+
+    for (int i = 0; i < 7; ++i) {
+        q_out[i] = wrap_once(q_out[i], q_min[i], q_max[i]);
+        q_out[i] = toward(q_out[i], q_ref[i]);
+        if (i == 6) q_out[i] = static_cast<float>(q_out[i] + rev * kIkTwoPi);
+        if (q_out[i] < q_min[i] - kLimitMargin || q_out[i] > q_max[i] + kLimitMargin) return kIkOutsideLimits;
+        q_out[i] -= dh.offset[i];
+    }
+    return kIkOk;
+}
+
+}  // namespace zq
