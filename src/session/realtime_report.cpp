@@ -8,6 +8,7 @@
 
 #include "session/log.h"
 #include "session/realtime.h"
+#include "session/report_json.h"
 #include "session/session.h"
 #include "zq_api.h"
 
@@ -316,14 +317,13 @@ int parse_sections(const cJSON* root, Report* r) {
 
 int parse_realtime_report(const char* data, int len, zq_realtime_arm_joint_state_t* out) {
     std::memset(out, 0, sizeof *out);
-    cJSON* root = (data && len > 0) ? cJSON_ParseWithLength(data, static_cast<std::size_t>(len)) : nullptr;
+    // The tree lives in the thread's own storage: no allocation per report.
+    const cJSON* root = len > 0 ? parse_report_json(data, static_cast<std::size_t>(len)) : nullptr;
     if (!root) {
         log_error("[zq_realtime_arm_joint_state] parse err\n");
         return -3;
     }
-    int rc = parse_sections(root, out);
-    cJSON_Delete(root);
-    return rc;
+    return parse_sections(root, out);
 }
 
 void realtime_dispatch(const char* data, int len, const char* ip, int arm_port) {
