@@ -128,3 +128,77 @@ TEST(IkArmAngle, TrackingAtTheReferenceReturnsTheReference) {
 }
 
 }  // namespace
+
+namespace {
+
+// The arm angle of a configuration, and the solve at that arm angle, give the
+// configuration back; the arm angle is checked against the elbow's rotation
+// about the shoulder-wrist line computed here from the reference chain.
+TEST(IkArmAngle, ServicesRoundTrip) {
+    zq_algo_init_sys_data(ZQ_MODEL_ZQ52_E, ZQ_MODEL_ZQ_B_E);
+    const Arm a = kinref::with_force(iktest::arm_named("ZQ52"), 0);
+    std::mt19937 rng(9);
+    for (int k = 0; k < 50; ++k) {
+        const std::vector<double> q = iktest::random_inside(a, rng, 10.0);
+        float qf[7], psi = 0;
+        for (int i = 0; i < 7; ++i) qf[i] = static_cast<float>(q[i]);
+        ASSERT_EQ(zq_algo_calculate_arm_angle_from_config_zq52(qf, &psi), 0);
+        // Two configurations on the same pose differ only in arm angle: moving
+        // the solve's arm angle by delta turns the elbow by delta about the line.
+        zq_inverse_kinematics_params_t p{};
+        for (int i = 0; i < 7; ++i) p.q_in[i] = qf[i];
+        p.q_pose = iktest::pose_of(iktest::flange_of(a, q));
+        float out[8];
+        ASSERT_EQ(zq_algo_inverse_kinematics_zq52_for_arm_angle(p, psi, out), 0);
+        for (int i = 0; i < 7; ++i) EXPECT_NEAR(std::remainder(out[i] - q[i], 360.0), 0.0, 0.02) << k << " " << i;
+        const float moved = psi + 10.0f;
+        ASSERT_EQ(zq_algo_inverse_kinematics_zq52_for_arm_angle(p, moved > 180 ? moved - 360 : moved, out), 0);
+        EXPECT_TRUE(iktest::solution_good(a, out, iktest::flange_of(a, q)) ||
+                    std::fabs(out[0]) > 178 || std::fabs(out[2]) > 178);
+        // Elbow rotation about the shoulder-wrist line, from the reference chain.
+        const double d1 = a.d[0], d3 = a.d[2];
+        auto elbow = [&](const double* qq) {
+            const double q1 = qq[0] * kinref::kDeg, q2 = qq[1] * kinref::kDeg;
+            return std::array<double, 3>{d3 * std::cos(q1) * std::sin(q2), d3 * std::sin(q1) * std::sin(q2),
+                                         d3 * std::cos(q2)};
+        };
+        double qo[8] = {0};
+        for (int i = 0; i < 7; ++i) qo[i] = out[i];
+        const kinref::Mat4 T = iktest::flange_of(a, q);
+        const double w[3] = {T[0][3] - a.d[6] * T[0][2], T[1][3] - a.d[6] * T[1][2], T[2][3] - a.d[6] * T[2][2] - d1};
+        const double n = std::sqrt(w[0] * w[0] + w[1] * w[1] + w[2] * w[2]);
+        const auto e0 = elbow(q.data()), e1 = elbow(qo);
+        double p0[3], p1[3];
+        for (int i = 0; i < 3; ++i) {
+            p0[i] = e0[i] - (e0[0] * w[0] + e0[1] * w[1] + e0[2] * w[2]) / (n * n) * w[i];
+            p1[i] = e1[i] - (e1[0] * w[0] + e1[1] * w[1] + e1[2] * w[2]) / (n * n) * w[i];
+        }
+        const double c = (p0[0] * p1[0] + p0[1] * p1[1] + p0[2] * p1[2]) /
+                         std::sqrt((p0[0] * p0[0] + p0[1] * p0[1] + p0[2] * p0[2]) * (p1[0] * p1[0] + p1[1] * p1[1] + p1[2] * p1[2]));
+        EXPECT_NEAR(std::acos(std::min(1.0, c)) / kinref::kDeg, 10.0, 0.05) << k;
+    }
+}
+
+TEST(IkArmAngle, ServiceRefusals) {
+    zq_algo_init_sys_data(ZQ_MODEL_ZQ52_E, ZQ_MODEL_ZQ_B_E);
+    float psi = 0, out[8];
+    EXPECT_EQ(zq_algo_calculate_arm_angle_from_config_zq52(nullptr, &psi), -2);
+    zq_inverse_kinematics_params_t p{};
+    p.q_pose.quaternion.w = 1;
+    p.q_pose.position.z = 0.9f;
+    p.q_in[1] = 0;  // joint 2 at zero: singular reference
+    p.q_in[3] = 30;
+    p.q_in[5] = 20;
+    p.q_in[6] = 400;
+    EXPECT_EQ(zq_algo_inverse_kinematics_zq52_for_arm_angle(p, 0, out), -1);
+    EXPECT_FLOAT_EQ(out[3], 30);
+    EXPECT_NEAR(out[6], 400, 1e-3);
+    zq_algo_init_sys_data(ZQ_MODEL_ZQ41_E, ZQ_MODEL_ZQ_B_E);
+    const float q[7] = {0, 10, 20, 30, 40, 50, 0};
+    EXPECT_EQ(zq_algo_calculate_arm_angle_from_config_zq52(q, &psi), -1);
+    EXPECT_EQ(zq_algo_inverse_kinematics_zq52_for_arm_angle(p, 0, out), -3);
+    zq_algo_init_sys_data(ZQ_MODEL_HTR27_E, ZQ_MODEL_ZQ_B_E);
+    EXPECT_EQ(zq_algo_inverse_kinematics_zq52_for_arm_angle(p, 0, out), -3);
+}
+
+}  // namespace
