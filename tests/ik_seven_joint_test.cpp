@@ -138,6 +138,7 @@ TEST(IkArmAngle, ServicesRoundTrip) {
     zq_algo_init_sys_data(ZQ_MODEL_ZQ52_E, ZQ_MODEL_ZQ_B_E);
     const Arm a = kinref::with_force(iktest::arm_named("ZQ52"), 0);
     std::mt19937 rng(9);
+    int moved_ok = 0;
     for (int k = 0; k < 50; ++k) {
         const std::vector<double> q = iktest::random_inside(a, rng, 10.0);
         float qf[7], psi = 0;
@@ -152,9 +153,10 @@ TEST(IkArmAngle, ServicesRoundTrip) {
         ASSERT_EQ(zq_algo_inverse_kinematics_zq52_for_arm_angle(p, psi, out), 0);
         for (int i = 0; i < 7; ++i) EXPECT_NEAR(std::remainder(out[i] - q[i], 360.0), 0.0, 0.02) << k << " " << i;
         const float moved = psi + 10.0f;
-        ASSERT_EQ(zq_algo_inverse_kinematics_zq52_for_arm_angle(p, moved > 180 ? moved - 360 : moved, out), 0);
-        EXPECT_TRUE(iktest::solution_good(a, out, iktest::flange_of(a, q)) ||
-                    std::fabs(out[0]) > 178 || std::fabs(out[2]) > 178);
+        // At the moved angle the arm may leave its limits (-2, reference returned).
+        if (zq_algo_inverse_kinematics_zq52_for_arm_angle(p, moved > 180 ? moved - 360 : moved, out) != 0) continue;
+        ++moved_ok;
+        EXPECT_TRUE(iktest::solution_good(a, out, iktest::flange_of(a, q)));
         // Elbow rotation about the shoulder-wrist line, from the reference chain.
         const double d1 = a.d[0], d3 = a.d[2];
         auto elbow = [&](const double* qq) {
@@ -177,6 +179,7 @@ TEST(IkArmAngle, ServicesRoundTrip) {
                          std::sqrt((p0[0] * p0[0] + p0[1] * p0[1] + p0[2] * p0[2]) * (p1[0] * p1[0] + p1[1] * p1[1] + p1[2] * p1[2]));
         EXPECT_NEAR(std::acos(std::min(1.0, c)) / kinref::kDeg, 10.0, 0.05) << k;
     }
+    EXPECT_GE(moved_ok, 35);
 }
 
 TEST(IkArmAngle, ServiceRefusals) {

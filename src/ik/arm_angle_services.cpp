@@ -75,7 +75,8 @@ int zq_algo_inverse_kinematics_zq52_for_arm_angle(zq_inverse_kinematics_params_t
         reference_out();
         result = -1;
     } else {
-        for (int i : {1, 5})
+        const int pushed[2] = {1, 5};  // joints 2 and 6 keep a sign
+        for (int i : pushed)
             if (std::fabs(ref[i]) < kSignFloor) ref[i] = sign_of(ref[i]) * kSignFloor;
         const double GC[3] = {sign_of(ref[1]), sign_of(ref[3]), sign_of(ref[5])};
         ArmAngleGeometry<double> g;
