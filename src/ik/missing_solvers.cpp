@@ -20,8 +20,6 @@ int ik_qp(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_
 // QP solver or one of the iterative solvers; none of them is present.
 int ik_universal(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
 
-int joint7_sweep_ik(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
-int joint7_sweep_offset_ik(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
 int ik_shoulder_offset(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
 
 }  // namespace zq
