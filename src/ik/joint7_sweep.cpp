@@ -302,9 +302,7 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
     }
     q_out[6] = static_cast<float>(q_out[6] + rev * kIkTwoPi);
     for (int i = 0; i < 7; ++i) {
-        const float lim_hi = i == 6 ? static_cast<float>(s.q_max[6] + std::fabs(rev) * kIkTwoPi) : s.q_max[i];
-        const float lim_lo = i == 6 ? static_cast<float>(s.q_min[6] - std::fabs(rev) * kIkTwoPi) : s.q_min[i];
-        if (q_out[i] < lim_lo || q_out[i] > lim_hi) return kIkOutsideLimits;
+        if (q_out[i] < s.q_min[i] || q_out[i] > s.q_max[i]) return kIkOutsideLimits;
         q_out[i] -= dh.offset[i];
     }
     return kIkOk;
