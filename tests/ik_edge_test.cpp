@@ -106,3 +106,35 @@ TEST(IkEdge, SweepTrackingAtTheReferenceReturnsTheReference) {
 }
 
 }  // namespace
+
+namespace {
+
+// The shoulder-offset arm has no public model: it is the ZQL36 chain with a
+// lateral offset d[1], set up here by hand.
+TEST(IkEdge, ShoulderOffsetArmReproducesRandomPoses) {
+    zq_algo_init_sys_data(ZQ_MODEL_ZQL36_E, ZQ_MODEL_ZQ_B_E);
+    zq::sys_data.model_code = 4;
+    zq::sys_data.dh.d[1] = 0.05f;
+    kinref::Arm a = kinref::with_force(iktest::arm_named("ZQL36"), 0);
+    a.d[1] = 0.05;
+    std::mt19937 rng(21);
+    int tried = 0, ok = 0;
+    while (tried < 200) {
+        const std::vector<double> q = iktest::random_inside(a, rng, 0.5);
+        const double w = std::fmod(std::fabs(q[4] + a.offset[4]), 360.0);
+        if (w < 6 || std::fabs(w - 180) < 6 || w > 354) continue;
+        ++tried;
+        zq_inverse_kinematics_params_t p{};
+        const std::vector<double> ref = iktest::near_reference(a, q, rng, 2.0);
+        for (int i = 0; i < 6; ++i) p.q_in[i] = static_cast<float>(ref[i]);
+        const kinref::Mat4 T = iktest::flange_of(a, q);
+        p.q_pose = iktest::pose_of(T);
+        float out[8];
+        ok += zq_algo_inverse_kinematics(nullptr, &p, out) == 0 && iktest::solution_good(a, out, T);
+    }
+    std::printf("shoulder-offset arm: near %d/%d\n", ok, tried);
+    EXPECT_GE(ok, tried * 0.99);
+    zq_algo_init_sys_data(ZQ_MODEL_ZQL36_E, ZQ_MODEL_ZQ_B_E);
+}
+
+}  // namespace

@@ -1,7 +1,6 @@
 // Entries of the routing table whose solvers the library does not hold yet:
-// the QP solver, the iterative solvers of the universal arm, the seven-joint
-// solvers and the closed form of the shoulder-offset arm (code 4). They
-// answer "no solver" and leave the output at the reference.
+// the QP solver and the iterative solvers of the universal arm. They answer
+// "no solver" and leave the output at the reference.
 #include "ik/solvers.h"
 
 namespace zq {
@@ -20,6 +19,5 @@ int ik_qp(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_
 // QP solver or one of the iterative solvers; none of them is present.
 int ik_universal(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
 
-int ik_shoulder_offset(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
 
 }  // namespace zq
