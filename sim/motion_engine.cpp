@@ -118,11 +118,10 @@ struct MotionEngine::Impl {
             }
             // Applied under the engine's lock, so that no older position lands after a newer one.
             if (!joints.empty()) set_joints(joints);
+            if (!now_out.empty()) last_push = Clock::now();  // stamped before it leaves
             lock.unlock();
-            const Clock::time_point pushed = Clock::now();
             for (const std::string& line : now_out) sim.push(line);
             lock.lock();
-            if (!now_out.empty()) last_push = pushed;
             if (quit) break;
             if (running || !queue.empty() || !due.empty() || stream_dirty || stop_shown()) {
                 cv.wait_for(lock, std::chrono::milliseconds(kTickMs));

@@ -3,8 +3,9 @@
 // for a report that was lost or is late.
 #include "motion/completion.h"
 
-#include "commands/catalogue.h"
+#include "session/exchange.h"
 #include "session/log.h"
+#include "zq_commands.h"
 
 namespace zq::motion {
 namespace {
@@ -18,15 +19,12 @@ int await_report(const char* fn, zq_robot_handle* handle, char* out, int timeout
     return zq_command_exchange(fn, handle, nullptr, 0, "current_trajectory_state", out, kMoveReply, timeout_ms);
 }
 
-// True when the arm reports a non-zero error code. Asks what
-// zq_get_current_arm_state asks, and reads only its error list.
+// True when the arm reports a non-zero error code.
 bool arm_has_errors(zq_robot_handle* handle) {
-    zq_key_value_t reply[] = {reply_entry(ZQ_VALUE_INT_ARRAY, "err")};  // count 0: the array's own length
-    if (cat::get("zq_get_current_arm_state", handle, "get_current_arm_state", "current_arm_state", reply, 1,
-                 query_timeout()) != 0)
-        return false;
-    for (int i = 0; i < reply[0].count && i < ZQ_KEY_VALUE_INTS; ++i) {
-        if (reply[0].value.arr[i] != 0) return true;
+    zq_current_arm_state_t state{};
+    if (zq_get_current_arm_state(handle, &state) != 0) return false;
+    for (int i = 0; i < state.err_len && i < ZQ_ERR_MAX; ++i) {
+        if (state.err[i] != 0) return true;
     }
     return false;
 }
