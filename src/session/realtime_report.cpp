@@ -19,7 +19,15 @@ using Report = zq_realtime_arm_joint_state_t;
 
 std::atomic<zq_realtime_callback_t> g_callback{nullptr};
 
-const cJSON* member(const cJSON* obj, const char* key) { return cJSON_GetObjectItemCaseSensitive(obj, key); }
+// The first member named `key`, as cJSON_GetObjectItemCaseSensitive finds it;
+// most names differ in their first character, which spares the comparison.
+const cJSON* member(const cJSON* obj, const char* key) {
+    if (!obj) return nullptr;
+    for (const cJSON* c = obj->child; c && c->string; c = c->next) {
+        if (c->string[0] == key[0] && std::strcmp(c->string, key) == 0) return c;
+    }
+    return nullptr;
+}
 
 // An array element: its integer value, or -1 when it is no number.
 int32_t element(const cJSON* el) { return cJSON_IsNumber(el) ? el->valueint : -1; }

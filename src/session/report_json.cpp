@@ -97,9 +97,10 @@ struct Reader {
         const std::size_t digits = n - (p[0] == '-' ? 1 : 0);
         if (plain && digits >= 1 && digits <= 15) {
             // Exact in a double: what strtod gives for the same text.
-            double v = 0.0;
-            for (std::size_t i = p[0] == '-' ? 1 : 0; i < n; ++i) v = v * 10.0 + (p[i] - '0');
-            set_number(item, p[0] == '-' ? -v : v);
+            long long v = 0;
+            for (std::size_t i = p[0] == '-' ? 1 : 0; i < n; ++i) v = v * 10 + (p[i] - '0');
+            const double d = static_cast<double>(v);
+            set_number(item, p[0] == '-' ? -d : d);
             p += n;
             return true;
         }
