@@ -256,3 +256,36 @@ TEST_F(MotionTest, MotionSimulatedArmShowsItsStatusAndSpeed) {
 }
 
 }  // namespace
+
+namespace {
+
+using zqtest::MotionTest;
+
+std::atomic<int> g_trajectory_events{0};
+std::atomic<int> g_last_device{-1};
+void on_event(zq_event_push_data_t e) {
+    if (e.event_type != ZQ_EVENT_TRAJECTORY) return;
+    g_last_device = e.device;
+    ++g_trajectory_events;
+}
+
+TEST_F(MotionTest, MotionReportsReachTheEventCallback) {
+    if (zqtest::mode() == ZQ_SINGLE_THREAD_MODE) GTEST_SKIP() << "no events without the receive thread";
+    zq_get_arm_event_call_back(on_event);
+    g_trajectory_events = 0;
+    const float a[6] = {2.0f, 0, 0, 0, 0, 0};
+    const float b[6] = {0.0f, 0, 0, 0, 0, 0};
+    // Two non-blocking moves, then a blocking one: the first two reports are swallowed after
+    // the callback, the third ends the blocking move; all three reach the callback.
+    ASSERT_EQ(zq_movej(arm_, a, 100, 0, 0, 0), 0);
+    ASSERT_EQ(zq_movej(arm_, b, 100, 0, 0, 0), 0);
+    EXPECT_EQ(pending(), 2);
+    EXPECT_EQ(zq_movej(arm_, a, 100, 0, 0, 1), 0);
+    EXPECT_EQ(motion_.reports_sent(), 3);
+    EXPECT_EQ(g_trajectory_events.load(), 3);
+    EXPECT_EQ(g_last_device.load(), 0);
+    EXPECT_EQ(pending(), 0);
+    EXPECT_NEAR(sim_.config().joint_angles[0], 2.0, 1e-9);
+}
+
+}  // namespace
