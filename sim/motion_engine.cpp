@@ -41,7 +41,10 @@ struct Segment {
     double speed = 1.0;         // share of the limits, 0 to 1
     double cart_duration = 0.0; // seconds the Cartesian path needs (pose moves)
     double duration = 0.0;      // seconds, fixed when it starts
-    bool linear = false;        // constant speed (jogs) instead of the smooth profile
+    // Smooth: the minimum-jerk profile, its duration from the limits. Linear: constant speed
+    // (jogs). Brake: constant deceleration from the speed the arm had (slow stop). The last two
+    // come with their duration.
+    enum class Profile { Smooth, Linear, Brake } profile = Profile::Smooth;
     bool report = true;         // push "current_trajectory_state" at the end
     int connect = 0;            // trajectory_connect of the request
 };
@@ -159,6 +162,7 @@ struct MotionEngine::Impl {
             current = cur.to;
             if (cur.pose_type) pose = cur.pose_to;
             running = false;
+            if (cur.status == std::string("slow_stop")) stopped_at = now;
             if (cur.report) report(now, cur.connect, out);
         }
         if (!running && !head_runnable() && arm_status != "idle") {
@@ -183,7 +187,7 @@ struct MotionEngine::Impl {
         cur.from = current;
         if (cur.to.size() != current.size()) cur.to.resize(current.size(), 0.0);
         double t = cur.cart_duration;
-        if (!cur.linear) {
+        if (cur.profile == Segment::Profile::Smooth) {
             for (std::size_t i = 0; i < current.size(); ++i) {
                 const JointLimits& lim = i < limits.size() ? limits[i] : JointLimits{};
                 t = std::max(t, smooth_duration(cur.to[i] - cur.from[i], lim.max_speed * cur.speed,
@@ -191,7 +195,7 @@ struct MotionEngine::Impl {
             }
         }
         // A planned trajectory takes a few controller cycles even when the arm is there already.
-        cur.duration = cur.linear ? cur.duration : std::max(t, kMinMoveSeconds);
+        if (cur.profile == Segment::Profile::Smooth) cur.duration = std::max(t, kMinMoveSeconds);
         started = now;
         paused_for = Clock::duration::zero();
         running = true;
@@ -206,9 +210,10 @@ struct MotionEngine::Impl {
     // Joint angles of the running trajectory at `now`.
     std::vector<double> at(Clock::time_point now) const {
         if (!running) return current;
-        const double f = cur.duration <= 0.0 ? 1.0
-                         : cur.linear        ? std::min(elapsed(now) / cur.duration, 1.0)
-                                             : smooth_fraction(elapsed(now) / cur.duration);
+        const double tau = cur.duration <= 0.0 ? 1.0 : std::clamp(elapsed(now) / cur.duration, 0.0, 1.0);
+        const double f = cur.profile == Segment::Profile::Linear  ? tau
+                         : cur.profile == Segment::Profile::Brake ? tau * (2.0 - tau)
+                                                                  : smooth_fraction(tau);
         std::vector<double> q(cur.from.size());
         for (std::size_t i = 0; i < q.size(); ++i) q[i] = cur.from[i] + (cur.to[i] - cur.from[i]) * f;
         return q;
@@ -250,7 +255,10 @@ struct MotionEngine::Impl {
         std::vector<double> v(current.size(), 0.0);
         if (!running || paused || cur.duration <= 0.0) return v;
         const double tau = std::clamp(elapsed(now) / cur.duration, 0.0, 1.0);
-        const double rate = cur.linear ? 1.0 : 30.0 * tau * tau * (1.0 - tau) * (1.0 - tau);  // d(fraction)/dτ
+        // d(fraction)/dτ of the profile
+        const double rate = cur.profile == Segment::Profile::Linear  ? 1.0
+                            : cur.profile == Segment::Profile::Brake ? 2.0 * (1.0 - tau)
+                                                                     : 30.0 * tau * tau * (1.0 - tau) * (1.0 - tau);
         for (std::size_t i = 0; i < v.size() && i < cur.to.size() && i < cur.from.size(); ++i)
             v[i] = (cur.to[i] - cur.from[i]) * rate / cur.duration;
         return v;
@@ -410,7 +418,7 @@ struct MotionEngine::Impl {
         Segment s;
         s.to = current;
         s.to[j] = positive ? lim.max_pos : lim.min_pos;
-        s.linear = true;
+        s.profile = Segment::Profile::Linear;
         s.report = false;
         const double speed = lim.max_speed * clamp_speed(int_member(rq, "v"));
         s.duration = speed > 0.0 ? std::fabs(s.to[j] - current[j]) / speed : 0.0;
@@ -433,7 +441,7 @@ struct MotionEngine::Impl {
         s.pose_type = true;
         s.pose_to = pose;
         s.to = current;
-        s.linear = true;
+        s.profile = Segment::Profile::Linear;
         s.report = false;
         s.duration = 3600.0;
         queue.push_back(std::move(s));
@@ -460,10 +468,36 @@ struct MotionEngine::Impl {
                       {"set_arm_delete_trajectory", "arm_delete_trajectory", "idle"}};
         for (const auto& k : kStops) {
             if (command != k.command) continue;
-            pending_joints = halt(k.status);
+            if (command == "set_arm_slow_stop" && running && !paused) {
+                brake();
+            } else {
+                pending_joints = halt(k.status);
+            }
             return {state_reply(k.command, k.key, true)};
         }
         return {};
+    }
+
+    // Slow stop: every queued trajectory goes, and the arm brakes from its present speed at the
+    // joints' acceleration limits, reporting nothing.
+    void brake() {
+        const Clock::time_point now = Clock::now();
+        const std::vector<double> v = speeds(now);
+        Segment s;
+        s.type = cur.type;
+        s.status = "slow_stop";
+        s.pose_type = cur.pose_type;
+        s.pose_to = cur.pose_to;
+        s.profile = Segment::Profile::Brake;
+        s.report = false;
+        for (std::size_t i = 0; i < v.size(); ++i) {
+            const double acc = i < limits.size() ? limits[i].max_acc : JointLimits{}.max_acc;
+            if (acc > 0.0) s.duration = std::max(s.duration, std::fabs(v[i]) / acc);
+        }
+        s.to = halt("slow_stop");
+        for (std::size_t i = 0; i < v.size() && i < s.to.size(); ++i) s.to[i] += v[i] * s.duration / 2.0;
+        queue.push_back(std::move(s));
+        cv.notify_all();
     }
 
     std::vector<std::string> pause(const cJSON*, const std::string& command) {

@@ -184,6 +184,25 @@ TEST_F(MotionTest, MotionEmergencyStopHaltsTheArm) {
     EXPECT_LT(sim_.config().joint_angles[0], 40.0);
 }
 
+TEST_F(MotionTest, MotionSlowStopBrakesWithinTheAccelerationLimit) {
+    const float target[6] = {30.0f, 0, 0, 0, 0, 0};
+    ASSERT_EQ(zq_movej(arm_, target, 50, 0, 0, 0), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const double before = sim_.config().joint_angles[0];
+    const double speed = sim_.config().state.joints.speed[0];
+    ASSERT_GT(speed, 0.0);
+    ASSERT_EQ(zq_set_arm_slow_stop(arm_), 0);
+    EXPECT_EQ(pending(), 0);
+    ASSERT_TRUE(motion_.wait_idle(2000));
+    const double after = sim_.config().joint_angles[0];
+    // Braking at no more than the limit takes at least v² / 2a further.
+    const double acc = sim_.config().joints[0].max_acc;
+    EXPECT_GT(after, before);
+    EXPECT_LT(after, 30.0);
+    EXPECT_GE(after - before, speed * speed / (2.0 * acc) * 0.8);
+    EXPECT_EQ(motion_.reports_sent(), 0);
+}
+
 TEST_F(MotionTest, MotionPauseHoldsTheArmUntilContinue) {
     const float target[6] = {8.0f, 0, 0, 0, 0, 0};
     ASSERT_EQ(zq_movej(arm_, target, 30, 0, 0, 0), 0);
