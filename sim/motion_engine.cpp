@@ -284,7 +284,7 @@ struct MotionEngine::Impl {
         limits = cfg.joints;
         dof = cfg.dof;
         generation = cfg.generation();
-        if (!running) current = cfg.joint_angles;
+        if (!running && !stream_dirty) current = cfg.joint_angles;  // a streamed set point is newer
     }
 
     // ---- commands ----------------------------------------------------------------------
