@@ -289,3 +289,26 @@ TEST_F(MotionTest, MotionReportsReachTheEventCallback) {
 }
 
 }  // namespace
+
+namespace {
+
+using zqtest::MotionTest;
+
+TEST_F(MotionTest, MotionControllerThatStopsAnsweringEndsTheWait) {
+    if (zqtest::mode() == ZQ_SINGLE_THREAD_MODE) GTEST_SKIP() << "single-thread rounds are covered above";
+    zq_set_timeout(50);
+    const float far[6] = {60.0f, 0, 0, 0, 0, 0};
+    std::thread cut([this] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(150));
+        sim_.close_connections();
+    });
+    const auto t0 = std::chrono::steady_clock::now();
+    const int rc = zq_movej(arm_, far, 10, 0, 0, 1);
+    const double took = seconds_since(t0);
+    cut.join();
+    EXPECT_LT(rc, 0);  // the failing trajectory queries end it: -1 or -2
+    EXPECT_GT(rc, -3);
+    EXPECT_LT(took, 8.0);
+}
+
+}  // namespace
