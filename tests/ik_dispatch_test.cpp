@@ -218,3 +218,51 @@ TEST(IkModePair, SettersKeepThePairConsistent) {
 }
 
 }  // namespace
+
+namespace {
+
+// With installation, tool and work frames set, the target is the tool in the
+// work frame: Work^-1 Install Flange Tool, composed here with the reference chain.
+TEST(IkFrames, EveryModelSolvesTheToolInTheWorkFrame) {
+    const double tool[6] = {0.01, 0.02, 0.1, 0.1, 0.2, 0.3}, work[6] = {0.3, -0.2, 0.1, 0.2, -0.1, 0.5};
+    const double inst[3] = {10, -20, 30};  // degrees
+    zq_algo_set_redundant_parameter_traversal_mode(true);
+    for (const Arm& arm : kinref::arms()) {
+        zq_algo_init_sys_data(static_cast<zq_robot_arm_model_e>(arm.model), ZQ_MODEL_ZQ_B_E);
+        zq_frame_t f{};
+        f.pose.position = zq_position{static_cast<float>(tool[0]), static_cast<float>(tool[1]), static_cast<float>(tool[2])};
+        f.pose.euler = zq_euler_t{static_cast<float>(tool[3]), static_cast<float>(tool[4]), static_cast<float>(tool[5])};
+        zq_algo_set_toolframe(&f);
+        f.pose.position = zq_position{static_cast<float>(work[0]), static_cast<float>(work[1]), static_cast<float>(work[2])};
+        f.pose.euler = zq_euler_t{static_cast<float>(work[3]), static_cast<float>(work[4]), static_cast<float>(work[5])};
+        zq_algo_set_workframe(&f);
+        zq_algo_set_angle(static_cast<float>(inst[0]), static_cast<float>(inst[1]), static_cast<float>(inst[2]));
+        const Arm a = kinref::with_force(arm, 0);
+        const kinref::Mat4 W = kinref::inverse(kinref::pose(work[0], work[1], work[2], work[3], work[4], work[5]));
+        const kinref::Mat4 I = kinref::pose(0, 0, 0, inst[0] * kinref::kDeg, inst[1] * kinref::kDeg, inst[2] * kinref::kDeg);
+        const kinref::Mat4 Tt = kinref::pose(tool[0], tool[1], tool[2], tool[3], tool[4], tool[5]);
+        auto target_of = [&](const float* q) {
+            return kinref::mul(kinref::mul(W, I), kinref::mul(iktest::flange_of(a, q), Tt));
+        };
+        std::mt19937 rng(17);
+        int ok = 0;
+        for (int k = 0; k < 20; ++k) {
+            const std::vector<double> q = iktest::random_inside(a, rng, 20.0);
+            float qf[8] = {0};
+            for (int i = 0; i < a.dof; ++i) qf[i] = static_cast<float>(q[i]);
+            const kinref::Mat4 T = target_of(qf);
+            zq_inverse_kinematics_params_t p{};
+            for (int i = 0; i < a.dof; ++i) p.q_in[i] = static_cast<float>(q[i] + 1.0);
+            p.q_pose = iktest::pose_of(T);
+            float out[8];
+            if (zq_algo_inverse_kinematics(nullptr, &p, out) != 0) continue;
+            double dp, dr;
+            iktest::pose_distance(target_of(out), T, &dp, &dr);
+            ok += dp < 1e-4 && dr < 1e-3;
+        }
+        EXPECT_GE(ok, 18) << arm.name;
+        zq_algo_init_sys_data(static_cast<zq_robot_arm_model_e>(arm.model), ZQ_MODEL_ZQ_B_E);
+    }
+}
+
+}  // namespace

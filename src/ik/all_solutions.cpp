@@ -5,6 +5,7 @@
 #include "ik/angles.h"
 #include "ik/parallel_axes.h"
 #include "ik/solvers.h"
+#include "ik/target_forms.h"
 #include "ik/wrist_formulas.h"
 #include "kinematics/matrix4.h"
 #include "kinematics/sys_data.h"
@@ -34,7 +35,7 @@ void shoulder_to_wrist(const zq_matrix_t& Tworld_tool, double R[3][3], double p[
     zq_matrix_t T_WE = matrix_eye(4);
     T_WE.data[2][3] = -dh.d[5];
     const zq_matrix_t T = matrix_mul(
-        matrix_mul(matrix_mul(matrix_inverse(T_BS), Tworld_tool), matrix_inverse(get_tool_matrix())), T_WE);
+        matrix_mul(matrix_mul(rigid_inverse(T_BS), Tworld_tool), rigid_inverse(get_tool_matrix())), T_WE);
     for (int i = 0; i < 3; ++i) {
         for (int j = 0; j < 3; ++j) R[i][j] = T.data[i][j];
         p[i] = T.data[i][3];

@@ -73,13 +73,14 @@ int arm_angle_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
             dH[i] = kCentring * (q_ref[i] - (q_max[i] + q_min[i]) / 2) / (span * span);
         }
         bool keep = true;
+        float JdH[6];  // (I - Jstar J) dH, as dH - Jstar (J dH)
+        for (int r = 0; r < 6; ++r) {
+            JdH[r] = 0;
+            for (int k = 0; k < 7; ++k) JdH[r] += step.J[r][k] * dH[k];
+        }
         for (int i = 0; i < 7; ++i) {
             float s = dH[i];
-            for (int k = 0; k < 7; ++k) {
-                float jj = 0;
-                for (int r = 0; r < 6; ++r) jj += step.Jstar[i][r] * step.J[r][k];
-                s -= jj * dH[k];
-            }
+            for (int r = 0; r < 6; ++r) s -= step.Jstar[i][r] * JdH[r];
             dqH[i] = s;
             if (std::fabs(step.dq[i] + dqH[i]) > dq_max[i] * dt) keep = false;
         }

@@ -66,8 +66,7 @@ M3 times_rx(const M3& R, float sa, float ca) {
     return o;
 }
 
-M3 times_rz(const M3& R, float t) {
-    const float s = std::sin(t), c = std::cos(t);
+M3 times_rz(const M3& R, float s, float c) {
     M3 o;
     for (int i = 0; i < 3; ++i) {
         o.m[i][0] = R.m[i][0] * c + R.m[i][1] * s;
@@ -88,15 +87,36 @@ struct Sweep {
 
 // Joint angle that turns the axis of the next joint onto `want`; B is the frame
 // before this joint's rotation, alpha_next the twist of the next joint.
-float joint_for_axis(const M3& B, V3 want, float sa_next) {
+// Its sine and cosine come from the same projection, without another call.
+float joint_for_axis(const M3& B, V3 want, float sa_next, float* sn, float* cs) {
     const V3 w = B.tmul(want);
-    return std::atan2(sa_next * w.x, -sa_next * w.y);
+    const float y = sa_next * w.x, x = -sa_next * w.y, n = std::sqrt(x * x + y * y);
+    *sn = n > 0 ? y / n : 0.0f;
+    *cs = n > 0 ? x / n : 1.0f;
+    return std::atan2(y, x);
+}
+
+// The best row so far. A row is dropped as soon as a joint leaves its limits
+// or its partial cost reaches the best: the cost only grows joint by joint,
+// so this ranks exactly as a full pass over all rows would.
+struct Best {
+    float cost;
+    float row[7];
+};
+
+// Joint j of a row: a turn into the limits, then within half a turn of the
+// reference; false once the row cannot win.
+bool place_joint(const Sweep& s, int j, float* q, float* cost, float best) {
+    *q = toward(wrap_once(*q, s.q_min[j], s.q_max[j]), s.ref[j]);
+    const float d = *q - s.ref[j];
+    *cost += kWeight[j] * d * d;
+    return *cost < best && inside(*q, s.q_min[j], s.q_max[j]);
 }
 
 // All branches at joint 7 = th7 (offset added). Returns the number of rows;
 // -1 when the elbow cannot close (beyond the band) at this value. `exact`
 // refuses the arguments just beyond 1 that the bands would take.
-int rows_at(const Sweep& s, float th7, bool near, bool exact, float rows[kMaxRows][7]) {
+int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
     const zq_dh_block_t& dh = *s.dh;
     const float c7 = std::cos(th7), s7 = std::sin(th7);
     const V3 x6 = s.R7 * V3{c7, -s7, 0};
@@ -148,50 +168,43 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, float rows[kMaxRow
                 const V3 z3 = unit((1.0f / (d * d + c * c)) * (d * w - c * cross(w, z4)));
                 const V3 m = cross(V3{0, 0, 1}, z3);
                 for (int t = 0; t < 2 && n < kMaxRows; ++t) {
-                    float q[7];
+                    float q[7], sn, cs;
+                    float cost = 0;
+                    q[6] = th7;
+                    if (!place_joint(s, 6, &q[6], &cost, best->cost)) continue;
                     M3 R{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
                     M3 B = times_rx(R, s.sa[0], s.ca[0]);
                     if (norm(m) < kAxisFloor) {
-                        q[0] = s.ref[0];  // shoulder straight up: joints 1 and 3 share the turn
                         if (t == 1) continue;
+                        q[0] = s.ref[0];  // shoulder straight up: joints 1 and 3 share the turn
+                        sn = std::sin(q[0]);
+                        cs = std::cos(q[0]);
                     } else {
-                        q[0] = joint_for_axis(B, (t == 0 ? 1.0f : -1.0f) * unit(m), s.sa[1]);
+                        q[0] = joint_for_axis(B, (t == 0 ? 1.0f : -1.0f) * unit(m), s.sa[1], &sn, &cs);
                     }
+                    ++n;
+                    if (!place_joint(s, 0, &q[0], &cost, best->cost)) continue;
                     const V3 want[5] = {z3, z4, z5, cross(x6, y6), x6};
-                    R = times_rz(B, q[0]);
-                    for (int j = 1; j < 5; ++j) {
+                    R = times_rz(B, sn, cs);
+                    bool alive = true;
+                    for (int j = 1; j < 5 && alive; ++j) {
                         B = times_rx(R, s.sa[j], s.ca[j]);
-                        q[j] = joint_for_axis(B, want[j - 1], s.sa[j + 1]);
-                        R = times_rz(B, q[j]);
+                        q[j] = joint_for_axis(B, want[j - 1], s.sa[j + 1], &sn, &cs);
+                        R = times_rz(B, sn, cs);
+                        alive = place_joint(s, j, &q[j], &cost, best->cost);
                     }
+                    if (!alive) continue;
                     B = times_rx(R, s.sa[5], s.ca[5]);
                     const V3 wx = B.tmul(x6);
                     q[5] = std::atan2(wx.y, wx.x);
-                    q[6] = th7;
-                    for (int j = 0; j < 7; ++j) rows[n][j] = q[j];
-                    ++n;
+                    if (!place_joint(s, 5, &q[5], &cost, best->cost)) continue;
+                    best->cost = cost;
+                    for (int j = 0; j < 7; ++j) best->row[j] = q[j];
                 }
             }
         }
     }
     return n;
-}
-
-// Rank one row: each joint a turn into the limits, then within half a turn of
-// the reference. A row outside the limits does not count, so that a row just
-// past a limit at one sweep value cannot hide a legal one at the next.
-bool rank_row(const Sweep& s, float row[7], float* cost) {
-    float c = 0;
-    bool legal = true;
-    for (int i = 0; i < 7; ++i) {
-        row[i] = wrap_once(row[i], s.q_min[i], s.q_max[i]);
-        row[i] = toward(row[i], s.ref[i]);
-        const float d = row[i] - s.ref[i];
-        c += kWeight[i] * d * d;
-        legal = legal && inside(row[i], s.q_min[i], s.q_max[i]);
-    }
-    *cost = c;
-    return legal;
 }
 
 bool in_band(float v, float lo, float hi) { return v > lo && v < hi; }
@@ -235,8 +248,9 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
     if (lower < s.q_min[6]) lower = s.q_min[6];
     if (upper > s.q_max[6]) upper = s.q_max[6];
 
-    float best = kNoBest, best_row[7];
-    for (int i = 0; i < 7; ++i) best_row[i] = tracking ? q_add_dq[i] : s.ref[i];
+    Best best;
+    best.cost = kNoBest;
+    for (int i = 0; i < 7; ++i) best.row[i] = tracking ? q_add_dq[i] : s.ref[i];
     bool inserted = tracking;
     float prev = lower;
     for (int it = 0; it < 1000; ++it) {
@@ -247,24 +261,13 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
             inserted = true;
         }
         prev = th7;
-        float rows[kMaxRows][7];
-        const int n = rows_at(s, th7, near, !tracking, rows);
-        if (n < 0 || (n == 0 && !near)) {
-            if (tracking) return kIkNoSolution;
-            continue;
-        }
-        for (int k = 0; k < n; ++k) {
-            float cost;
-            if (rank_row(s, rows[k], &cost) && cost < best) {
-                best = cost;
-                for (int i = 0; i < 7; ++i) best_row[i] = rows[k][i];
-            }
-        }
+        const int n = rows_at(s, th7, near, !tracking, &best);
+        if ((n < 0 || (n == 0 && !near)) && tracking) return kIkNoSolution;
         if (tracking) break;
     }
-    if (!tracking && std::fabs(best - kNoBest) < 0.1f) return kIkNoSolution;
+    if (!tracking && std::fabs(best.cost - kNoBest) < 0.1f) return kIkNoSolution;
 
-    for (int i = 0; i < 7; ++i) q_out[i] = best_row[i];
+    for (int i = 0; i < 7; ++i) q_out[i] = best.row[i];
     if (tracking) {
         const float e = 0.017453292f;
         const float a = std::fabs(s.ref[1]), b = std::fabs(s.ref[5]);
@@ -282,13 +285,15 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
             const float span = s.q_max[i] - s.q_min[i];
             dH[i] = kCentring * (s.ref[i] - (s.q_max[i] + s.q_min[i]) / 2) / (span * span);
         }
+        // (I - Jstar J) dH, as dH - Jstar (J dH).
+        float JdH[6];
+        for (int r = 0; r < 6; ++r) {
+            JdH[r] = 0;
+            for (int k = 0; k < 7; ++k) JdH[r] += step.J[r][k] * dH[k];
+        }
         for (int i = 0; i < 7; ++i) {
             float v = dH[i];
-            for (int k = 0; k < 7; ++k) {
-                float jj = 0;
-                for (int r = 0; r < 6; ++r) jj += step.Jstar[i][r] * step.J[r][k];
-                v -= jj * dH[k];
-            }
+            for (int r = 0; r < 6; ++r) v -= step.Jstar[i][r] * JdH[r];
             dqH[i] = v;
             peak = std::fmax(peak, std::fabs(v));
         }

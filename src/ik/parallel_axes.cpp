@@ -5,6 +5,7 @@
 #include "ik/angles.h"
 #include "ik/parallel_axes.h"
 #include "ik/solvers.h"
+#include "ik/target_forms.h"
 #include "kinematics/matrix4.h"
 #include "kinematics/sys_data.h"
 
@@ -29,7 +30,7 @@ double sgn(double v) { return v > 0 ? 1.0 : (v < 0 ? -1.0 : 0.0); }
 
 zq_Mat_d_t vda_flange_target(const zq_matrix_t& Tworld_tool) {
     const zq_matrix_t T06 =
-        matrix_mul(matrix_mul(matrix_inverse(get_install_matrix()), Tworld_tool), matrix_inverse(get_tool_matrix()));
+        matrix_mul(matrix_mul(rigid_inverse(get_install_matrix()), Tworld_tool), rigid_inverse(get_tool_matrix()));
     zq_Mat_d_t T{};
     T.rows = T.cols = 4;
     for (int i = 0; i < 4; ++i)

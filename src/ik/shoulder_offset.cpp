@@ -6,6 +6,7 @@
 
 #include "ik/angles.h"
 #include "ik/solvers.h"
+#include "ik/target_forms.h"
 #include "ik/wrist_formulas.h"
 #include "kinematics/matrix4.h"
 #include "kinematics/sys_data.h"
@@ -40,7 +41,7 @@ int ik_shoulder_offset(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     Tw.rows = Tw.cols = 4;
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j) Tw.data[i][j] = target.data[i][j];
-    const zq_matrix_t T06 = matrix_mul(matrix_mul(matrix_inverse(get_install_matrix()), Tw), matrix_inverse(get_tool_matrix()));
+    const zq_matrix_t T06 = matrix_mul(matrix_mul(rigid_inverse(get_install_matrix()), Tw), rigid_inverse(get_tool_matrix()));
     float R[3][3];
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j) R[i][j] = T06.data[i][j];

@@ -5,6 +5,7 @@
 
 #include "ik/angles.h"
 #include "ik/solvers.h"
+#include "ik/target_forms.h"
 #include "ik/wrist_formulas.h"
 #include "kinematics/matrix4.h"
 #include "kinematics/sys_data.h"
@@ -47,7 +48,7 @@ int solve(Layout layout, const zq_Mat_t& target, const float q_ref[8], float q_o
     zq_matrix_t T_WE = matrix_eye(4);
     T_WE.data[2][3] = -dh.d[5];
     const zq_matrix_t T_SW = matrix_mul(
-        matrix_mul(matrix_mul(matrix_inverse(T_BS), to_matrix(target)), matrix_inverse(get_tool_matrix())), T_WE);
+        matrix_mul(matrix_mul(rigid_inverse(T_BS), to_matrix(target)), rigid_inverse(get_tool_matrix())), T_WE);
     float R[3][3];
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j) R[i][j] = T_SW.data[i][j];

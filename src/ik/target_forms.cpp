@@ -6,17 +6,28 @@
 
 namespace zq {
 
+zq_matrix_t rigid_inverse(const zq_matrix_t& T) {
+    zq_matrix_t r{};
+    r.rows = r.cols = 4;
+    for (int i = 0; i < 3; ++i) {
+        for (int j = 0; j < 3; ++j) r.data[i][j] = T.data[j][i];
+        r.data[i][3] = -(T.data[0][i] * T.data[0][3] + T.data[1][i] * T.data[1][3] + T.data[2][i] * T.data[2][3]);
+    }
+    r.data[3][3] = 1.0f;
+    return r;
+}
+
 zq_matrix_t tool_pose_to_world(const zq_pose_t& pose, uint8_t flag) {
     zq_pose_t p = pose;
     if (flag == 1) p.quaternion = euler_to_quat(p.euler);
     const zq_matrix_t Twork_tool = pose_to_matrix_quat(p);
-    const zq_matrix_t Tworld_work = matrix_inverse(get_work_matrix());
+    const zq_matrix_t Tworld_work = rigid_inverse(get_work_matrix());
     return matrix_mul(Tworld_work, Twork_tool);
 }
 
 zq_matrix_t tool_pose_to_flange(const zq_matrix_t& Tworld_tool) {
-    const zq_matrix_t Tbase_world = matrix_inverse(get_install_matrix());
-    const zq_matrix_t Ttool_flange = matrix_inverse(get_tool_matrix());
+    const zq_matrix_t Tbase_world = rigid_inverse(get_install_matrix());
+    const zq_matrix_t Ttool_flange = rigid_inverse(get_tool_matrix());
     return matrix_mul(matrix_mul(Tbase_world, Tworld_tool), Ttool_flange);
 }
 

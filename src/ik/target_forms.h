@@ -11,6 +11,9 @@ namespace zq {
 // Tworld_work x Twork_tool. flag 1 takes the orientation from the Euler
 // triple; any other value takes the quaternion as it stands.
 zq_matrix_t tool_pose_to_world(const zq_pose_t& pose, uint8_t flag);
+// Inverse of a rigid 4 by 4 transform: the rotation transposed.
+zq_matrix_t rigid_inverse(const zq_matrix_t& T);
+
 // Tbase_world x Tworld_tool x Ttool_flange.
 zq_matrix_t tool_pose_to_flange(const zq_matrix_t& Tworld_tool);
 
