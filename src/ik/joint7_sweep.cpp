@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "ik/angles.h"
+#include "ik/fast_atan2.h"
 #include "ik/ik_mode.h"
 #include "ik/pinv_step.h"
 #include "ik/solvers.h"
@@ -93,7 +94,7 @@ float joint_for_axis(const M3& B, V3 want, float sa_next, float* sn, float* cs) 
     const float y = sa_next * w.x, x = -sa_next * w.y, n = std::sqrt(x * x + y * y);
     *sn = n > 0 ? y / n : 0.0f;
     *cs = n > 0 ? x / n : 1.0f;
-    return std::atan2(y, x);
+    return ik_atan2(y, x);
 }
 
 // The best row so far. A row is dropped as soon as a joint leaves its limits
@@ -196,7 +197,7 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
                     if (!alive) continue;
                     B = times_rx(R, s.sa[5], s.ca[5]);
                     const V3 wx = B.tmul(x6);
-                    q[5] = std::atan2(wx.y, wx.x);
+                    q[5] = ik_atan2(wx.y, wx.x);
                     if (!place_joint(s, 5, &q[5], &cost, best->cost)) continue;
                     best->cost = cost;
                     for (int j = 0; j < 7; ++j) best->row[j] = q[j];
