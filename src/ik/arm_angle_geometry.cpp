@@ -9,6 +9,13 @@ F clamp_sign(F c) {
     return c;
 }
 
+// The arctangent of the negated arguments.
+template <typename F>
+F half_turn(F a) {
+    const F pi = static_cast<F>(3.141592653589793);
+    return a > 0 ? a - pi : a + pi;
+}
+
 template <typename F>
 void mul3(const F A[3][3], const F B[3][3], F C[3][3]) {
     for (int i = 0; i < 3; ++i)
@@ -74,17 +81,25 @@ void rows_of_set(const ArmAngleGeometry<F>& g, int set, const F GC[3], F psi, F 
             R03[i][j] = g.As[set][i][j] * sp + g.Bs[set][i][j] * cp + g.Cs[set][i][j];
             R47[i][j] = g.Aw[set][i][j] * sp + g.Bw[set][i][j] * cp + g.Cw[set][i][j];
         }
+    // Row 0 with the signs GC; negating a sign negates joint 2 (or 6) and
+    // turns both arctangents next to it by half a turn.
+    const F g0 = GC[0], g2 = GC[2];
+    const F q2 = g0 * std::acos(clamp_sign(R03[2][2]));
+    const F q1 = std::atan2(g0 * R03[1][2], g0 * R03[0][2]);
+    const F q3 = std::atan2(g0 * R03[2][1], -g0 * R03[2][0]);
+    const F q6 = g2 * std::acos(clamp_sign(-R47[1][2]));
+    const F q5 = std::atan2(g2 * R47[2][2], g2 * R47[0][2]);
+    const F q7 = std::atan2(-g2 * R47[1][1], g2 * R47[1][0]);
     for (int r = 0; r < rows; ++r) {
         // Row pattern: bit 1 flips the shoulder sign, bit 0 the wrist sign.
-        const F g0 = (r & 2) ? -GC[0] : GC[0];
-        const F g2 = (r & 1) ? -GC[2] : GC[2];
-        q[r][1] = g0 * std::acos(clamp_sign(R03[2][2]));
-        q[r][0] = std::atan2(g0 * R03[1][2], g0 * R03[0][2]);
-        q[r][2] = std::atan2(g0 * R03[2][1], -g0 * R03[2][0]);
+        const bool fs = (r & 2) != 0, fw = (r & 1) != 0;
+        q[r][0] = fs ? half_turn(q1) : q1;
+        q[r][1] = fs ? -q2 : q2;
+        q[r][2] = fs ? half_turn(q3) : q3;
         q[r][3] = q4;
-        q[r][5] = g2 * std::acos(clamp_sign(-R47[1][2]));
-        q[r][4] = std::atan2(g2 * R47[2][2], g2 * R47[0][2]);
-        q[r][6] = std::atan2(-g2 * R47[1][1], g2 * R47[1][0]);
+        q[r][4] = fw ? half_turn(q5) : q5;
+        q[r][5] = fw ? -q6 : q6;
+        q[r][6] = fw ? half_turn(q7) : q7;
     }
 }
 
