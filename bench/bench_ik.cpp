@@ -260,11 +260,30 @@ void random_poses(const Model& m, int samples) {
         ++on.n, ++of.n, ++kn.n, ++kf.n;
         if (c.regular) onr.ok += o1.ok, knr.ok += k1.ok, ++onr.n, ++knr.n;
     }
-    Tally scratch;
-    on.seconds = best_pass(5, 1, [&] { for (const Case& c : cases) ours(a, c.ref_near, c.T, &scratch); }) ;
-    of.seconds = best_pass(5, 1, [&] { for (const Case& c : cases) ours(a, c.ref_far, c.T, &scratch); });
-    kn.seconds = best_pass(2, 1, [&] { for (const Case& c : cases) kdl(a, lma, c.ref_near, c.T, &scratch); });
-    kf.seconds = best_pass(2, 1, [&] { for (const Case& c : cases) kdl(a, lma, c.ref_far, c.T, &scratch); });
+    // The timed passes run the solvers alone on inputs prepared beforehand.
+    std::vector<zq_inverse_kinematics_params_t> pn, pf;
+    std::vector<KDL::JntArray> kn_init, kf_init;
+    for (const Case& c : cases) {
+        zq_inverse_kinematics_params_t p{};
+        p.q_pose = pose_of(c.T);
+        KDL::JntArray jn(a.dof), jf(a.dof);
+        for (int i = 0; i < a.dof; ++i) {
+            p.q_in[i] = static_cast<float>(c.ref_near[i]);
+            jn(i) = c.ref_near[i] * kDeg;
+            jf(i) = c.ref_far[i] * kDeg;
+        }
+        pn.push_back(p);
+        for (int i = 0; i < a.dof; ++i) p.q_in[i] = static_cast<float>(c.ref_far[i]);
+        pf.push_back(p);
+        kn_init.push_back(jn);
+        kf_init.push_back(jf);
+    }
+    float out[8];
+    KDL::JntArray kout(a.dof);
+    on.seconds = best_pass(5, 1, [&] { for (auto& p : pn) zq_algo_inverse_kinematics(nullptr, &p, out); });
+    of.seconds = best_pass(5, 1, [&] { for (auto& p : pf) zq_algo_inverse_kinematics(nullptr, &p, out); });
+    kn.seconds = best_pass(2, 1, [&] { for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kn_init[k], cases[k].T, kout); });
+    kf.seconds = best_pass(2, 1, [&] { for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kf_init[k], cases[k].T, kout); });
     on.print("ours, near reference");
     onr.print("ours, near reference, regular poses");
     of.print("ours, far reference");
@@ -320,9 +339,15 @@ void tracking_paths(const Model& m, int paths) {
     ot.seconds = best_pass(5, 1, [&] {
         for (zq_inverse_kinematics_params_t& prm : ours_in) zq_algo_inverse_kinematics(nullptr, &prm, out);
     });
-    Tally scratch;
+    std::vector<KDL::JntArray> seeds;
+    for (const std::vector<double>& sd : kdl_seed) {
+        KDL::JntArray j(a.dof);
+        for (int i = 0; i < a.dof; ++i) j(i) = sd[i] * kDeg;
+        seeds.push_back(j);
+    }
+    KDL::JntArray kout(a.dof);
     kt.seconds = best_pass(2, 1, [&] {
-        for (size_t k = 0; k < targets.size(); ++k) kdl(a, lma, kdl_seed[k], targets[k], &scratch);
+        for (size_t k = 0; k < targets.size(); ++k) lma.CartToJnt(seeds[k], targets[k], kout);
     });
     zq_algo_set_redundant_parameter_traversal_mode(true);
     ot.print("ours tracking, path of 2 ms steps");
