@@ -33,11 +33,11 @@ struct Model {
 };
 
 constexpr Model kModels[] = {
-    {"ZQ41", ZQ_MODEL_ZQ41_E},       {"ZQL36", ZQ_MODEL_ZQL36_E},     {"ZQL36III", ZQ_MODEL_ZQL36III_E},
-    {"VDA41", ZQ_MODEL_VDA41_E},     {"VDA26", ZQ_MODEL_VDA26_E},     {"VDA36", ZQ_MODEL_VDA36_E},
-    {"ZQ52", ZQ_MODEL_ZQ52_E},       {"HTR27", ZQ_MODEL_HTR27_E},     {"KWBL37", ZQ_MODEL_KWBL37_E},
-    {"KWBR37", ZQ_MODEL_KWBR37_E},   {"MQL52", ZQ_MODEL_MQL52_E},     {"MQR52", ZQ_MODEL_MQR52_E},
-    {"KWBL47", ZQ_MODEL_KWBL47_E},   {"KWBR47", ZQ_MODEL_KWBR47_E},   {"MQL52II", ZQ_MODEL_MQL52II_E},
+    {"ZQ41", ZQ_MODEL_ZQ41_E},       {"ZQL36", ZQ_MODEL_ZQL36_E},   {"ZQL36III", ZQ_MODEL_ZQL36III_E},
+    {"VDA41", ZQ_MODEL_VDA41_E},     {"VDA26", ZQ_MODEL_VDA26_E},   {"VDA36", ZQ_MODEL_VDA36_E},
+    {"ZQ52", ZQ_MODEL_ZQ52_E},       {"HTR27", ZQ_MODEL_HTR27_E},   {"KWBL37", ZQ_MODEL_KWBL37_E},
+    {"KWBR37", ZQ_MODEL_KWBR37_E},   {"MQL52", ZQ_MODEL_MQL52_E},   {"MQR52", ZQ_MODEL_MQR52_E},
+    {"KWBL47", ZQ_MODEL_KWBL47_E},   {"KWBR47", ZQ_MODEL_KWBR47_E}, {"MQL52II", ZQ_MODEL_MQL52II_E},
     {"MQR52II", ZQ_MODEL_MQR52II_E},
 };
 
@@ -51,10 +51,10 @@ KDL::Chain kdl_chain_of_loaded_arm() {
     KDL::Chain chain;
     if (standard) {
         for (int i = 0; i < dof; ++i)
-            chain.addSegment(KDL::Segment(KDL::Joint(KDL::Joint::RotZ),
-                                          KDL::Frame(KDL::Rotation::RotZ(dh.offset[i])) *
-                                              KDL::Frame(KDL::Vector(dh.a[i], 0, dh.d[i])) *
-                                              KDL::Frame(KDL::Rotation::RotX(dh.alpha[i]))));
+            chain.addSegment(
+                KDL::Segment(KDL::Joint(KDL::Joint::RotZ), KDL::Frame(KDL::Rotation::RotZ(dh.offset[i])) *
+                                                               KDL::Frame(KDL::Vector(dh.a[i], 0, dh.d[i])) *
+                                                               KDL::Frame(KDL::Rotation::RotX(dh.alpha[i]))));
         return chain;
     }
     auto fixed_part = [&](int i) {
@@ -62,7 +62,8 @@ KDL::Chain kdl_chain_of_loaded_arm() {
     };
     chain.addSegment(KDL::Segment(KDL::Joint(KDL::Joint::None), fixed_part(0)));
     for (int i = 0; i < dof; ++i) {
-        KDL::Frame tip = KDL::Frame(KDL::Rotation::RotZ(dh.offset[i])) * KDL::Frame(KDL::Vector(0, 0, dh.d[i]));
+        KDL::Frame tip =
+            KDL::Frame(KDL::Rotation::RotZ(dh.offset[i])) * KDL::Frame(KDL::Vector(0, 0, dh.d[i]));
         if (i + 1 < dof) tip = tip * fixed_part(i + 1);
         if (i + 1 == dof && flange_link)
             tip = tip * fixed_part(7) * KDL::Frame(KDL::Rotation::RotZ(dh.offset[7])) *
@@ -109,7 +110,8 @@ zq_pose_t pose_of(const KDL::Frame& f) {
     p.position.z = static_cast<float>(f.p.z());
     double x, y, z, w;
     f.M.GetQuaternion(x, y, z, w);
-    p.quaternion = zq_quat_t{static_cast<float>(w), static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
+    p.quaternion =
+        zq_quat_t{static_cast<float>(w), static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)};
     return p;
 }
 
@@ -128,14 +130,16 @@ bool good(const Arm& a, double* q_deg, const KDL::Frame& target) {
 
 std::vector<double> random_joints(const Arm& a, std::mt19937& rng, double margin) {
     std::vector<double> q(8, 0.0);
-    for (int i = 0; i < a.dof; ++i) q[i] = std::uniform_real_distribution<double>(a.lo[i] + margin, a.hi[i] - margin)(rng);
+    for (int i = 0; i < a.dof; ++i)
+        q[i] = std::uniform_real_distribution<double>(a.lo[i] + margin, a.hi[i] - margin)(rng);
     return q;
 }
 
 std::vector<double> near(const Arm& a, const std::vector<double>& q, std::mt19937& rng) {
     std::vector<double> r = q;
     for (int i = 0; i < a.dof; ++i)
-        r[i] = std::fmin(a.hi[i], std::fmax(a.lo[i], q[i] + std::uniform_real_distribution<double>(-2, 2)(rng)));
+        r[i] =
+            std::fmin(a.hi[i], std::fmax(a.lo[i], q[i] + std::uniform_real_distribution<double>(-2, 2)(rng)));
     return r;
 }
 
@@ -280,10 +284,18 @@ void random_poses(const Model& m, int samples) {
     }
     float out[8];
     KDL::JntArray kout(a.dof);
-    on.seconds = best_pass(5, 1, [&] { for (auto& p : pn) zq_algo_inverse_kinematics(nullptr, &p, out); });
-    of.seconds = best_pass(5, 1, [&] { for (auto& p : pf) zq_algo_inverse_kinematics(nullptr, &p, out); });
-    kn.seconds = best_pass(2, 1, [&] { for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kn_init[k], cases[k].T, kout); });
-    kf.seconds = best_pass(2, 1, [&] { for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kf_init[k], cases[k].T, kout); });
+    on.seconds = best_pass(5, 1, [&] {
+        for (auto& p : pn) zq_algo_inverse_kinematics(nullptr, &p, out);
+    });
+    of.seconds = best_pass(5, 1, [&] {
+        for (auto& p : pf) zq_algo_inverse_kinematics(nullptr, &p, out);
+    });
+    kn.seconds = best_pass(2, 1, [&] {
+        for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kn_init[k], cases[k].T, kout);
+    });
+    kf.seconds = best_pass(2, 1, [&] {
+        for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kf_init[k], cases[k].T, kout);
+    });
     on.print("ours, near reference");
     onr.print("ours, near reference, regular poses");
     of.print("ours, far reference");

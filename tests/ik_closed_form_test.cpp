@@ -58,7 +58,8 @@ class IkClosedForm : public ::testing::TestWithParam<const char*> {};
 TEST_P(IkClosedForm, ReproducesRandomPosesInsideTheLimits) {
     const Arm& arm = iktest::arm_named(GetParam());
     const Rates r = measure(arm, 400, 7);
-    std::printf("%s: near %d/%d far %d/%d (skipped %d)\n", arm.name, r.near_ok, r.tried, r.far_ok, r.tried, r.skipped);
+    std::printf("%s: near %d/%d far %d/%d (skipped %d)\n", arm.name, r.near_ok, r.tried, r.far_ok, r.tried,
+                r.skipped);
     EXPECT_GE(r.near_ok, r.tried * 0.999);
     // A far reference may pull joint 6 a turn past its limit: see the notes on joint 6 below.
     EXPECT_GE(r.far_ok, r.tried * 0.95);
@@ -99,7 +100,8 @@ TEST_P(IkClosedForm, AllSolutionsHoldTheTrueJoints) {
             iktest::pose_distance(iktest::flange_of(a, all.q_solve[k]), T, &dp, &dr);
             // The three-parallel-axes arms take an elbow argument up to 0.01
             // beyond +-1 as the straight elbow: such rows only come near the pose.
-            const bool straight_elbow = std::fabs(std::sin((all.q_solve[k][2] + a.offset[2]) * kinref::kDeg)) < 1e-5;
+            const bool straight_elbow =
+                std::fabs(std::sin((all.q_solve[k][2] + a.offset[2]) * kinref::kDeg)) < 1e-5;
             if (!straight_elbow) {
                 EXPECT_LT(dp, 1e-4);
                 EXPECT_LT(dr, 1e-3);

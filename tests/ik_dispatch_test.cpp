@@ -14,7 +14,8 @@ namespace {
 
 using iktest::Arm;
 
-zq_inverse_kinematics_params_t params_for(const Arm& a, const std::vector<double>& q, const std::vector<double>& ref) {
+zq_inverse_kinematics_params_t params_for(const Arm& a, const std::vector<double>& q,
+                                          const std::vector<double>& ref) {
     zq_inverse_kinematics_params_t p{};
     for (int i = 0; i < a.dof; ++i) p.q_in[i] = static_cast<float>(ref[i]);
     p.q_pose = iktest::pose_of(iktest::flange_of(a, q));
@@ -42,7 +43,7 @@ TEST(IkDispatchMode, PristineFlagSelectsTraversalUntilAModeIsChosen) {
 }
 
 class IkDispatch : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         zq_algo_init_sys_data(ZQ_MODEL_ZQ41_E, ZQ_MODEL_ZQ_B_E);
         arm_ = kinref::with_force(iktest::arm_named("ZQ41"), 0);
@@ -177,7 +178,7 @@ TEST(IkSelection, ChoosesTheNearestRowInsideTheLimits) {
     for (int k = 0; k < 3; ++k)
         for (int i = 0; i < 6; ++i) all.q_solve[k][i] = rows[k][i];
     EXPECT_EQ(zq_algo_ikine_select_ik_solve(w, all), 1);  // equal cost: the first wins
-    all.q_solve[1][1] = 131;                               // beyond joint 2's limit
+    all.q_solve[1][1] = 131;                              // beyond joint 2's limit
     EXPECT_EQ(zq_algo_ikine_select_ik_solve(w, all), 2);
     all.q_solve[0][0] = 90;  // a zero weight frees joint 1
     w[0] = 0;
@@ -230,16 +231,23 @@ TEST(IkFrames, EveryModelSolvesTheToolInTheWorkFrame) {
     for (const Arm& arm : kinref::arms()) {
         zq_algo_init_sys_data(static_cast<zq_robot_arm_model_e>(arm.model), ZQ_MODEL_ZQ_B_E);
         zq_frame_t f{};
-        f.pose.position = zq_position{static_cast<float>(tool[0]), static_cast<float>(tool[1]), static_cast<float>(tool[2])};
-        f.pose.euler = zq_euler_t{static_cast<float>(tool[3]), static_cast<float>(tool[4]), static_cast<float>(tool[5])};
+        f.pose.position = zq_position{static_cast<float>(tool[0]), static_cast<float>(tool[1]),
+                                      static_cast<float>(tool[2])};
+        f.pose.euler =
+            zq_euler_t{static_cast<float>(tool[3]), static_cast<float>(tool[4]), static_cast<float>(tool[5])};
         zq_algo_set_toolframe(&f);
-        f.pose.position = zq_position{static_cast<float>(work[0]), static_cast<float>(work[1]), static_cast<float>(work[2])};
-        f.pose.euler = zq_euler_t{static_cast<float>(work[3]), static_cast<float>(work[4]), static_cast<float>(work[5])};
+        f.pose.position = zq_position{static_cast<float>(work[0]), static_cast<float>(work[1]),
+                                      static_cast<float>(work[2])};
+        f.pose.euler =
+            zq_euler_t{static_cast<float>(work[3]), static_cast<float>(work[4]), static_cast<float>(work[5])};
         zq_algo_set_workframe(&f);
-        zq_algo_set_angle(static_cast<float>(inst[0]), static_cast<float>(inst[1]), static_cast<float>(inst[2]));
+        zq_algo_set_angle(static_cast<float>(inst[0]), static_cast<float>(inst[1]),
+                          static_cast<float>(inst[2]));
         const Arm a = kinref::with_force(arm, 0);
-        const kinref::Mat4 W = kinref::inverse(kinref::pose(work[0], work[1], work[2], work[3], work[4], work[5]));
-        const kinref::Mat4 I = kinref::pose(0, 0, 0, inst[0] * kinref::kDeg, inst[1] * kinref::kDeg, inst[2] * kinref::kDeg);
+        const kinref::Mat4 W =
+            kinref::inverse(kinref::pose(work[0], work[1], work[2], work[3], work[4], work[5]));
+        const kinref::Mat4 I =
+            kinref::pose(0, 0, 0, inst[0] * kinref::kDeg, inst[1] * kinref::kDeg, inst[2] * kinref::kDeg);
         const kinref::Mat4 Tt = kinref::pose(tool[0], tool[1], tool[2], tool[3], tool[4], tool[5]);
         auto target_of = [&](const float* q) {
             return kinref::mul(kinref::mul(W, I), kinref::mul(iktest::flange_of(a, q), Tt));

@@ -71,7 +71,8 @@ TEST(IkEdge, ArmAngleTraversalKeepsTheTurnsOfJointSeven) {
     float ref[8], out[8];
     for (int i = 0; i < 7; ++i) ref[i] = static_cast<float>(q[i] * kinref::kDeg);
     ref[6] += static_cast<float>(2 * 2 * M_PI);
-    zq::arm_angle_ik(mat_of(iktest::flange_of(a, q)), ref, out);  // two turns lie beyond the limit: -2, written
+    zq::arm_angle_ik(mat_of(iktest::flange_of(a, q)), ref,
+                     out);  // two turns lie beyond the limit: -2, written
     EXPECT_NEAR(out[6], q[6] * kinref::kDeg + 4 * M_PI, 0.1);
     // No row inside the selection limits: -1 although rows inside the hard limits exist elsewhere.
     float lo[8], hi[8];
@@ -95,7 +96,8 @@ TEST(IkEdge, SweepTrackingAtTheReferenceReturnsTheReference) {
         zq_algo_init_sys_data(static_cast<zq_robot_arm_model_e>(arm.model), ZQ_MODEL_ZQ_B_E);
         const kinref::Arm a = kinref::with_force(arm, 0);
         std::vector<double> q(8, 0.0);
-        for (int i = 0; i < 7; ++i) q[i] = 0.5 * (a.min[i] + a.max[i]) + 0.2 * (a.max[i] - a.min[i]) * ((i % 2) ? 1 : -1) * 0.5;
+        for (int i = 0; i < 7; ++i)
+            q[i] = 0.5 * (a.min[i] + a.max[i]) + 0.2 * (a.max[i] - a.min[i]) * ((i % 2) ? 1 : -1) * 0.5;
         zq_inverse_kinematics_params_t p{};
         for (int i = 0; i < 7; ++i) p.q_in[i] = static_cast<float>(q[i]);
         p.q_pose = iktest::pose_of(iktest::flange_of(a, q));

@@ -16,8 +16,8 @@ TEST(IkFastAtan2, AgreesWithTheLibraryFunction) {
     double worst = 0;
     for (int k = 0; k < 200000; ++k) {
         const float y = u(rng) * std::pow(10.0f, e(rng)), x = u(rng) * std::pow(10.0f, e(rng));
-        const double d = std::remainder(zq::ik_atan2(y, x) - std::atan2(static_cast<double>(y), static_cast<double>(x)),
-                                        2 * M_PI);
+        const double d = std::remainder(
+            zq::ik_atan2(y, x) - std::atan2(static_cast<double>(y), static_cast<double>(x)), 2 * M_PI);
         worst = std::fmax(worst, std::fabs(d));
     }
     EXPECT_LT(worst, 5e-7);

@@ -70,7 +70,8 @@ TEST_P(IkSevenJoint, TrackingFollowsASmoothPath) {
     std::mt19937 rng(3);
     int paths = 0, steps = 0, good = 0, jumps = 0;
     while (paths < 6) {
-        std::vector<double> q0 = iktest::random_inside(a, rng, 15.0), q1 = iktest::random_inside(a, rng, 15.0);
+        std::vector<double> q0 = iktest::random_inside(a, rng, 15.0),
+                            q1 = iktest::random_inside(a, rng, 15.0);
         // A tenth of the way toward another configuration, over 1 s.
         bool clear = true;
         for (int s = 0; s <= 10 && clear; ++s) {
@@ -100,14 +101,15 @@ TEST_P(IkSevenJoint, TrackingFollowsASmoothPath) {
             }
         }
     }
-    std::printf("%s tracking: %d/%d steps reproduce the target, %d joint jumps\n", arm.name, good, steps, jumps);
+    std::printf("%s tracking: %d/%d steps reproduce the target, %d joint jumps\n", arm.name, good, steps,
+                jumps);
     EXPECT_GE(good, steps * 0.99);
     EXPECT_EQ(jumps, 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Ik, IkSevenJoint,
-                         ::testing::Values("ZQ52", "HTR27", "KWBL37", "KWBR37", "MQL52", "MQR52", "KWBL47", "KWBR47",
-                                           "MQL52II", "MQR52II"));
+                         ::testing::Values("ZQ52", "HTR27", "KWBL37", "KWBR37", "MQL52", "MQR52", "KWBL47",
+                                           "KWBR47", "MQL52II", "MQR52II"));
 
 }  // namespace
 
@@ -155,10 +157,12 @@ TEST(IkArmAngle, ServicesRoundTrip) {
         p.q_pose = iktest::pose_of(iktest::flange_of(a, q));
         float out[8];
         ASSERT_EQ(zq_algo_inverse_kinematics_zq52_for_arm_angle(p, psi, out), 0);
-        for (int i = 0; i < 7; ++i) EXPECT_NEAR(std::remainder(out[i] - q[i], 360.0), 0.0, 0.02) << k << " " << i;
+        for (int i = 0; i < 7; ++i)
+            EXPECT_NEAR(std::remainder(out[i] - q[i], 360.0), 0.0, 0.02) << k << " " << i;
         const float moved = psi + 10.0f;
         // At the moved angle the arm may leave its limits (-2, reference returned).
-        if (zq_algo_inverse_kinematics_zq52_for_arm_angle(p, moved > 180 ? moved - 360 : moved, out) != 0) continue;
+        if (zq_algo_inverse_kinematics_zq52_for_arm_angle(p, moved > 180 ? moved - 360 : moved, out) != 0)
+            continue;
         ++moved_ok;
         EXPECT_TRUE(iktest::solution_good(a, out, iktest::flange_of(a, q)));
         // Elbow rotation about the shoulder-wrist line, from the reference chain.
@@ -171,7 +175,8 @@ TEST(IkArmAngle, ServicesRoundTrip) {
         double qo[8] = {0};
         for (int i = 0; i < 7; ++i) qo[i] = out[i];
         const kinref::Mat4 T = iktest::flange_of(a, q);
-        const double w[3] = {T[0][3] - a.d[6] * T[0][2], T[1][3] - a.d[6] * T[1][2], T[2][3] - a.d[6] * T[2][2] - d1};
+        const double w[3] = {T[0][3] - a.d[6] * T[0][2], T[1][3] - a.d[6] * T[1][2],
+                             T[2][3] - a.d[6] * T[2][2] - d1};
         const double n = std::sqrt(w[0] * w[0] + w[1] * w[1] + w[2] * w[2]);
         const auto e0 = elbow(q.data()), e1 = elbow(qo);
         double p0[3], p1[3];
@@ -180,7 +185,8 @@ TEST(IkArmAngle, ServicesRoundTrip) {
             p1[i] = e1[i] - (e1[0] * w[0] + e1[1] * w[1] + e1[2] * w[2]) / (n * n) * w[i];
         }
         const double c = (p0[0] * p1[0] + p0[1] * p1[1] + p0[2] * p1[2]) /
-                         std::sqrt((p0[0] * p0[0] + p0[1] * p0[1] + p0[2] * p0[2]) * (p1[0] * p1[0] + p1[1] * p1[1] + p1[2] * p1[2]));
+                         std::sqrt((p0[0] * p0[0] + p0[1] * p0[1] + p0[2] * p0[2]) *
+                                   (p1[0] * p1[0] + p1[1] * p1[1] + p1[2] * p1[2]));
         EXPECT_NEAR(std::acos(std::min(1.0, c)) / kinref::kDeg, 10.0, 0.05) << k;
     }
     EXPECT_GE(moved_ok, 35);

@@ -71,7 +71,8 @@ inline zq_pose_t pose_of(const Mat4& T) {
 
 // Position error in metres and rotation error in radians of A against B.
 inline void pose_distance(const Mat4& A, const Mat4& B, double* dp, double* dr) {
-    *dp = std::sqrt(std::pow(A[0][3] - B[0][3], 2) + std::pow(A[1][3] - B[1][3], 2) + std::pow(A[2][3] - B[2][3], 2));
+    *dp = std::sqrt(std::pow(A[0][3] - B[0][3], 2) + std::pow(A[1][3] - B[1][3], 2) +
+                    std::pow(A[2][3] - B[2][3], 2));
     double tr = 0;
     for (int i = 0; i < 3; ++i)
         for (int k = 0; k < 3; ++k) tr += A[k][i] * B[k][i];
@@ -84,7 +85,9 @@ inline Mat4 flange_of(const Arm& arm, const float* q_deg) {
     return kinref::flange(arm, q);
 }
 
-inline Mat4 flange_of(const Arm& arm, const std::vector<double>& q) { return kinref::flange(arm, q.data()); }
+inline Mat4 flange_of(const Arm& arm, const std::vector<double>& q) {
+    return kinref::flange(arm, q.data());
+}
 
 // A solution reproduces the target within 1e-4 m and 1e-3 rad and lies inside the limits.
 inline bool solution_good(const Arm& arm, const float* q_deg, const Mat4& target) {

@@ -25,7 +25,9 @@ struct Candidates {
 };
 
 // Length cut to six decimals.
-double six_decimals(float x) { return std::trunc(static_cast<double>(x) * 1e6) / 1e6; }
+double six_decimals(float x) {
+    return std::trunc(static_cast<double>(x) * 1e6) / 1e6;
+}
 
 // Shoulder-to-wrist-centre transform as in the best-solution solver.
 void shoulder_to_wrist(const zq_matrix_t& Tworld_tool, double R[3][3], double p[3]) {
@@ -92,7 +94,8 @@ void spherical_candidates(Layout layout, const zq_matrix_t& Tworld_tool, const d
             const double s23 = std::sin(q23), c23 = std::cos(q23);
             for (int b = 0; b < 2; ++b) {
                 const int slot = 4 * i1 + 2 * i3 + b;
-                const Wrist<double> w = wrist_branch<double>(layout, R, s1, c1, s23, c23, b == 0 ? 1.0 : -1.0);
+                const Wrist<double> w =
+                    wrist_branch<double>(layout, R, s1, c1, s23, c23, b == 0 ? 1.0 : -1.0);
                 const double q[6] = {q1, q23 - q3, q3, w.q4, w.q5, w.q6};
                 for (int j = 0; j < 6; ++j) c->q[slot][j] = q[j];
                 c->valid[slot] = ok;
@@ -115,10 +118,14 @@ void collect(const Candidates& c, const double r[6], int rev, double margin, con
             const double hi = static_cast<double>(sys_data.joint[j].pos_max_limit) + dh.offset[j] + margin;
             const double lo = static_cast<double>(sys_data.joint[j].pos_min_limit) + dh.offset[j] - margin;
             double q = c.q[k][j];
-            if (q < lo) q += kIkTwoPi;
-            else if (q > hi) q -= kIkTwoPi;
-            if (q - r[j] > kIkPi) q -= kIkTwoPi;
-            else if (q - r[j] < -kIkPi) q += kIkTwoPi;
+            if (q < lo)
+                q += kIkTwoPi;
+            else if (q > hi)
+                q -= kIkTwoPi;
+            if (q - r[j] > kIkPi)
+                q -= kIkTwoPi;
+            else if (q - r[j] < -kIkPi)
+                q += kIkTwoPi;
             if (j == 5) q += rev * kIkTwoPi;
             row[j] = static_cast<float>(q - dh.offset[j]);
         }

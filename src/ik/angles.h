@@ -9,7 +9,9 @@ constexpr double kIkPi = 3.141592653589793;
 constexpr double kIkTwoPi = 6.283185307179586;
 
 // Whole turns of an angle, truncated toward zero.
-inline int whole_turns(float q) { return static_cast<int>(static_cast<double>(q) / kIkTwoPi); }
+inline int whole_turns(float q) {
+    return static_cast<int>(static_cast<double>(q) / kIkTwoPi);
+}
 
 // One turn up if below lo, else one turn down if above hi.
 inline float wrap_once(float q, float lo, float hi) {
@@ -26,6 +28,8 @@ inline float toward(float q, float ref) {
     return q;
 }
 
-inline bool inside(float q, float lo, float hi) { return q >= lo && q <= hi; }
+inline bool inside(float q, float lo, float hi) {
+    return q >= lo && q <= hi;
+}
 
 }  // namespace zq

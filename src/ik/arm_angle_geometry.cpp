@@ -29,7 +29,8 @@ void tt_mul(const F A[3][3], const F B[3][3], const F C[3][3], F out[3][3]) {
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j) BtC[i][j] = B[0][i] * C[0][j] + B[1][i] * C[1][j] + B[2][i] * C[2][j];
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) out[i][j] = A[0][i] * BtC[0][j] + A[1][i] * BtC[1][j] + A[2][i] * BtC[2][j];
+        for (int j = 0; j < 3; ++j)
+            out[i][j] = A[0][i] * BtC[0][j] + A[1][i] * BtC[1][j] + A[2][i] * BtC[2][j];
 }
 
 template <typename F>
@@ -106,7 +107,8 @@ void rows_of_set(const ArmAngleGeometry<F>& g, int set, const F GC[3], F psi, F 
 }  // namespace
 
 template <typename F>
-void arm_angle_geometry(const zq_dh_block_t& dh, const F T[4][4], const F GC[3], bool both, ArmAngleGeometry<F>* g) {
+void arm_angle_geometry(const zq_dh_block_t& dh, const F T[4][4], const F GC[3], bool both,
+                        ArmAngleGeometry<F>* g) {
     const F d1 = dh.d[0], d3 = dh.d[2], d5 = dh.d[4], d7 = dh.d[6];
     g->d1 = d1;
     g->d3 = d3;
@@ -144,8 +146,10 @@ void arm_angle_rows(const ArmAngleGeometry<F>& g, const F GC[3], F psi, int rows
 template <typename F>
 F arm_angle_of(const ArmAngleGeometry<F>& g, F q1, F q2) {
     const F t1 = g.theta1v, t2 = g.theta2v[0];
-    const F p04v[3] = {g.d3 * std::cos(t1) * std::sin(t2), g.d3 * std::sin(t1) * std::sin(t2), g.d1 + g.d3 * std::cos(t2)};
-    const F p04[3] = {g.d3 * std::cos(q1) * std::sin(q2), g.d3 * std::sin(q1) * std::sin(q2), g.d1 + g.d3 * std::cos(q2)};
+    const F p04v[3] = {g.d3 * std::cos(t1) * std::sin(t2), g.d3 * std::sin(t1) * std::sin(t2),
+                       g.d1 + g.d3 * std::cos(t2)};
+    const F p04[3] = {g.d3 * std::cos(q1) * std::sin(q2), g.d3 * std::sin(q1) * std::sin(q2),
+                      g.d1 + g.d3 * std::cos(q2)};
     const F e1[3] = {p04v[0], p04v[1], p04v[2] - g.d1};
     const F e2[3] = {p04[0], p04[1], p04[2] - g.d1};
     F v1[3], v2[3], vew_v[3], vew[3], vew_v_u[3], vew_u[3], x[3];
@@ -167,7 +171,8 @@ template void arm_angle_geometry<float>(const zq_dh_block_t&, const float[4][4],
 template void arm_angle_geometry<double>(const zq_dh_block_t&, const double[4][4], const double[3], bool,
                                          ArmAngleGeometry<double>*);
 template void arm_angle_rows<float>(const ArmAngleGeometry<float>&, const float[3], float, int, float[8][7]);
-template void arm_angle_rows<double>(const ArmAngleGeometry<double>&, const double[3], double, int, double[8][7]);
+template void arm_angle_rows<double>(const ArmAngleGeometry<double>&, const double[3], double, int,
+                                     double[8][7]);
 template float arm_angle_of<float>(const ArmAngleGeometry<float>&, float, float);
 template double arm_angle_of<double>(const ArmAngleGeometry<double>&, double, double);
 

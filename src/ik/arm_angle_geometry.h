@@ -14,15 +14,16 @@ template <typename F>
 struct ArmAngleGeometry {
     F As[2][3][3], Bs[2][3][3], Cs[2][3][3];  // shoulder, per elbow set
     F Aw[2][3][3], Bw[2][3][3], Cw[2][3][3];  // wrist, per elbow set
-    F theta4;                                  // elbow joint of set 0; set 1 has -theta4
-    F theta1v, theta2v[2];                     // reference plane of each set
+    F theta4;                                 // elbow joint of set 0; set 1 has -theta4
+    F theta1v, theta2v[2];                    // reference plane of each set
     F p26[3], p26_len, p26_unit[3];
     F d1, d3;
 };
 
 // GC: signs of joints 2, 4, 6. Both sets are built when `both` is set.
 template <typename F>
-void arm_angle_geometry(const zq_dh_block_t& dh, const F T[4][4], const F GC[3], bool both, ArmAngleGeometry<F>* g);
+void arm_angle_geometry(const zq_dh_block_t& dh, const F T[4][4], const F GC[3], bool both,
+                        ArmAngleGeometry<F>* g);
 
 // Rows of q_all at psi, offset-added angles: rows 0 to 3 from set 0, rows 4
 // to 7 from set 1. `rows` is 1, 4 or 8.

@@ -19,7 +19,9 @@ constexpr double kSignFloor = 0.00017453292519943296;
 constexpr double kLimitMargin = 0.0087;
 constexpr double kNoBest = 1000.0;
 
-double sign_of(double v) { return v >= 0 ? 1.0 : -1.0; }
+double sign_of(double v) {
+    return v >= 0 ? 1.0 : -1.0;
+}
 
 void to_T(const zq_matrix_t& M, double T[4][4]) {
     for (int i = 0; i < 4; ++i)
@@ -95,10 +97,14 @@ int zq_algo_inverse_kinematics_zq52_for_arm_angle(zq_inverse_kinematics_params_t
         }
         for (int i = 0; i < 7; ++i) {
             double v = rows[pick][i];
-            if (v < q_min[i]) v += kIkTwoPi;
-            else if (v > q_max[i]) v -= kIkTwoPi;
-            if (ref[i] - v > kIkPi) v += kIkTwoPi;
-            else if (ref[i] - v < -kIkPi) v -= kIkTwoPi;
+            if (v < q_min[i])
+                v += kIkTwoPi;
+            else if (v > q_max[i])
+                v -= kIkTwoPi;
+            if (ref[i] - v > kIkPi)
+                v += kIkTwoPi;
+            else if (ref[i] - v < -kIkPi)
+                v -= kIkTwoPi;
             out[i] = v;
         }
         out[6] += rev * kIkTwoPi;

@@ -21,13 +21,17 @@ inline float ik_atan2(float y, float x) {
         t = (t - 1.0f) / (t + 1.0f);
     }
     const float z = t * t;
-    float r = (((8.05374449538e-2f * z - 1.38776856032e-1f) * z + 1.99777106478e-1f) * z - 3.33329491539e-1f) * z * t +
-              t + base;
+    float r =
+        (((8.05374449538e-2f * z - 1.38776856032e-1f) * z + 1.99777106478e-1f) * z - 3.33329491539e-1f) * z *
+            t +
+        t + base;
     if (steep) r = kHalfPi - r;
     if (std::signbit(x)) r = kPi - r;
     return std::signbit(y) ? -r : r;
 }
 
-inline double ik_atan2(double y, double x) { return std::atan2(y, x); }
+inline double ik_atan2(double y, double x) {
+    return std::atan2(y, x);
+}
 
 }  // namespace zq

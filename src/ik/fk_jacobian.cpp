@@ -52,7 +52,8 @@ void fk_jacobian(const FkLayout& L, const zq_dh_block_t& dh, const F q[8], F J[6
         const F sa = sa_f, ca = ca_f, s = st[i], c = ct[i];
         if (L.standard) {
             // Rz(theta) Tz(d) Tx(a) Rx(alpha)
-            const F A[4][4] = {{c, -s * ca, s * sa, a * c}, {s, c * ca, -c * sa, a * s}, {0, sa, ca, d}, {0, 0, 0, 1}};
+            const F A[4][4] = {
+                {c, -s * ca, s * sa, a * c}, {s, c * ca, -c * sa, a * s}, {0, sa, ca, d}, {0, 0, 0, 1}};
             premultiply(A, U);
             column(U, J, i);
         } else {
@@ -68,7 +69,8 @@ void fk_jacobian(const FkLayout& L, const zq_dh_block_t& dh, const F q[8], F J[6
         for (int j = 0; j < 4; ++j) T[i][j] = U[i][j];
 }
 
-template void fk_jacobian<float>(const FkLayout&, const zq_dh_block_t&, const float[8], float[6][7], float[4][4]);
+template void fk_jacobian<float>(const FkLayout&, const zq_dh_block_t&, const float[8], float[6][7],
+                                 float[4][4]);
 template void fk_jacobian<double>(const FkLayout&, const zq_dh_block_t&, const double[8], double[6][7],
                                   double[4][4]);
 

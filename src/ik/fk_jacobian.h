@@ -15,11 +15,11 @@ struct FkLayout {
     unsigned a_used;  // bit i: a[i]
 };
 
-constexpr FkLayout kFkZq52{true, 7, 0x55u, 0x00u};                  // d[0], d[2], d[4], d[6]
-constexpr FkLayout kFkJoint7Sweep{false, 7, 0x55u, 0x58u};          // and a[3], a[4], a[6]
-constexpr FkLayout kFkZq41{false, 6, 0x28u, 0x04u};                 // d[3], d[5], a[2]
-constexpr FkLayout kFkVda{false, 6, 0x38u, 0x0Eu};                  // d[3], d[4], d[5], a[1..3]
-constexpr FkLayout kFkZql36{false, 6, 0x28u, 0x0Eu};                // d[3], d[5], a[1..3]
+constexpr FkLayout kFkZq52{true, 7, 0x55u, 0x00u};          // d[0], d[2], d[4], d[6]
+constexpr FkLayout kFkJoint7Sweep{false, 7, 0x55u, 0x58u};  // and a[3], a[4], a[6]
+constexpr FkLayout kFkZq41{false, 6, 0x28u, 0x04u};         // d[3], d[5], a[2]
+constexpr FkLayout kFkVda{false, 6, 0x38u, 0x0Eu};          // d[3], d[4], d[5], a[1..3]
+constexpr FkLayout kFkZql36{false, 6, 0x28u, 0x0Eu};        // d[3], d[5], a[1..3]
 
 // T (4 by 4, row-major) of the last link in the base, J (6 by joints) in the
 // frame of the last link: linear rows, then angular rows.

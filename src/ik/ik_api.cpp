@@ -31,7 +31,9 @@ bool reference_inside_limits(const float* q_in, int dof) {
     return true;
 }
 
-void to_radians(const float* in, int n, float out[8]) { scale_joints(in, n < 7 ? n : 7, kDegToRad, out); }
+void to_radians(const float* in, int n, float out[8]) {
+    scale_joints(in, n < 7 ? n : 7, kDegToRad, out);
+}
 
 }  // namespace
 }  // namespace zq
@@ -40,7 +42,8 @@ using namespace zq;
 
 extern "C" {
 
-int zq_algo_inverse_kinematics(zq_robot_handle* handle, zq_inverse_kinematics_params_t* params, float* q_out) {
+int zq_algo_inverse_kinematics(zq_robot_handle* handle, zq_inverse_kinematics_params_t* params,
+                               float* q_out) {
     if (params && params->flag == 0 && !quaternion_acceptable(params->q_pose.quaternion)) return -2;
     arm_load(handle);
     if (!params) return -1;
@@ -59,7 +62,7 @@ int zq_algo_inverse_kinematics(zq_robot_handle* handle, zq_inverse_kinematics_pa
 }
 
 zq_inverse_kinematics_all_solve_t zq_algo_inverse_kinematics_all(zq_robot_handle* handle,
-                                                                  zq_inverse_kinematics_params_t* params) {
+                                                                 zq_inverse_kinematics_params_t* params) {
     zq_inverse_kinematics_all_solve_t all{};
     if (get_dof() != 6) {
         all.result = -3;
@@ -80,10 +83,22 @@ zq_inverse_kinematics_all_solve_t zq_algo_inverse_kinematics_all(zq_robot_handle
     const zq_matrix_t T = tool_pose_to_world(params->q_pose, flag);
     IkAllSolutions inner{};
     switch (get_model_code()) {
-        case 0: ik_all_zq41(T, q_ref, &inner); break;
-        case 3: case 4: case 10: ik_all_zql36(T, q_ref, &inner); break;
-        case 5: case 6: case 8: ik_all_vda(T, q_ref, &inner); break;
-        default: inner.solved = false; break;
+        case 0:
+            ik_all_zq41(T, q_ref, &inner);
+            break;
+        case 3:
+        case 4:
+        case 10:
+            ik_all_zql36(T, q_ref, &inner);
+            break;
+        case 5:
+        case 6:
+        case 8:
+            ik_all_vda(T, q_ref, &inner);
+            break;
+        default:
+            inner.solved = false;
+            break;
     }
     if (!inner.solved || inner.num <= 0) {
         all.result = 1;

@@ -11,9 +11,15 @@ bool g_pristine = true;
 
 }  // namespace
 
-int redundancy_mode() { return g_mode; }
-float redundancy_step() { return g_step; }
-bool traversal_mode_pristine() { return g_pristine; }
+int redundancy_mode() {
+    return g_mode;
+}
+float redundancy_step() {
+    return g_step;
+}
+bool traversal_mode_pristine() {
+    return g_pristine;
+}
 
 void set_redundancy_step(float step) {
     g_step = step;
@@ -25,7 +31,9 @@ void set_redundancy_mode(int mode) {
     g_step = mode == 1 ? kTrackingStep : kTraversalStep;
 }
 
-void clear_traversal_mode_pristine() { g_pristine = false; }
+void clear_traversal_mode_pristine() {
+    g_pristine = false;
+}
 
 }  // namespace zq
 

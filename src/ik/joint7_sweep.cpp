@@ -19,10 +19,10 @@ namespace {
 constexpr float kWeight[7] = {2, 2, 2, 1, 1, 1, 1};
 constexpr float kNoBest = 10000.0f;
 constexpr float kSweepStep = 0.06f;
-constexpr float kReachBand = 0.001f;    // elbow argument beyond 1 taken as the stretched arm
+constexpr float kReachBand = 0.001f;  // elbow argument beyond 1 taken as the stretched arm
 constexpr float kSnapBand = 0.99999f;
 constexpr float kWristBand = 1.001f;
-constexpr float kElbowMatch = 2e-3f;    // m: the elbow found lies at the upper arm's length
+constexpr float kElbowMatch = 2e-3f;  // m: the elbow found lies at the upper arm's length
 constexpr float kAxisFloor = 1e-6f;
 constexpr float kCentring = -0.2857143f;
 constexpr double kCentringCap = 300.0 * 0.0174532925199433;  // x dt^2
@@ -32,12 +32,24 @@ constexpr int kMaxRows = 16;
 struct V3 {
     float x, y, z;
 };
-V3 operator+(V3 a, V3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
-V3 operator-(V3 a, V3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
-V3 operator*(float k, V3 a) { return {k * a.x, k * a.y, k * a.z}; }
-float dot(V3 a, V3 b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
-V3 cross(V3 a, V3 b) { return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x}; }
-float norm(V3 a) { return std::sqrt(dot(a, a)); }
+V3 operator+(V3 a, V3 b) {
+    return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+V3 operator-(V3 a, V3 b) {
+    return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+V3 operator*(float k, V3 a) {
+    return {k * a.x, k * a.y, k * a.z};
+}
+float dot(V3 a, V3 b) {
+    return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+V3 cross(V3 a, V3 b) {
+    return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+float norm(V3 a) {
+    return std::sqrt(dot(a, a));
+}
 V3 unit(V3 a) {
     const float n = norm(a);
     return n > 0 ? (1.0f / n) * a : a;
@@ -81,9 +93,9 @@ struct Sweep {
     const zq_dh_block_t* dh;
     float sa[8], ca[8];  // twist sines and cosines
     M3 R7;
-    V3 p7e;              // origin of frame 7
+    V3 p7e;  // origin of frame 7
     float q_max[8], q_min[8], dq_max[8], dt;
-    float ref[7];        // offsets added, whole turns of joint 7 removed
+    float ref[7];  // offsets added, whole turns of joint 7 removed
 };
 
 // Joint angle that turns the axis of the next joint onto `want`; B is the frame
@@ -208,7 +220,9 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
     return n;
 }
 
-bool in_band(float v, float lo, float hi) { return v > lo && v < hi; }
+bool in_band(float v, float lo, float hi) {
+    return v > lo && v < hi;
+}
 
 int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
     const zq_dh_block_t& dh = sys_data.dh;
@@ -273,9 +287,10 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
         const float e = 0.017453292f;
         const float a = std::fabs(s.ref[1]), b = std::fabs(s.ref[5]);
         const float t = static_cast<float>(kIkTwoPi);
-        const bool zone = in_band(a, t, 6.31808530717959f) || a < 2 * e || in_band(a, 6.248285307179589f, t) ||
-                          in_band(b, 7.81908530717959f, 7.8888853071795895f) || in_band(b, 1.5359f, 1.6057f) ||
-                          in_band(b, 4.67748530717959f, 4.74728530717959f);
+        const bool zone = in_band(a, t, 6.31808530717959f) || a < 2 * e ||
+                          in_band(a, 6.248285307179589f, t) ||
+                          in_band(b, 7.81908530717959f, 7.8888853071795895f) ||
+                          in_band(b, 1.5359f, 1.6057f) || in_band(b, 4.67748530717959f, 4.74728530717959f);
         bool fast = false;
         for (int i = 0; i < 7; ++i) fast = fast || std::fabs(q_out[i] - s.ref[i]) >= s.dq_max[i] * s.dt;
         if (near && (zone || fast))
@@ -326,7 +341,8 @@ int joint7_sweep_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     float sa, ca;
     twist_sin_cos(dh.alpha[7], &sa, &ca);
     const float ct = std::cos(dh.offset[7]), st = std::sin(dh.offset[7]), a = dh.a[7], d = dh.d[7];
-    const float T78[4][4] = {{ct, -st, 0, a}, {st * ca, ct * ca, -sa, -d * sa}, {st * sa, ct * sa, ca, d * ca}, {0, 0, 0, 1}};
+    const float T78[4][4] = {
+        {ct, -st, 0, a}, {st * ca, ct * ca, -sa, -d * sa}, {st * sa, ct * sa, ca, d * ca}, {0, 0, 0, 1}};
     // inverse(T78) of a rigid transform.
     float inv[4][4] = {{0}};
     for (int i = 0; i < 3; ++i) {

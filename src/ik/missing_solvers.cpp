@@ -13,11 +13,14 @@ int no_solver(const float q_ref[8], float q_out[8]) {
 
 }  // namespace
 
-int ik_qp(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
+int ik_qp(const zq_Mat_t&, float q_ref[8], float q_out[8]) {
+    return no_solver(q_ref, q_out);
+}
 
 // The universal arm goes by the redundancy mode and the joint count to the
 // QP solver or one of the iterative solvers; none of them is present.
-int ik_universal(const zq_Mat_t&, float q_ref[8], float q_out[8]) { return no_solver(q_ref, q_out); }
-
+int ik_universal(const zq_Mat_t&, float q_ref[8], float q_out[8]) {
+    return no_solver(q_ref, q_out);
+}
 
 }  // namespace zq

@@ -13,24 +13,26 @@ namespace zq {
 namespace {
 
 constexpr double kWeight[6] = {2.4, 2.4, 2.4, 1.0, 1.0, 1.0};
-constexpr double kRootNegative = 1e-7;   // w at or below -1e-7: no joint 1
+constexpr double kRootNegative = 1e-7;  // w at or below -1e-7: no joint 1
 constexpr double kRootTiny = 1e-12;
 constexpr double kC5Band = 3e-7;
 constexpr double kC3Band = 0.01;
-constexpr double kWristZero = 0.0349;    // 2 degrees
+constexpr double kWristZero = 0.0349;  // 2 degrees
 constexpr double kSumAxis = 1e-6;
 constexpr double kElbowAxis = 1e-7;
-constexpr double kRankWindow = 0.01745329;  // 1 degree
+constexpr double kRankWindow = 0.01745329;   // 1 degree
 constexpr double kFinalWindow = 0.00872664;  // half a degree
 constexpr double kFar = 1000000.0;
 
-double sgn(double v) { return v > 0 ? 1.0 : (v < 0 ? -1.0 : 0.0); }
+double sgn(double v) {
+    return v > 0 ? 1.0 : (v < 0 ? -1.0 : 0.0);
+}
 
 }  // namespace
 
 zq_Mat_d_t vda_flange_target(const zq_matrix_t& Tworld_tool) {
-    const zq_matrix_t T06 =
-        matrix_mul(matrix_mul(rigid_inverse(get_install_matrix()), Tworld_tool), rigid_inverse(get_tool_matrix()));
+    const zq_matrix_t T06 = matrix_mul(matrix_mul(rigid_inverse(get_install_matrix()), Tworld_tool),
+                                       rigid_inverse(get_tool_matrix()));
     zq_Mat_d_t T{};
     T.rows = T.cols = 4;
     for (int i = 0; i < 4; ++i)
@@ -68,7 +70,8 @@ int vda_candidates(const zq_Mat_d_t& T, const double r[6], double c3_band, doubl
                 q6 = r[5];
             } else {
                 const double sg = sgn(s5);
-                q6 = std::atan2(-sg * (T.data[1][1] * c1 - T.data[0][1] * s1), sg * (T.data[1][0] * c1 - T.data[0][0] * s1));
+                q6 = std::atan2(-sg * (T.data[1][1] * c1 - T.data[0][1] * s1),
+                                sg * (T.data[1][0] * c1 - T.data[0][0] * s1));
             }
             const double s6 = std::sin(q6), c6 = std::cos(q6), cq5 = std::cos(q5);
             const double u = -(T.data[2][0] * cq5 * c6 - T.data[2][2] * s5 - T.data[2][1] * cq5 * s6);
@@ -145,7 +148,8 @@ int ik_vda(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     q_out[5] = static_cast<float>(q_out[5] + rev * kIkTwoPi);
     for (int i = 0; i < 6; ++i) {
         const double v = q_out[i];
-        if (v < sys_data.joint[i].pos_min_limit - kFinalWindow || v > sys_data.joint[i].pos_max_limit + kFinalWindow)
+        if (v < sys_data.joint[i].pos_min_limit - kFinalWindow ||
+            v > sys_data.joint[i].pos_max_limit + kFinalWindow)
             return kIkOutsideLimits;
     }
     return kIkOk;

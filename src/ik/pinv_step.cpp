@@ -70,7 +70,8 @@ bool cholesky_inverse(const F A[6][6], F inv[6][6]) {
 }  // namespace
 
 template <typename F>
-void pinv_step(const FkLayout& L, const zq_dh_block_t& dh, const F q[8], const F target[4][4], PinvStep<F>* out) {
+void pinv_step(const FkLayout& L, const zq_dh_block_t& dh, const F q[8], const F target[4][4],
+               PinvStep<F>* out) {
     const int n = L.joints;
     fk_jacobian<F>(L, dh, q, out->J, out->T);
     F e[6];
@@ -80,7 +81,8 @@ void pinv_step(const FkLayout& L, const zq_dh_block_t& dh, const F q[8], const F
     F dX[6];
     for (int b = 0; b < 2; ++b)
         for (int i = 0; i < 3; ++i)
-            dX[3 * b + i] = out->T[0][i] * e[3 * b] + out->T[1][i] * e[3 * b + 1] + out->T[2][i] * e[3 * b + 2];
+            dX[3 * b + i] =
+                out->T[0][i] * e[3 * b] + out->T[1][i] * e[3 * b + 1] + out->T[2][i] * e[3 * b + 2];
     F JJT[6][6], inv[6][6];
     for (int i = 0; i < 6; ++i)
         for (int j = 0; j < 6; ++j) {

@@ -16,6 +16,7 @@ struct PinvStep {
 
 // q has the offsets added; target is a 4 by 4 transform (row-major).
 template <typename F>
-void pinv_step(const FkLayout& L, const zq_dh_block_t& dh, const F q[8], const F target[4][4], PinvStep<F>* out);
+void pinv_step(const FkLayout& L, const zq_dh_block_t& dh, const F q[8], const F target[4][4],
+               PinvStep<F>* out);
 
 }  // namespace zq

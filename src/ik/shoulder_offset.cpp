@@ -22,8 +22,10 @@ constexpr float kWeight[6] = {2.4f, 2.4f, 2.4f, 1, 1, 1};
 
 // One turn into [lo, hi] if that is where it fits, then within half a turn of r.
 float place(float q, float lo, float hi, float r) {
-    if (q < lo) q = static_cast<float>(q + kIkTwoPi);
-    else if (q > hi) q = static_cast<float>(q - kIkTwoPi);
+    if (q < lo)
+        q = static_cast<float>(q + kIkTwoPi);
+    else if (q > hi)
+        q = static_cast<float>(q - kIkTwoPi);
     return toward(q, r);
 }
 
@@ -42,7 +44,8 @@ int ik_shoulder_offset(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     Tw.rows = Tw.cols = 4;
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j) Tw.data[i][j] = target.data[i][j];
-    const zq_matrix_t T06 = rigid_mul(rigid_mul(rigid_inverse(get_install_matrix()), Tw), rigid_inverse(get_tool_matrix()));
+    const zq_matrix_t T06 =
+        rigid_mul(rigid_mul(rigid_inverse(get_install_matrix()), Tw), rigid_inverse(get_tool_matrix()));
     float R[3][3];
     for (int i = 0; i < 3; ++i)
         for (int j = 0; j < 3; ++j) R[i][j] = T06.data[i][j];
@@ -73,7 +76,8 @@ int ik_shoulder_offset(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
             // is the same as on ZQL36: the offset only translates.
             const float s23 = std::sin(q23), c23 = std::cos(q23);
             for (int b = 0; b < 2; ++b) {
-                Wrist<float> wr = wrist_branch<float>(kZql36Layout, R, s1, c1, s23, c23, b == 0 ? 1.0f : -1.0f);
+                Wrist<float> wr =
+                    wrist_branch<float>(kZql36Layout, R, s1, c1, s23, c23, b == 0 ? 1.0f : -1.0f);
                 const float c5 = std::cos(wr.q5);
                 if (std::fabs(std::fabs(c5) - 1) < kStraightWrist) {
                     // Straight wrist: joints 4 and 6 share their sum by halves around the reference.
@@ -101,7 +105,8 @@ int ik_shoulder_offset(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     for (int i = 0; i < 6; ++i) {
         if (i != 5) q[i] = wrap_once(q[i], lo[i], hi[i]);
         q_out[i] = q[i] - dh.offset[i];
-        if (result == kIkOk && (q_out[i] < sys_data.joint[i].pos_min_limit || q_out[i] > sys_data.joint[i].pos_max_limit))
+        if (result == kIkOk &&
+            (q_out[i] < sys_data.joint[i].pos_min_limit || q_out[i] > sys_data.joint[i].pos_max_limit))
             result = kIkOutsideLimits;
     }
     return result;

@@ -133,8 +133,10 @@ int solve(Layout layout, const zq_Mat_t& target, const float q_ref[8], float q_o
     if (std::fabs(q[4]) < kWristSingular && best != kNoCandidate) {
         const float s1 = std::sin(q[0]), c1 = std::cos(q[0]);
         float psi = ik_atan2(s1 * R[0][0] - c1 * R[1][0], s1 * R[0][1] - c1 * R[1][1]);
-        if (psi < s46 - kIkPi) psi = static_cast<float>(psi + kIkTwoPi);
-        else if (psi > s46 + kIkPi) psi = static_cast<float>(psi - kIkTwoPi);
+        if (psi < s46 - kIkPi)
+            psi = static_cast<float>(psi + kIkTwoPi);
+        else if (psi > s46 + kIkPi)
+            psi = static_cast<float>(psi - kIkTwoPi);
         q[3] = (psi + r[3] - r[5]) / 2;
         q[5] = (psi - r[3] + r[5]) / 2;
     }

@@ -11,7 +11,8 @@ zq_matrix_t rigid_inverse(const zq_matrix_t& T) {
     r.rows = r.cols = 4;
     for (int i = 0; i < 3; ++i) {
         for (int j = 0; j < 3; ++j) r.data[i][j] = T.data[j][i];
-        r.data[i][3] = -(T.data[0][i] * T.data[0][3] + T.data[1][i] * T.data[1][3] + T.data[2][i] * T.data[2][3]);
+        r.data[i][3] =
+            -(T.data[0][i] * T.data[0][3] + T.data[1][i] * T.data[1][3] + T.data[2][i] * T.data[2][3]);
     }
     r.data[3][3] = 1.0f;
     return r;

@@ -22,20 +22,22 @@ Wrist<F> wrist_branch(Layout layout, const F R[3][3], F s1, F c1, F s23, F c23, 
     Wrist<F> w;
     if (layout == kZq41Layout) {
         w.q4 = ik_atan2(sign * (s1 * R[0][2] - c1 * R[1][2]),
-                          sign * (c1 * c23 * R[0][2] + c23 * s1 * R[1][2] + s23 * R[2][2]));
+                        sign * (c1 * c23 * R[0][2] + c23 * s1 * R[1][2] + s23 * R[2][2]));
         w.q6 = ik_atan2(sign * (c1 * s23 * R[0][1] + s1 * s23 * R[1][1] - c23 * R[2][1]),
-                          sign * (-c1 * s23 * R[0][0] - s1 * s23 * R[1][0] + c23 * R[2][0]));
+                        sign * (-c1 * s23 * R[0][0] - s1 * s23 * R[1][0] + c23 * R[2][0]));
         const F s4 = std::sin(w.q4), c4 = std::cos(w.q4);
-        w.q5 = ik_atan2((c1 * c4 * c23 + s1 * s4) * R[0][2] + (c4 * c23 * s1 - c1 * s4) * R[1][2] + c4 * s23 * R[2][2],
-                          c1 * s23 * R[0][2] + s1 * s23 * R[1][2] - c23 * R[2][2]);
+        w.q5 = ik_atan2(
+            (c1 * c4 * c23 + s1 * s4) * R[0][2] + (c4 * c23 * s1 - c1 * s4) * R[1][2] + c4 * s23 * R[2][2],
+            c1 * s23 * R[0][2] + s1 * s23 * R[1][2] - c23 * R[2][2]);
     } else {
         w.q4 = ik_atan2(sign * (s1 * R[0][2] - c1 * R[1][2]),
-                          sign * (-c1 * c23 * R[0][2] - c23 * s1 * R[1][2] + s23 * R[2][2]));
+                        sign * (-c1 * c23 * R[0][2] - c23 * s1 * R[1][2] + s23 * R[2][2]));
         w.q6 = ik_atan2(sign * (c1 * s23 * R[0][1] + s1 * s23 * R[1][1] + c23 * R[2][1]),
-                          sign * (-c1 * s23 * R[0][0] - s1 * s23 * R[1][0] - c23 * R[2][0]));
+                        sign * (-c1 * s23 * R[0][0] - s1 * s23 * R[1][0] - c23 * R[2][0]));
         const F s4 = std::sin(w.q4), c4 = std::cos(w.q4);
-        w.q5 = ik_atan2((-c1 * c4 * c23 + s1 * s4) * R[0][2] - (c4 * c23 * s1 + c1 * s4) * R[1][2] + c4 * s23 * R[2][2],
-                          -c1 * s23 * R[0][2] - s1 * s23 * R[1][2] - c23 * R[2][2]);
+        w.q5 = ik_atan2(
+            (-c1 * c4 * c23 + s1 * s4) * R[0][2] - (c4 * c23 * s1 + c1 * s4) * R[1][2] + c4 * s23 * R[2][2],
+            -c1 * s23 * R[0][2] - s1 * s23 * R[1][2] - c23 * R[2][2]);
     }
     return w;
 }
