@@ -17,7 +17,7 @@ protected:
     void fill(float v) {
         for (float& x : values_) x = v;
     }
-    zq_arm_current_trajectory_e type_ = static_cast<zq_arm_current_trajectory_e>(-1);
+    zq_arm_current_trajectory_e type_ = ZQ_TRAJECTORY_RE_TRAJECTORY;  // none of the refused replies
     float values_[7] = {0};
 };
 
@@ -79,7 +79,7 @@ TEST_F(MotionTrajectoryQuery, MotionRefusedRepliesLeaveTheResultsAlone) {
     EXPECT_EQ(ask("movej", "12"), -3);                 // data is no array
     sim_.set_reply("get_arm_current_trajectory", "{\"command\":\"arm_current_trajectory\",\"data\":[1]}", 1);
     EXPECT_EQ(zq_get_arm_current_trajectory(arm_, &type_, values_), -3);  // no type
-    EXPECT_EQ(type_, static_cast<zq_arm_current_trajectory_e>(-1));
+    EXPECT_EQ(type_, ZQ_TRAJECTORY_RE_TRAJECTORY);
     EXPECT_FLOAT_EQ(values_[0], 4.0f);
     EXPECT_EQ(request("get_arm_current_trajectory"), "{\"command\":\"get_arm_current_trajectory\"}");
 }
