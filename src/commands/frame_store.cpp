@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "commands/catalogue.h"
+#include "commands/wire_forms.h"
 #include "session/log.h"
 #include "zq_api.h"
 
@@ -14,26 +15,6 @@ namespace {
 const cJSON* member(const cJSON* root, const char* key) { return cJSON_GetObjectItemCaseSensitive(root, key); }
 
 int32_t micro(float v) { return scale_single(v, 1000000.0f); }
-int32_t milli_single(float v) { return scale_single(v, 1000.0f); }
-
-// A wire pose: x, y, z in micrometres, then the Euler angles in milliradians.
-void pose_to_wire(const zq_pose_t& p, int32_t* v) {
-    v[0] = micro(p.position.x);
-    v[1] = micro(p.position.y);
-    v[2] = micro(p.position.z);
-    v[3] = milli_single(p.euler.rx);
-    v[4] = milli_single(p.euler.ry);
-    v[5] = milli_single(p.euler.rz);
-}
-
-void pose_from_wire(const int32_t* v, zq_pose_t* p) {
-    p->position.x = unscale(v[0], 1000000.0f);
-    p->position.y = unscale(v[1], 1000000.0f);
-    p->position.z = unscale(v[2], 1000000.0f);
-    p->euler.rx = unscale(v[3], 1000.0f);
-    p->euler.ry = unscale(v[4], 1000.0f);
-    p->euler.rz = unscale(v[5], 1000.0f);
-}
 
 // A text of at most `n` characters, terminated, from a possibly unterminated field.
 void copy_name(char* dst, const char* src, std::size_t n) {
@@ -264,28 +245,21 @@ int zq_set_install_pose(zq_robot_handle* handle, float x, float y, float z) {
 // [alpha × 1000, a × 1000000, d × 1000000, offset × 1000].
 int zq_set_DH_data(zq_robot_handle* handle, zq_dh_t dh) {
     const char* fn = "zq_set_DH_data";
-    zq_robot_info_t info{};
-    int rc = zq_get_robot_info(handle, &info);
+    DhRows rows;
+    int rc = dh_rows(fn, handle, &rows);
     if (rc != 0) return rc;
-    const int rows = info.arm_dof + (info.arm_model >= 10 && info.arm_model <= 17 ? 1 : 0);
-    if (rows < 1 || rows > 10) {
-        log_error("[%s] The robotic arm has been disconnected\n", fn);
-        return -1;
-    }
-    char keys[10][16];
     int32_t wire[10][4] = {};
     zq_send_value_t values[11] = {send_str("command", "set_DH_data")};
-    for (int i = 0; i < rows; ++i) {
-        std::snprintf(keys[i], sizeof keys[i], "joint_%d", i + 1);
+    for (int i = 0; i < rows.count; ++i) {
         if (i < 8) {
             wire[i][0] = scale_double(dh.alpha[i], 1000.0);
-            wire[i][1] = micro(dh.a[i]);
-            wire[i][2] = micro(dh.d[i]);
+            wire[i][1] = scale_single(dh.a[i], 1000000.0f);
+            wire[i][2] = scale_single(dh.d[i], 1000000.0f);
             wire[i][3] = scale_double(dh.offset[i], 1000.0);
         }
-        values[i + 1] = send_ints(keys[i], wire[i], 4);
+        values[i + 1] = send_ints(rows.keys[i], wire[i], 4);
     }
-    return cat::set(fn, handle, values, rows + 1, "set_DH_data", "set_state", query_timeout());
+    return cat::set(fn, handle, values, rows.count + 1, "set_DH_data", "set_state", query_timeout());
 }
 
 int zq_set_DH_data_default(zq_robot_handle* handle) {

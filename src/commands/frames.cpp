@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "commands/catalogue.h"
+#include "commands/wire_forms.h"
 #include "session/log.h"
 #include "zq_api.h"
 
@@ -17,29 +18,6 @@ bool read_ints(const cJSON* item, int32_t* out, int n) {
     int k = 0;
     for (const cJSON* el = item->child; el; el = el->next) out[k++] = cJSON_IsNumber(el) ? el->valueint : -1;
     return true;
-}
-
-// A wire pose: x, y, z in micrometres, then the Euler angles in milliradians.
-void pose_from_wire(const int32_t* v, zq_pose_t* pose) {
-    pose->position.x = static_cast<float>(v[0]) / 1000000.0f;
-    pose->position.y = static_cast<float>(v[1]) / 1000000.0f;
-    pose->position.z = static_cast<float>(v[2]) / 1000000.0f;
-    pose->euler.rx = static_cast<float>(v[3]) / 1000.0f;
-    pose->euler.ry = static_cast<float>(v[4]) / 1000.0f;
-    pose->euler.rz = static_cast<float>(v[5]) / 1000.0f;
-}
-
-// Number of DH rows: one more for the models with a further link.
-int dh_rows(zq_robot_handle* handle, const char* fn) {
-    zq_robot_info_t info{};
-    int rc = zq_get_robot_info(handle, &info);
-    if (rc != 0) return rc < 0 ? rc : -1;
-    int rows = info.arm_dof + (info.arm_model >= 10 && info.arm_model <= 17 ? 1 : 0);
-    if (rows < 1 || rows > 10) {
-        log_error("[%s] The robotic arm has been disconnected\n", fn);
-        return -1;
-    }
-    return rows;
 }
 
 }  // namespace
@@ -147,18 +125,15 @@ int zq_get_install_pose(zq_robot_handle* handle, float* x, float* y, float* z) {
 
 int zq_get_DH_data(zq_robot_handle* handle, zq_dh_t* dh) {
     const char* fn = "zq_get_DH_data";
-    int rows = dh_rows(handle, fn);
-    if (rows < 0) return rows;
-    char keys[10][16];
+    DhRows rows;
+    int rc = dh_rows(fn, handle, &rows);
+    if (rc != 0) return rc;
     zq_key_value_t table[10];
-    for (int i = 0; i < rows; ++i) {
-        std::snprintf(keys[i], sizeof keys[i], "joint_%d", i + 1);
-        table[i] = reply_entry(ZQ_VALUE_INT_ARRAY, keys[i], 4);
-    }
-    int rc = cat::get(fn, handle, "get_DH_data", "get_DH_data", table, rows, 1000);
+    for (int i = 0; i < rows.count; ++i) table[i] = reply_entry(ZQ_VALUE_INT_ARRAY, rows.keys[i], 4);
+    rc = cat::get(fn, handle, "get_DH_data", "get_DH_data", table, rows.count, 1000);
     if (rc != 0) return rc;
     zq_dh_t d{};
-    for (int i = 0; i < rows && i < 8; ++i) {
+    for (int i = 0; i < rows.count && i < 8; ++i) {
         const int32_t* v = table[i].value.arr;
         d.alpha[i] = static_cast<float>(v[0]) / 1000.0f;
         d.a[i] = static_cast<float>(v[1]) / 1000000.0f;
