@@ -31,12 +31,23 @@ double sgn(double v) {
 }  // namespace
 
 zq_Mat_d_t vda_flange_target(const zq_matrix_t& Tworld_tool) {
-    const zq_matrix_t T06 = matrix_mul(matrix_mul(rigid_inverse(get_install_matrix()), Tworld_tool),
-                                       rigid_inverse(get_tool_matrix()));
-    zq_Mat_d_t T{};
+    // inverse(Tworld_base) x Tworld_tool x inverse(Tflange_tool), multiplied in double.
+    const zq_matrix_t A = rigid_inverse(get_install_matrix()), C = rigid_inverse(get_tool_matrix());
+    double AB[4][4];
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j) {
+            double v = 0;
+            for (int k = 0; k < 4; ++k) v += static_cast<double>(A.data[i][k]) * Tworld_tool.data[k][j];
+            AB[i][j] = v;
+        }
+    zq_Mat_d_t T;  // only the 4 by 4 block is used
     T.rows = T.cols = 4;
     for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j) T.data[i][j] = T06.data[i][j];
+        for (int j = 0; j < 4; ++j) {
+            double v = 0;
+            for (int k = 0; k < 4; ++k) v += AB[i][k] * C.data[k][j];
+            T.data[i][j] = v;
+        }
     return T;
 }
 
@@ -62,18 +73,25 @@ int vda_candidates(const zq_Mat_d_t& T, const double r[6], double c3_band, doubl
         const double s1 = std::sin(q1), c1 = std::cos(q1);
         double c5 = T.data[1][2] * c1 - T.data[0][2] * s1;
         if ((c5 > 1.0 && c5 - 1.0 < c5_band) || (c5 < -1.0 && -1.0 - c5 < c5_band)) c5 = std::cos(r[4]);
+        const double s5_abs = std::sqrt(1.0 - c5 * c5);  // sine of acos(c5)
         for (int i5 = 0; i5 < 2; ++i5) {
             const double q5 = (i5 == 0 ? 1.0 : -1.0) * std::acos(c5);
-            const double s5 = std::sin(q5);
-            double q6;
+            const double s5 = (i5 == 0 ? 1.0 : -1.0) * s5_abs;
+            double q6, s6, c6;
             if (std::fabs(q5) < kWristZero) {
                 q6 = r[5];
+                s6 = std::sin(q6);
+                c6 = std::cos(q6);
             } else {
                 const double sg = sgn(s5);
-                q6 = std::atan2(-sg * (T.data[1][1] * c1 - T.data[0][1] * s1),
-                                sg * (T.data[1][0] * c1 - T.data[0][0] * s1));
+                const double y = -sg * (T.data[1][1] * c1 - T.data[0][1] * s1);
+                const double x = sg * (T.data[1][0] * c1 - T.data[0][0] * s1);
+                q6 = std::atan2(y, x);
+                const double h = std::sqrt(x * x + y * y);
+                s6 = h > 0 ? y / h : std::sin(q6);
+                c6 = h > 0 ? x / h : std::cos(q6);
             }
-            const double s6 = std::sin(q6), c6 = std::cos(q6), cq5 = std::cos(q5);
+            const double cq5 = std::cos(q5);
             const double u = -(T.data[2][0] * cq5 * c6 - T.data[2][2] * s5 - T.data[2][1] * cq5 * s6);
             const double v = -(T.data[2][1] * c6 + T.data[2][0] * s6);
             const double q234 = std::fabs(v) < kSumAxis ? std::asin(sgn(u)) : std::atan2(u, v);
@@ -82,9 +100,11 @@ int vda_candidates(const zq_Mat_d_t& T, const double r[6], double c3_band, doubl
             double c3 = (X * X + Y * Y - a2 * a2 - a3 * a3) / (2 * a2 * a3);
             if (c3 > 1.0 && c3 - 1.0 < c3_band) c3 = 1.0;
             if (c3 < -1.0 && -1.0 - c3 < c3_band) c3 = -1.0;
+            const double acos3 = std::acos(c3), s3_abs = std::sqrt(1.0 - c3 * c3);
             for (int i3 = 0; i3 < 2; ++i3) {
-                const double q3 = (i3 == 0 ? 1.0 : -1.0) * std::acos(c3);
-                const double m = a3 * std::sin(q3), n = a3 * std::cos(q3) + a2;
+                const double sign3 = i3 == 0 ? 1.0 : -1.0;
+                const double q3 = sign3 * acos3;
+                const double m = a3 * sign3 * s3_abs, n = a3 * c3 + a2;
                 const double e = -(m * X + n * Y), f = n * X - m * Y;
                 const double q2 = std::fabs(f) < kElbowAxis ? std::asin(sgn(e)) : std::atan2(e, f);
                 const int slot = i3 + 2 * i5 + 4 * i1;

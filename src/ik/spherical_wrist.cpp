@@ -105,8 +105,9 @@ int solve(Layout layout, const zq_Mat_t& target, const float q_ref[8], float q_o
         const float q2 = wrap_once(q23 - q3, lo[1], hi[1]);
         const float s23 = std::sin(q23), c23 = std::cos(q23);
         Wrist<float> w[2];
+        w[0] = wrist_branch(layout, R, s1, c1, s23, c23, 1.0f);
+        w[1] = flipped_wrist(w[0]);
         for (int b = 0; b < 2; ++b) {
-            w[b] = wrist_branch(layout, R, s1, c1, s23, c23, b == 0 ? 1.0f : -1.0f);
             // Joint 5 of the ZQL36 pair counts from a half turn: its limits lie
             // above the range of the arctangent, which one turn brings them into.
             w[b].q5 = wrap_once(w[b].q5, lo[4], hi[4]);
