@@ -28,6 +28,7 @@ constexpr float kCentring = -0.2857143f;
 constexpr double kCentringCap = 300.0 * 0.0174532925199433;  // x dt^2
 constexpr float kNearMargin = 0.0001f;
 constexpr int kMaxRows = 16;
+constexpr float kBoundSlack = 1e-4f;
 
 struct V3 {
     float x, y, z;
@@ -163,6 +164,15 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
         const float as = std::asin(u);
         for (int b = 0; b < 2; ++b) {
             const float th6 = b == 0 ? static_cast<float>(kIkPi) - phi - as : as - phi;
+            {
+                // Joints 6 and 7 alone already bound the cost of every row of this
+                // value from below (the slack covers the rounding of joint 6 when
+                // it is solved again at the end of the row).
+                float q6 = th6, q7 = th7, bound = 0;
+                place_joint(s, 6, &q7, &bound, kNoBest);
+                place_joint(s, 5, &q6, &bound, kNoBest);
+                if (bound > best->cost + kBoundSlack) continue;
+            }
             const V3 z5 = s.sa[5] * (std::sin(th6) * x6 + std::cos(th6) * y6);
             const V3 nrm = cross(p26, z5);
             if (norm(nrm) < kAxisFloor) continue;
