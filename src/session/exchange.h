@@ -9,7 +9,9 @@
 
 extern "C" {
 
-typedef enum {
+// A fixed underlying type: a table entry of an unknown kind is a value to
+// refuse, not undefined behaviour.
+typedef enum : int32_t {
     ZQ_VALUE_STRING = 0,
     ZQ_VALUE_INT = 1,
     ZQ_VALUE_INT_ARRAY = 2,
