@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "sim_client.h"
 #include "simulator.h"
 #include "zq_api.h"
 
@@ -70,6 +71,26 @@ void BM_RunModeRoundTrip(benchmark::State& state) {
     state.counters["failures"] = failures;
 }
 BENCHMARK(BM_RunModeRoundTrip)->Iterations(20000)->UseRealTime();
+
+// The floor: the same request and reply over a plain blocking socket, with
+// no library in between.
+void BM_RawSocketRoundTrip(benchmark::State& state) {
+    zqsim::Simulator sim(zqsim::ArmConfig::for_model("ZQ41-B-1.0"));
+    sim.set_recording(false);
+    simtest::RawClient client(sim.start(0));
+    std::vector<double> us;
+    us.reserve(100000);
+    std::string line;
+    for (auto _ : state) {
+        const auto t0 = Clock::now();
+        client.send("{\"command\":\"get_arm_run_mode\"}\r\n");
+        client.read_line(&line);
+        us.push_back(std::chrono::duration<double, std::micro>(Clock::now() - t0).count());
+    }
+    state.counters["p50_us"] = percentile(us, 0.5);
+    state.counters["p99_us"] = percentile(us, 0.99);
+}
+BENCHMARK(BM_RawSocketRoundTrip)->Iterations(20000)->UseRealTime();
 
 void BM_FiveSessionsFourThreadsEach(benchmark::State& state) {
     if (bench_mode() == 0) {
