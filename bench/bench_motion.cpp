@@ -36,7 +36,7 @@ long max_rss_kb() {
 // One moving simulated arm and its connection.
 struct MovingArm {
     zqsim::Simulator sim{zqsim::ArmConfig::for_model("ZQ41-B-1.0")};
-    zqsim::MotionEngine motion{sim};
+    zqsim::MotionEngine& motion = sim.motion();
     zq_robot_handle* arm = nullptr;
     MovingArm() {
         static const int init = zq_init(static_cast<zq_thread_mode_e>(bench_mode()));

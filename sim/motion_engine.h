@@ -10,13 +10,13 @@
 // closes the chain and then run back to back. The joint angles live in the simulator's
 // ArmConfig, so every other answer sees the moving arm.
 //
-// The engine attaches to a running or stopped Simulator through its scripting members
-// (on_command for each motion literal, push, update): scripted replies and drops of a motion
-// command take precedence, and clear_script() detaches it (attach() brings it back).
+// Every Simulator owns one (Simulator::motion()). It attaches through the simulator's scripting
+// members (on_command for each motion literal, push, update): scripted replies and drops of a
+// motion command take precedence, a custom handler replaces it for its command, and
+// clear_script() attaches it again.
 //
 //   zqsim::Simulator sim;
-//   zqsim::MotionEngine motion(sim);   // the arm now moves
-//   motion.lose_reports(1);           // the next completion push goes missing
+//   sim.motion().lose_reports(1);     // the next completion push goes missing
 #pragma once
 
 #include <chrono>

@@ -7,6 +7,7 @@
 #include <cjson/cJSON.h>
 
 #include "command_table.h"
+#include "motion_engine.h"
 #include "realtime_report.h"
 #include "recorder.h"
 #include "script.h"
@@ -66,6 +67,7 @@ struct Simulator::Impl {
     Recorder recorder;
     TcpServer server;  // its thread uses the members above
     RealtimeSender reports;
+    std::unique_ptr<MotionEngine> motion;  // the moving arm, attached by Simulator's constructor
 
     // The next UDP report and where it goes, from the arm's state.
     bool next_report(std::string& report, std::string& ip, int& port, int& period_ms) {
@@ -80,9 +82,16 @@ struct Simulator::Impl {
     }
 };
 
-Simulator::Simulator(ArmConfig cfg) : impl_(new Impl(std::move(cfg))) {}
+Simulator::Simulator(ArmConfig cfg) : impl_(new Impl(std::move(cfg))) {
+    impl_->motion.reset(new MotionEngine(*this));
+}
 
-Simulator::~Simulator() { stop(); }
+Simulator::~Simulator() {
+    stop();
+    impl_->motion.reset();  // no handler runs once the network thread is gone
+}
+
+MotionEngine& Simulator::motion() { return *impl_->motion; }
 
 int Simulator::start(int port) {
     const int bound = impl_->server.start(port);
@@ -114,7 +123,10 @@ void Simulator::on_command(const std::string& command,
                            std::function<std::vector<std::string>(const std::string&)> fn) {
     impl_->script.on_command(command, std::move(fn));
 }
-void Simulator::clear_script() { impl_->script.clear(); }
+void Simulator::clear_script() {
+    impl_->script.clear();
+    impl_->motion->attach();
+}
 
 void Simulator::send_raw(const std::string& bytes, int connection) { impl_->server.send(connection, bytes); }
 

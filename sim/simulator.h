@@ -35,6 +35,8 @@
 
 namespace zqsim {
 
+class MotionEngine;
+
 class Simulator {
 public:
     explicit Simulator(ArmConfig cfg = {});
@@ -68,7 +70,8 @@ public:
     // answer. Drop and reply rules come first. An empty `fn` removes the handler.
     void on_command(const std::string& command,
                     std::function<std::vector<std::string>(const std::string& request_line)> fn);
-    // Removes every reply, delay, drop and custom-handler rule.
+    // Removes every reply, delay, drop and custom-handler rule; the motion commands go back to
+    // the moving arm.
     void clear_script();
 
     // Writes `bytes` as they are.
@@ -99,6 +102,11 @@ public:
     // Changes the state under the simulator's lock; the vectors are brought in line with the
     // joint count afterwards (ArmConfig::normalise).
     void update(const std::function<void(ArmConfig&)>& fn);
+
+    // The moving arm: moves, steps, jogs, stops and streamed set points run in real time, and
+    // its fault switches (lost, late or misaddressed completion reports) live here
+    // (motion_engine.h). A custom handler or scripted reply of a motion command overrides it.
+    MotionEngine& motion();
 
     // --- realtime reports (realtime_report.h) ------------------------------------------
     // While running, the simulator sends its UDP state report every cycle of its realtime

@@ -53,7 +53,7 @@ protected:
         return std::chrono::duration<double>(std::chrono::steady_clock::now() - t0).count();
     }
 
-    zqsim::MotionEngine motion_{sim_};
+    zqsim::MotionEngine& motion_ = sim_.motion();
 };
 
 }  // namespace zqtest
