@@ -13,7 +13,6 @@
 #include <string>
 #include <thread>
 
-#include "motion_engine.h"
 #include "simulator.h"
 #include "zq_api.h"
 
@@ -90,8 +89,7 @@ int main(int argc, char** argv) {
     }
 
     // 1. A controller to talk to.
-    zqsim::Simulator sim(zqsim::ArmConfig::for_model(model));
-    zqsim::MotionEngine motion(sim);  // the simulated arm moves in real time
+    zqsim::Simulator sim(zqsim::ArmConfig::for_model(model));  // its arm moves in real time
     const int port = sim.start(0);
     if (port < 0) {
         std::fprintf(stderr, "simulator did not start\n");
