@@ -15,6 +15,7 @@
 //   "get_tool_software_version"  -> {"command":"tool_software_version","version":text or integer}
 #include <string>
 
+#include "sim_kinematics.h"
 #include "command_families.h"
 #include "wire.h"
 
@@ -55,7 +56,7 @@ cJSON* state_reply(const char* key) {
 }
 
 void get_current_arm_state(CommandContext& c) {
-    const Pose& p = c.arm.tool.pose;  // the arm's pose is not modelled: the tool's stands in
+    const Pose p = tool_pose(c.arm, c.arm.joint_angles);  // the tool in the work frame
     cJSON* r = state_reply("current_arm_state");
     cJSON* s = cJSON_AddObjectToObject(r, "arm_state");
     wire::add_int_array(s, "joint", angles(c.arm));

@@ -1,5 +1,7 @@
 #include "motion_engine.h"
 
+#include "sim_kinematics.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -28,8 +30,6 @@ constexpr double kAngularAcc = 4.0;     // rad/s²
 constexpr int kTickMs = 2;              // clock period while the arm moves
 constexpr double kMinMoveSeconds = 0.02;  // shortest planned trajectory
 constexpr int kStopShownMs = 200;         // "stop" and "slow_stop" are reported this long, then "idle"
-// Where pose moves take the joints, for want of inverse kinematics (degrees).
-constexpr double kReadyJoints[10] = {0.0, 20.0, 70.0, 0.0, 90.0, 0.0, 0.0, 0.0, 0.0, 0.0};
 
 // One trajectory: where the joints go, what the trajectory query reports, how long it takes.
 struct Segment {
@@ -281,6 +281,7 @@ struct MotionEngine::Impl {
     // Learns the arm's joint count, limits and joints before a command is served.
     void refresh_arm() {
         const ArmConfig cfg = sim.config();
+        chain = cfg;
         limits = cfg.joints;
         dof = cfg.dof;
         generation = cfg.generation();
@@ -302,22 +303,14 @@ struct MotionEngine::Impl {
         return true;
     }
 
-    // Where the pose moves end, and after which moves queued before them.
-    Pose planned_pose() const {
-        for (auto it = queue.rbegin(); it != queue.rend(); ++it)
-            if (it->pose_type) return it->pose_to;
-        return running && cur.pose_type ? cur.pose_to : pose;
+    // Where the joints are once every planned move has run.
+    std::vector<double> planned_joints() const {
+        if (!queue.empty()) return queue.back().to;
+        return running ? cur.to : current;
     }
 
-    std::vector<double> ready_joints() const {
-        std::vector<double> q(static_cast<std::size_t>(dof), 0.0);
-        for (int i = 0; i < dof && i < 10; ++i) {
-            double v = kReadyJoints[i];
-            if (i < static_cast<int>(limits.size())) v = std::clamp(v, limits[i].min_pos, limits[i].max_pos);
-            q[static_cast<std::size_t>(i)] = v;
-        }
-        return q;
-    }
+    // The tool pose (in the work frame) once every planned move has run.
+    Pose planned_pose() const { return tool_pose(chain, planned_joints()); }
 
     Segment pose_segment(const Pose& from, const Pose& to, int v, const char* type, const char* status) {
         Segment s;
@@ -326,7 +319,9 @@ struct MotionEngine::Impl {
         s.pose_type = std::string(type) != "movej";
         s.pose_to = to;
         s.speed = clamp_speed(v);
-        s.to = ready_joints();
+        // The joints of the target; where the arm cannot reach it, they stay.
+        s.to = planned_joints();
+        solve_tool_pose(chain, to, s.to);
         s.cart_duration = std::max(smooth_duration(distance(from, to), kLineSpeed * s.speed, kLineAcc * s.speed),
                                    smooth_duration(rotation(from, to), kAngularSpeed * s.speed, kAngularAcc * s.speed));
         return s;
@@ -402,7 +397,6 @@ struct MotionEngine::Impl {
         if (found < 0) return refuse(command);
         *fields[found] += step / (position ? wire::kLength : wire::kEuler);
         Segment s = pose_segment(from, to, int_member(rq, "v"), "movel", "move_L");
-        s.to = running ? cur.to : current;  // the joints stay: no inverse kinematics here
         return enqueue(std::move(s), command);
     }
 
@@ -435,7 +429,7 @@ struct MotionEngine::Impl {
         bool known = false;
         for (int i = position ? 0 : 3; i < (position ? 3 : 6); ++i) known = known || type == kTypes[i];
         if (running || !queue.empty() || !known) return {state_reply(command.c_str(), key, false)};
-        Segment s;  // the joints stay: no inverse kinematics here; the jog lasts until a stop
+        Segment s;  // a Cartesian jog keeps the joints; it lasts until a stop
         s.type = "movel";
         s.status = "move_L";
         s.pose_type = true;
@@ -647,6 +641,7 @@ struct MotionEngine::Impl {
     }
 
     Simulator& sim;
+    ArmConfig chain;  // the arm's chain, limits and frames, as of the last command
     mutable std::mutex mu;
     std::condition_variable cv;
     mutable std::condition_variable idle_cv;

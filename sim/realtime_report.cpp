@@ -1,3 +1,4 @@
+#include "sim_kinematics.h"
 #include "realtime_report.h"
 
 #include <arpa/inet.h>
@@ -110,8 +111,7 @@ std::string build_realtime_report(const ArmConfig& arm) {
         cJSON_AddNumberToObject(f, "coordinate", push.force_coordinate);
     }
 
-    // The flange pose of the current joint angles is not modelled: the report carries the tool's.
-    const Pose& p = arm.tool.pose;
+    const Pose p = tool_pose(arm, arm.joint_angles);  // the tool in the work frame
     cJSON* w = cJSON_AddObjectToObject(r, "waypoint");
     wire::add_int_array(w, "position", {wire::scaled(p.x, wire::kLength), wire::scaled(p.y, wire::kLength),
                                         wire::scaled(p.z, wire::kLength)});

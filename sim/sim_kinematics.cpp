@@ -170,12 +170,10 @@ Pose tool_pose(const ArmConfig& arm, const std::vector<double>& joints_deg) {
     return transform_to_pose(mul(mul(invert(work), flange_transform(arm, joints_deg)), tool));
 }
 
-bool solve_tool_pose(const ArmConfig& arm, const Pose& target, std::vector<double>& joints_deg) {
-    const int n = std::min<int>(arm.dof, static_cast<int>(joints_deg.size()));
-    if (n < 1) return false;
-    const Transform goal = mul(mul(pose_to_transform(arm.work.pose), pose_to_transform(target)),
-                               invert(pose_to_transform(arm.tool.pose)));
-    std::vector<double> q = joints_deg;
+namespace {
+
+// Damped least squares from one start; true with `q` at the goal.
+bool descend(const ArmConfig& arm, const Transform& goal, int n, std::vector<double>& q) {
     constexpr double kStep = 1e-6;  // degrees, for the numeric Jacobian
     for (int iter = 0; iter < 300; ++iter) {
         const Transform now = flange_transform(arm, q);
@@ -183,10 +181,7 @@ bool solve_tool_pose(const ArmConfig& arm, const Pose& target, std::vector<doubl
         double pos = 0, rot = 0;
         for (int i = 0; i < 3; ++i) pos += e[i] * e[i];
         for (int i = 3; i < 6; ++i) rot += e[i] * e[i];
-        if (std::sqrt(pos) < 1e-6 && std::sqrt(rot) < 1e-6) {
-            joints_deg = q;
-            return true;
-        }
+        if (std::sqrt(pos) < 1e-6 && std::sqrt(rot) < 1e-6) return true;
         std::vector<std::array<double, 6>> jac(n);
         for (int j = 0; j < n; ++j) {
             std::vector<double> qp = q;
@@ -222,6 +217,40 @@ bool solve_tool_pose(const ArmConfig& arm, const Pose& target, std::vector<doubl
         }
     }
     return false;
+}
+
+}  // namespace
+
+bool solve_tool_pose(const ArmConfig& arm, const Pose& target, std::vector<double>& joints_deg) {
+    const int n = std::min<int>(arm.dof, static_cast<int>(joints_deg.size()));
+    if (n < 1) return false;
+    const Transform goal = mul(mul(pose_to_transform(arm.work.pose), pose_to_transform(target)),
+                               invert(pose_to_transform(arm.tool.pose)));
+    // From the given joints first, then from a few fixed starts spread over
+    // the joint ranges; the answer closest to the given joints wins.
+    std::vector<double> best;
+    double best_distance = 0;
+    for (int attempt = 0; attempt < 9; ++attempt) {
+        std::vector<double> q = joints_deg;
+        if (attempt > 0) {
+            for (int j = 0; j < n; ++j) {
+                const JointLimits lim = j < static_cast<int>(arm.joints.size()) ? arm.joints[j] : JointLimits{};
+                const double share = std::fmod(0.5 + 0.618034 * (attempt * (j + 1)), 1.0);  // spread, no randomness
+                q[j] = lim.min_pos + (0.1 + 0.8 * share) * (lim.max_pos - lim.min_pos);
+            }
+        }
+        if (!descend(arm, goal, n, q)) continue;
+        double d = 0;
+        for (int j = 0; j < n; ++j) d += std::fabs(q[j] - joints_deg[j]);
+        if (best.empty() || d < best_distance) {
+            best = q;
+            best_distance = d;
+        }
+        if (attempt == 0) break;  // the nearest start already reaches it
+    }
+    if (best.empty()) return false;
+    joints_deg = best;
+    return true;
 }
 
 Pose interpolate_pose(const Pose& from, const Pose& to, double s) {

@@ -23,11 +23,10 @@ protected:
 };
 
 TEST_F(CommandsState, CurrentArmStateReadsTheWrappedReply) {
-    sim_.update([](zqsim::ArmConfig& a) {
-        a.joint_angles = {10.5, -20.25, 0, 0, 0, 90};
-        a.tool.pose = zqsim::Pose{0.1, -0.2, 0.3, 0.0, 0.0, 1.5};
-        a.state.err = {3, 4, 5};
-    });
+    sim_.set_reply("get_current_arm_state",
+                   R"({"state":"current_arm_state","arm_state":{"joint":[10500,-20250,0,0,0,90000],)"
+                   R"("pose":[100000,-200000,300000,0,0,1500],"err":[3,4,5]}})",
+                   1);
     zq_current_arm_state_t s{};
     ASSERT_EQ(zq_get_current_arm_state(arm_, &s), 0);
     EXPECT_EQ(sim_.received_lines().back(), R"({"command":"get_current_arm_state"})");

@@ -44,7 +44,7 @@ TEST_F(MotionTest, MotionBlockingStepMovesTheJoint) {
     EXPECT_EQ(zq_set_joint_step(arm_, 3, 3.0f, 100, block()), 0);
     EXPECT_GE(seconds_since(t0), expected * 0.95);
     EXPECT_NEAR(sim_.config().joint_angles[2], 3.0, 1e-9);
-    EXPECT_EQ(zq_set_pos_step(arm_, ZQ_Z_DIR, 0.002f, 100, block()), 0);
+    EXPECT_EQ(zq_set_pos_step(arm_, ZQ_Z_DIR, -0.002f, 100, block()), 0);  // down: the arm stands near full reach
     EXPECT_EQ(zq_set_ort_step(arm_, ZQ_RX_ROTATE, 0.01f, 100, block()), 0);
     EXPECT_EQ(zq_set_joint_step(arm_, 3, 400.0f, 100, block()), 1);  // beyond the joint's range
 }

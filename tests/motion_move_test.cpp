@@ -199,6 +199,8 @@ TEST_F(MotionTest, MotionStopFromAnotherThreadEndsABlockingMove) {
 }
 
 TEST_F(MotionTest, MotionPoseMovesReportTheirTypeWhileRunning) {
+    // Start bent over the table, tool down, a few centimetres from the targets.
+    sim_.update([](zqsim::ArmConfig& a) { a.joint_angles = {0, -20, -70, 0, -90, 0}; });
     zq_pose_t pose{};
     pose.position = {0.35f, 0.05f, 0.4f};
     pose.euler = {3.141f, 0.0f, 0.0f};

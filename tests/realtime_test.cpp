@@ -16,6 +16,7 @@
 
 #include "session/realtime.h"
 #include "session/session.h"
+#include "sim_kinematics.h"
 #include "test_env.h"
 #include "zq_api.h"
 
@@ -410,7 +411,13 @@ TEST_F(RealtimeReports, EverySectionReachesTheCallback) {
     EXPECT_EQ(r.force_enable, 1);
     EXPECT_EQ(r.tsa[0], 4000000000u);
     EXPECT_EQ(r.normal_force[17], 18);
-    EXPECT_FLOAT_EQ(r.waypoint.quaternion.w, static_cast<float>(1.0));  // the tool pose is the identity
+    // The waypoint is the tool pose of the reported joints.
+    std::vector<double> q(a.joint_angles.size());
+    for (size_t j = 0; j < q.size(); ++j) q[j] = r.joint_position[j];
+    const zqsim::Pose w = zqsim::tool_pose(a, q);
+    EXPECT_NEAR(r.waypoint.position.x, w.x, 2e-6);
+    EXPECT_NEAR(r.waypoint.position.y, w.y, 2e-6);
+    EXPECT_NEAR(r.waypoint.position.z, w.z, 2e-6);
 }
 
 TEST_F(RealtimeReports, AStoppedArmClearsThePendingCounters) {
