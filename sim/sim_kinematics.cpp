@@ -175,13 +175,23 @@ namespace {
 // Damped least squares from one start; true with `q` at the goal.
 bool descend(const ArmConfig& arm, const Transform& goal, int n, std::vector<double>& q) {
     constexpr double kStep = 1e-6;  // degrees, for the numeric Jacobian
-    for (int iter = 0; iter < 300; ++iter) {
+    double best = 1e300;
+    int stalled = 0;
+    for (int iter = 0; iter < 200; ++iter) {
         const Transform now = flange_transform(arm, q);
         std::array<double, 6> e = pose_difference(now, goal);
         double pos = 0, rot = 0;
         for (int i = 0; i < 3; ++i) pos += e[i] * e[i];
         for (int i = 3; i < 6; ++i) rot += e[i] * e[i];
         if (std::sqrt(pos) < 1e-6 && std::sqrt(rot) < 1e-6) return true;
+        // A start that stops getting closer leads nowhere: give it up early.
+        const double err = pos + rot;
+        if (err < best * 0.999) {
+            best = err;
+            stalled = 0;
+        } else if (++stalled > 15) {
+            return false;
+        }
         std::vector<std::array<double, 6>> jac(n);
         for (int j = 0; j < n; ++j) {
             std::vector<double> qp = q;
@@ -230,7 +240,7 @@ bool solve_tool_pose(const ArmConfig& arm, const Pose& target, std::vector<doubl
     // the joint ranges; the answer closest to the given joints wins.
     std::vector<double> best;
     double best_distance = 0;
-    for (int attempt = 0; attempt < 9; ++attempt) {
+    for (int attempt = 0; attempt < 5; ++attempt) {
         std::vector<double> q = joints_deg;
         if (attempt > 0) {
             for (int j = 0; j < n; ++j) {
