@@ -18,9 +18,14 @@ inline int mode() {
     return m ? std::atoi(m) : ZQ_RECV_UDP_THREAD_MODE;
 }
 
-// Starts the library once, in this process's mode.
+// Starts the library once, in this process's mode. It is destroyed at exit
+// before the tests' own globals, which its callbacks may still be using.
 inline void start_library() {
-    static const int rc = zq_init(static_cast<zq_thread_mode_e>(mode()));
+    static const int rc = [] {
+        const int r = zq_init(static_cast<zq_thread_mode_e>(mode()));
+        std::atexit([] { zq_destroy(); });
+        return r;
+    }();
     ASSERT_EQ(rc, 0);
 }
 
