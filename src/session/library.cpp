@@ -276,7 +276,7 @@ zq_robot_handle* zq_create_robot_arm(const char* ip, int port) {
         set_slot(slot, session);
         if (!session->socket || session->socket->fd <= 0) {
             log_error("[zq_create_robot_arm] socket connect err!\n");
-            handle->id = -1;
+            atomic_set(handle->id, -1);
             return handle;
         }
         session->session_id = static_cast<uint8_t>(slot + 1);
