@@ -1,6 +1,5 @@
-// Entries of the routing table whose solvers the library does not hold yet:
-// the QP solver and the iterative solvers of the universal arm. They answer
-// "no solver" and leave the output at the reference.
+// The entry of the routing table whose solver the library does not hold yet:
+// the QP solver. It answers "no solver" and leaves the output at the reference.
 #include "ik/solvers.h"
 
 namespace zq {
@@ -14,12 +13,6 @@ int no_solver(const float q_ref[8], float q_out[8]) {
 }  // namespace
 
 int ik_qp(const zq_Mat_t&, float q_ref[8], float q_out[8]) {
-    return no_solver(q_ref, q_out);
-}
-
-// The universal arm goes by the redundancy mode and the joint count to the
-// QP solver or one of the iterative solvers; none of them is present.
-int ik_universal(const zq_Mat_t&, float q_ref[8], float q_out[8]) {
     return no_solver(q_ref, q_out);
 }
 

@@ -29,9 +29,15 @@ int arm_angle_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
 int joint7_sweep_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
 int joint7_sweep_offset_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
 
-// Solvers that the library does not hold: both answer kIkNoSolver.
+// The QP solver; target Tbase_flange.
 int ik_qp(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
+
+// Universal arms; target Tbase_flange. ik_universal picks by mode and dof:
+// tracking ik_qp, else homotopy_ik6, homotopy_ik7, or nlopt_ik for any other dof.
 int ik_universal(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
+int homotopy_ik6(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
+int homotopy_ik7(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
+int nlopt_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
 
 // All solutions of a six-joint arm, radians, relative to the reference.
 struct IkAllSolutions {

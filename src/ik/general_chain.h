@@ -1,0 +1,27 @@
+// The loaded arm's own DH chain for the iterative solvers: flange pose, its
+// error against a target and the Jacobian in the base frame, in one pass over
+// fixed arrays (no record copies, nothing allocated).
+#pragma once
+
+#include "ik/fk_jacobian.h"
+#include "kinematics/kin_types.h"
+
+namespace zq {
+
+struct GeneralChain {
+    FkLayout layout;  // every d and a of the first `joints` links
+    zq_dh_block_t dh;
+};
+
+// A snapshot of the loaded arm with `joints` links (1 to 7).
+GeneralChain general_chain(int joints);
+
+// The pose of the flange at q (offsets already added) against the target Hd:
+// e = translation of the flange minus that of Hd, then the axis-angle of
+// R Hd^T, so that de/dq is the base-frame Jacobian Jn. Jn may be null.
+void chain_error(const GeneralChain& c, const zq_Mat_t& Hd, const float q[8], float e[6], float Jn[6][7]);
+
+// True when the first 4 by 4 entries of T are all finite.
+bool transform_finite(const zq_Mat_t& T);
+
+}  // namespace zq

@@ -1,0 +1,248 @@
+#include "ik/homotopy.h"
+
+#include <cmath>
+#include <cstdint>
+#include <utility>
+
+#include "ik/general_chain.h"
+#include "kinematics/sys_data.h"
+
+namespace zq {
+namespace {
+
+constexpr float kPi = 3.14159265358979f;
+constexpr float kTwoPi = 6.28318530717959f;
+constexpr float kLambdaStep = 0.1f;
+constexpr float kLambdaLast = 0.9f;
+constexpr int kNewtonSteps = 3;
+constexpr float kSolvedError = 5e-6f;
+constexpr float kDistinct = 0.05f;  // rad, in at least one joint
+constexpr float kFirstCost = 1000.0f;
+
+// Direction vectors of the Sobol sequence, bit by bit, as multiples of 1/256.
+constexpr uint8_t kDirection[8][7] = {
+    {128, 128, 128, 128, 128, 128, 128}, {64, 192, 64, 192, 64, 192, 64}, {32, 160, 224, 224, 160, 32, 96},
+    {16, 240, 176, 80, 48, 16, 112},     {8, 136, 104, 56, 120, 72, 248}, {4, 204, 244, 172, 204, 236, 188},
+    {2, 170, 134, 98, 250, 50, 218},     {1, 255, 79, 147, 141, 89, 173},
+};
+
+struct SeedTable {
+    float s[kHomotopySeeds][7];
+};
+
+// Row i is the exclusive-or of the direction vectors of the set bits of i,
+// rounded to six decimals.
+constexpr SeedTable make_seeds() {
+    SeedTable t{};
+    for (int i = 0; i < kHomotopySeeds; ++i)
+        for (int j = 0; j < 7; ++j) {
+            unsigned v = 0;
+            for (int b = 0; b < 8; ++b)
+                if ((i >> b) & 1) v ^= kDirection[b][j];
+            const long micro = static_cast<long>(v * 1e6 / 256.0 + 0.5);
+            t.s[i][j] = static_cast<float>(static_cast<double>(micro) / 1e6);
+        }
+    return t;
+}
+
+constexpr SeedTable kSeeds = make_seeds();
+
+float wrap(float q) {
+    float r = std::fmod(q + kPi, kTwoPi);
+    if (r < 0.0f) r += kTwoPi;
+    return r - kPi;
+}
+
+struct Newton {
+    GeneralChain chain;
+    const zq_Mat_t& Hd;
+    int n;
+    HomotopyStep step;
+
+    void error_at(const float q[8], float e[6], float Jn[6][7]) const {
+        float theta[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+        for (int i = 0; i < n; ++i) theta[i] = q[i] + chain.dh.offset[i];
+        chain_error(chain, Hd, theta, e, Jn);
+    }
+
+    // The continuation of one seed; q enters as the start and leaves as the
+    // end of the last pass.
+    void continuation(const float theta_0[8], float q[8]) const {
+        float e0[6], e[6], Jn[6][7], F[6];
+        error_at(theta_0, e0, nullptr);
+        for (float lambda = 0.0f; lambda <= 1.0f; lambda += kLambdaStep) {
+            if (lambda > kLambdaLast) lambda = 1.0f;
+            float F0[6];
+            for (int k = 0; k < 6; ++k) F0[k] = (lambda - 1.0f) * e0[k];
+            for (int s = 0; s < kNewtonSteps; ++s) {
+                error_at(q, e, Jn);
+                for (int k = 0; k < 6; ++k) F[k] = e[k] + F0[k];
+                float dq[7] = {0, 0, 0, 0, 0, 0, 0};
+                step(Jn, F, dq);
+                for (int i = 0; i < n; ++i) q[i] += dq[i];
+            }
+        }
+    }
+};
+
+bool distinct(const HomotopySolutions& s, const float q[8], int n) {
+    for (int k = 0; k < s.count; ++k) {
+        bool differs = false;
+        for (int i = 0; i < n && !differs; ++i) differs = std::fabs(q[i] - s.q[k][i]) >= kDistinct;
+        if (!differs) return false;
+    }
+    return true;
+}
+
+// Limits as offset-free joints.
+void limits(float lo[8], float hi[8]) {
+    zq_dh_block_t dh;
+    get_dh_block(&dh);
+    get_joint_min_with_offset(lo);
+    get_joint_max_with_offset(hi);
+    for (int i = 0; i < 8; ++i) {
+        lo[i] -= dh.offset[i];
+        hi[i] -= dh.offset[i];
+    }
+}
+
+bool outside(float q, float lo, float hi) {
+    return q < lo || q > hi;
+}
+
+// The solution nearest the reference among those inside the limits, each
+// joint taken by a turn toward the reference.
+int choose(HomotopySolutions& s, const float q_ref[8], float q_out[8], int n) {
+    if (s.count == 0) return -1;
+    float lo[8], hi[8];
+    limits(lo, hi);
+    bool marked[kHomotopyMaxSolutions] = {};
+    int inside = 0;
+    for (int k = 0; k < s.count; ++k) {
+        for (int i = 0; i < n; ++i) {
+            float& q = s.q[k][i];
+            if (outside(q, lo[i], hi[i])) {
+                marked[k] = true;
+                break;
+            }
+            const float d = q_ref[i] - q;
+            if (d > kPi)
+                q += kTwoPi;
+            else if (d < -kPi)
+                q -= kTwoPi;
+        }
+        inside += marked[k] ? 0 : 1;
+    }
+    if (inside == 0) return -2;
+    int best = 0;
+    float best_cost = kFirstCost;
+    for (int k = 0; k < s.count; ++k) {
+        if (marked[k]) continue;
+        float cost = 0.0f;
+        for (int i = 0; i < n; ++i) cost += (s.q[k][i] - q_ref[i]) * (s.q[k][i] - q_ref[i]);
+        if (cost < best_cost) {
+            best_cost = cost;
+            best = k;
+        }
+    }
+    for (int i = 0; i < n; ++i) {
+        float q = s.q[best][i];
+        if (q < lo[i])
+            q += kTwoPi;
+        else if (q > hi[i])
+            q -= kTwoPi;
+        const float d = q_ref[i] - q;
+        if (d > kPi)
+            q += kTwoPi;
+        else if (d < -kPi)
+            q -= kTwoPi;
+        q_out[i] = q;
+        if (outside(q, lo[i], hi[i])) return -2;
+    }
+    return 0;
+}
+
+}  // namespace
+
+float homotopy_seed(int row, int joint) {
+    if (row < 0 || row >= kHomotopySeeds || joint < 0 || joint >= 7) return 0.0f;
+    return kSeeds.s[row][joint];
+}
+
+bool invert6(const float A[6][6], float out[6][6]) {
+    constexpr int n = 6;
+    float m[n][n];
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) m[i][j] = A[i][j];
+    int kme[n], kmf[n];
+    float b[n], c[n];
+    for (int k = 0; k < n; ++k) {
+        int ip = k, jp = k;
+        float big = std::fabs(m[k][k]);
+        for (int i = k; i < n; ++i)
+            for (int j = k; j < n; ++j)
+                if (std::fabs(m[i][j]) > big) {
+                    big = std::fabs(m[i][j]);
+                    ip = i;
+                    jp = j;
+                }
+        kme[k] = ip;
+        kmf[k] = jp;
+        if (ip != k)
+            for (int j = 0; j < n; ++j) std::swap(m[k][j], m[ip][j]);
+        if (jp != k)
+            for (int i = 0; i < n; ++i) std::swap(m[i][k], m[i][jp]);
+        const float pivot = m[k][k];
+        for (int j = 0; j < n; ++j) {
+            b[j] = j == k ? 1.0f / pivot : -m[k][j] / pivot;
+            c[j] = j == k ? 1.0f : m[j][k];
+            if (!std::isfinite(b[j]) || !std::isfinite(c[j])) return false;
+        }
+        for (int j = 0; j < n; ++j) m[k][j] = m[j][k] = 0.0f;
+        for (int r = 0; r < n; ++r)
+            for (int col = 0; col < n; ++col) m[r][col] += c[r] * b[col];
+    }
+    for (int k = n - 1; k >= 0; --k) {
+        if (kme[k] != k)
+            for (int i = 0; i < n; ++i) std::swap(m[i][k], m[i][kme[k]]);
+        if (kmf[k] != k)
+            for (int j = 0; j < n; ++j) std::swap(m[k][j], m[kmf[k]][j]);
+    }
+    for (int i = 0; i < n; ++i)
+        for (int j = 0; j < n; ++j) out[i][j] = m[i][j];
+    return true;
+}
+
+void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, HomotopySolutions* out) {
+    out->count = 0;
+    const int n = joints < 1 ? 1 : (joints > 7 ? 7 : joints);
+    const Newton newton{general_chain(n), Hd, n, step};
+    for (int row = 0; row < kHomotopySeeds && out->count < kHomotopyMaxSolutions; ++row) {
+        float theta_0[8] = {0, 0, 0, 0, 0, 0, 0, 0}, q[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+        for (int i = 0; i < n; ++i) {
+            const float s = kSeeds.s[row][i];
+            theta_0[i] = -kPi + kTwoPi * (1.0f - s);  // the anchor mirrors the start
+            q[i] = -kPi + kTwoPi * s;
+        }
+        newton.continuation(theta_0, q);
+        for (int i = 0; i < n; ++i) q[i] = wrap(q[i]);
+        float e[6];
+        newton.error_at(q, e, nullptr);
+        float e2 = 0.0f;
+        for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
+        if (!(std::sqrt(e2) <= kSolvedError) || !distinct(*out, q, n)) continue;
+        for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[i] : 0.0f;
+        ++out->count;
+    }
+}
+
+int homotopy_solve(const zq_Mat_t& Hd, const float q_ref[8], float q_out[8], int joints, HomotopyStep step) {
+    if (!transform_finite(Hd)) return -1;
+    for (int i = 0; i < joints; ++i)
+        if (!std::isfinite(q_ref[i])) return -1;
+    HomotopySolutions s;
+    homotopy_collect(Hd, joints, step, &s);
+    return choose(s, q_ref, q_out, joints);
+}
+
+}  // namespace zq

@@ -1,0 +1,37 @@
+// The homotopy Newton method of the six- and seven-joint universal arms:
+// from each of 150 quasi-random starts, a continuation from the pose of a
+// mirrored anchor to the target; up to eight distinct solutions, and the one
+// nearest the reference. The two solvers differ only in their Newton step.
+#pragma once
+
+#include "kinematics/kin_types.h"
+
+namespace zq {
+
+constexpr int kHomotopySeeds = 150;
+constexpr int kHomotopyMaxSolutions = 8;
+
+// Entry `joint` (0 to 6) of seed row `row` (0 to 149): a Sobol point in [0, 1).
+float homotopy_seed(int row, int joint);
+
+// The Newton step: dq = -Jn^+ F for the base-frame Jacobian Jn (6 by joints).
+using HomotopyStep = void (*)(const float Jn[6][7], const float F[6], float dq[7]);
+
+// Gauss-Jordan with full pivoting. Returns false, with `out` untouched, as
+// soon as a work entry is not finite (a singular A).
+bool invert6(const float A[6][6], float out[6][6]);
+
+// Solutions of the seed loop: joints without the DH offset, in [-pi, pi).
+struct HomotopySolutions {
+    int count;
+    float q[kHomotopyMaxSolutions][7];
+};
+
+// The seed loop alone; Hd is the target Tbase_flange.
+void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, HomotopySolutions* out);
+
+// Seed loop and choice: 0, -1 (no solution, or a target or reference that is
+// not finite) or -2 (no solution inside the joint limits).
+int homotopy_solve(const zq_Mat_t& Hd, const float q_ref[8], float q_out[8], int joints, HomotopyStep step);
+
+}  // namespace zq

@@ -1,0 +1,244 @@
+// The iterative solvers of universal arms: homotopy Newton for six and seven
+// joints, the staged NLopt runs for other joint counts. Solutions are checked
+// with the independent double-precision chain of kinematics_reference.h.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "ik/dispatch.h"
+#include "ik/homotopy.h"
+#include "ik/ik_mode.h"
+#include "ik/nlopt_ik.h"
+#include "ik/solvers.h"
+#include "ik_test_util.h"
+#include "kinematics/mat.h"
+#include "kinematics/sys_data.h"
+
+namespace {
+
+using iktest::Arm;
+
+// Modified-DH chains with twists and offsets of no known model.
+const Arm kArm6 = {"odd6",
+                   9,
+                   6,
+                   false,
+                   false,
+                   {0.32, 0.04, -0.03, 0.36, 0.02, 0.09},
+                   {0, 0.11, 0.42, 0.05, 0.03, 0.01},
+                   {0, -80, 7, 84, -95, 78},
+                   {0, -30, 20, 0, 15, 0},
+                   -1,
+                   {1, 0, 0, 0, 0, 0},
+                   {360, 360, 360, 360, 360, 360},
+                   {-360, -360, -360, -360, -360, -360}};
+const Arm kArm7 = {"odd7",
+                   9,
+                   7,
+                   false,
+                   false,
+                   {0.3, 0.02, 0.33, -0.02, 0.3, 0.01, 0.08},
+                   {0, 0.03, 0.02, 0.05, -0.04, 0.02, 0.03},
+                   {0, -85, 80, 95, -82, 88, 93},
+                   {0, 10, 0, -20, 0, 30, 0},
+                   -1,
+                   {1, 0, 0, 0, 0, 0},
+                   {360, 360, 360, 360, 360, 360, 360},
+                   {-360, -360, -360, -360, -360, -360, -360}};
+const Arm kArm5 = {"odd5",
+                   9,
+                   5,
+                   false,
+                   false,
+                   {0.3, 0.03, 0.02, 0.35, 0.1},
+                   {0, 0.1, 0.4, 0.03, 0.02},
+                   {0, -80, 7, 84, -95},
+                   {0, -30, 20, 0, 15},
+                   -1,
+                   {1, 0, 0, 0, 0, 0},
+                   {360, 360, 360, 360, 360},
+                   {-360, -360, -360, -360, -360}};
+
+void load(const Arm& a) {
+    zq_dh_t dh{};
+    for (int i = 0; i < a.dof; ++i) {
+        dh.d[i] = static_cast<float>(a.d[i]);
+        dh.a[i] = static_cast<float>(a.a[i]);
+        dh.alpha[i] = static_cast<float>(a.alpha[i]);
+        dh.offset[i] = static_cast<float>(a.offset[i]);
+    }
+    zq_algo_init_sys_data_by_dh(ZQ_MODEL_ZQ_B_E, dh, a.dof);
+}
+
+zq_Mat_t target_of(const kinref::Mat4& T) {
+    zq_Mat_t m = zq::mat_zeros(4, 4);
+    for (int i = 0; i < 4; ++i)
+        for (int j = 0; j < 4; ++j) m.data[i][j] = static_cast<float>(T[i][j]);
+    return m;
+}
+
+class IkIterative : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        saved_step_ = zq::redundancy_step();
+        zq::set_redundancy_mode(0);  // traversal, without touching the pristine flag
+    }
+    void TearDown() override { zq::set_redundancy_step(saved_step_); }
+
+    // Random reachable targets solved through the exported function from a
+    // random reference: how many were solved, and how many answers were wrong.
+    void solve_random(const Arm& a, int n, unsigned seed, int* solved, int* wrong) {
+        load(a);
+        std::mt19937 rng(seed);
+        *solved = *wrong = 0;
+        for (int k = 0; k < n; ++k) {
+            const std::vector<double> q = iktest::random_inside(a, rng, 180.0);
+            const std::vector<double> ref = iktest::random_inside(a, rng, 180.0);
+            const kinref::Mat4 T = iktest::flange_of(a, q);
+            zq_inverse_kinematics_params_t p{};
+            for (int i = 0; i < a.dof; ++i) p.q_in[i] = static_cast<float>(ref[i]);
+            p.q_pose = iktest::pose_of(T);
+            float out[8] = {0};
+            if (zq_algo_inverse_kinematics(nullptr, &p, out) != 0) continue;
+            ++*solved;
+            *wrong += !iktest::solution_good(a, out, T);
+        }
+    }
+
+    float saved_step_ = zq::kTrackingStep;
+};
+
+// The method misses some targets (no start converges within its fixed
+// steps), but every answer it gives reproduces the target.
+TEST_F(IkIterative, RandomReachableTargetsOfSixAndSevenJoints) {
+    for (const Arm* a : {&kArm6, &kArm7}) {
+        int solved = 0, wrong = 0;
+        solve_random(*a, 16, 1, &solved, &wrong);
+        EXPECT_EQ(zq::get_model_code(), 9);
+        EXPECT_GE(solved, 12) << a->dof;
+        EXPECT_EQ(wrong, 0) << a->dof;
+    }
+}
+
+// Row i of the seed table is the exclusive-or of the direction vectors of the
+// set bits of i, to six decimals.
+TEST_F(IkIterative, SeedTableIsTheSobolSequence) {
+    struct Row {
+        int row, joint;
+        double value;
+    };
+    const Row rows[] = {
+        {0, 0, 0.0},  {0, 6, 0.0},   {1, 3, 0.5},        {2, 1, 0.75},       {3, 1, 0.25},
+        {3, 2, 0.75}, {5, 2, 0.375}, {149, 0, 0.660156}, {149, 6, 0.707031},  // 0.5 ^ 0.375 ^ 0.96875 ^
+                                                                              // 0.67578125 = 0.70703125
+    };
+    for (const Row& r : rows) EXPECT_NEAR(zq::homotopy_seed(r.row, r.joint), r.value, 1e-7) << r.row;
+}
+
+// Seeds that converge to one solution give it once; every solution kept
+// reproduces the target and differs from the others by 0.05 rad in a joint.
+TEST_F(IkIterative, CollectedSolutionsAreDistinctAndExact) {
+    load(kArm6);
+    const std::vector<double> q = {120, 45, -30, 60, -80, 10, 0, 0};
+    const kinref::Mat4 T = iktest::flange_of(kArm6, q);
+    zq::HomotopySolutions s;
+    zq::homotopy_collect(
+        target_of(T), 6,
+        [](const float Jn[6][7], const float F[6], float dq[7]) {
+            float A[6][6], inv[6][6] = {};
+            for (int i = 0; i < 6; ++i)
+                for (int j = 0; j < 6; ++j) A[i][j] = Jn[i][j];
+            zq::invert6(A, inv);
+            for (int i = 0; i < 6; ++i)
+                for (int j = 0; j < 6; ++j) dq[i] -= inv[i][j] * F[j];
+        },
+        &s);
+    ASSERT_GE(s.count, 2);
+    for (int k = 0; k < s.count; ++k) {
+        float deg[8] = {0};
+        for (int i = 0; i < 6; ++i) {
+            EXPECT_GE(s.q[k][i], -M_PI - 1e-6);
+            EXPECT_LT(s.q[k][i], M_PI + 1e-6);
+            deg[i] = static_cast<float>(s.q[k][i] / kinref::kDeg);
+        }
+        EXPECT_TRUE(iktest::solution_good(kArm6, deg, T)) << k;
+        for (int m = 0; m < k; ++m) {
+            float far = 0;
+            for (int i = 0; i < 6; ++i) far = std::fmax(far, std::fabs(s.q[k][i] - s.q[m][i]));
+            EXPECT_GE(far, 0.05f) << k << " " << m;
+        }
+    }
+}
+
+// The first seed starts at -pi in every joint, the anchor's mirror image at
+// +pi: a target there is found by that seed and counts like any other.
+TEST_F(IkIterative, TargetOfTheFirstSeedCounts) {
+    load(kArm6);
+    const std::vector<double> q = {180, 180, 180, 180, 180, 180, 0, 0};
+    const kinref::Mat4 T = iktest::flange_of(kArm6, q);
+    float ref[8] = {0}, out[8] = {0};
+    ASSERT_EQ(zq::homotopy_ik6(target_of(T), ref, out), 0);
+    float deg[8] = {0};
+    for (int i = 0; i < 6; ++i) deg[i] = static_cast<float>(out[i] / kinref::kDeg);
+    EXPECT_TRUE(iktest::solution_good(kArm6, deg, T));
+}
+
+// Out of reach: -1 after the seeds. Not finite: -1 at once, output untouched.
+// Solutions only outside the limits: -2.
+TEST_F(IkIterative, FailuresHaveTheirCodes) {
+    for (const Arm* a : {&kArm6, &kArm7}) {
+        load(*a);
+        const std::vector<double> q = {120, 45, -30, 60, -80, 10, 40, 0};
+        kinref::Mat4 T = iktest::flange_of(*a, q);
+        float ref[8] = {0}, out[8] = {7, 7, 7, 7, 7, 7, 7, 7};
+        zq::IkSolver solver = a->dof == 6 ? zq::homotopy_ik6 : zq::homotopy_ik7;
+        kinref::Mat4 far = T;
+        far[0][3] = 5.0;
+        EXPECT_EQ(solver(target_of(far), ref, out), zq::kIkNoSolution) << a->dof;
+        zq_Mat_t bad = target_of(T);
+        bad.data[1][3] = NAN;
+        EXPECT_EQ(solver(bad, ref, out), zq::kIkNoSolution);
+        ref[2] = NAN;
+        EXPECT_EQ(solver(target_of(T), ref, out), zq::kIkNoSolution);
+        for (float v : out) EXPECT_EQ(v, 7.0f);
+        ref[2] = 0;
+        float lo[8], hi[8];
+        for (int i = 0; i < 8; ++i) lo[i] = -5, hi[i] = 5;
+        zq_algo_set_joint_min_limit(lo);
+        zq_algo_set_joint_max_limit(hi);
+        EXPECT_EQ(solver(target_of(T), ref, out), zq::kIkOutsideLimits);
+    }
+    // The exported solve folds every failure into 1, NaN references included.
+    load(kArm6);
+    zq_inverse_kinematics_params_t p{};
+    p.q_pose = iktest::pose_of(iktest::flange_of(kArm6, std::vector<double>(8, 20.0)));
+    p.q_in[0] = NAN;
+    float out[8];
+    EXPECT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 1);
+}
+
+// A five-joint universal arm reaches the NLopt runs: L-BFGS gets to the target,
+// but the global run refuses its unbounded domain, so the answer is -1.
+TEST_F(IkIterative, FiveJointArmRunsTheStagedMinimisation) {
+    load(kArm5);
+    EXPECT_EQ(zq::get_dof(), 5);
+    const std::vector<double> q = {20, -30, 40, 25, -35, 0, 0, 0};
+    const kinref::Mat4 T = iktest::flange_of(kArm5, q);
+    float ref[8] = {0}, out[8] = {0};
+    for (int i = 0; i < 5; ++i) ref[i] = static_cast<float>((q[i] + 2.0) * kinref::kDeg);
+    zq::NloptReport r{};
+    EXPECT_EQ(zq::nlopt_ik_report(target_of(T), ref, out, &r), zq::kIkNoSolution);
+    EXPECT_EQ(r.cycles, 10);
+    EXPECT_LT(r.last_result, 0);
+    EXPECT_LE(r.staged_min, 1e-8);
+    zq_inverse_kinematics_params_t p{};
+    for (int i = 0; i < 5; ++i) p.q_in[i] = static_cast<float>(q[i] + 2.0);
+    p.q_pose = iktest::pose_of(T);
+    EXPECT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 1);
+    float ref_nan[8] = {NAN};
+    EXPECT_EQ(zq::nlopt_ik_report(target_of(T), ref_nan, out, &r), zq::kIkNoSolution);
+    EXPECT_EQ(r.cycles, 0);
+}
+
+}  // namespace
