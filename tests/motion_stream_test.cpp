@@ -109,7 +109,9 @@ TEST_F(MotionStreamTest, MotionStreamQuaternionChoosesTheForm) {
 
 TEST_F(MotionStreamTest, MotionStreamUnknownHandle) {
     zq_robot_handle stranger{};
+    float velocity[6] = {};
     zq_movev_canfd_mode_t v{};
+    v.cartesian_velocity = velocity;
     EXPECT_EQ(zq_movev_canfd(&stranger, v), -1);
     zq_movej_canfd_mode_t j{};
     EXPECT_EQ(zq_movej_canfd(&stranger, j), -1);

@@ -122,8 +122,10 @@ TEST_F(SessionPool, JointCountAccessorsCheckTheirRange) {
     zq_robot_handle* h = connect();
     EXPECT_EQ(zq::read_joint_count(h), 6);
     EXPECT_EQ(zq::set_joint_count(h, 11), -2);
-    EXPECT_EQ(zq::set_joint_count(h, 7), 0);
-    EXPECT_EQ(zq::read_joint_count(h), 7);
+    EXPECT_EQ(zq::set_joint_count(h, 10), 0);  // cut, and never raised
+    EXPECT_EQ(zq::read_joint_count(h), 6);
+    EXPECT_EQ(zq::set_joint_count(h, 5), 0);
+    EXPECT_EQ(zq::read_joint_count(h), 5);
     zq_robot_handle stranger{};
     EXPECT_EQ(zq::read_joint_count(&stranger), -1);
     EXPECT_EQ(zq::set_joint_count(&stranger, 6), -1);

@@ -1,5 +1,6 @@
 // Arm Cartesian limits, arm initialisation and the collision stage: single
 // values, shape S to set and shape G to get.
+#include "session/wire_input.h"
 #include "commands/catalogue.h"
 #include "zq_api.h"
 
@@ -48,6 +49,7 @@ int set_value(const ArmRow& row, zq_robot_handle* handle, int32_t wire_value) {
 }
 
 int set_scaled(const ArmRow& row, zq_robot_handle* handle, float value) {
+    if (!value_ok(value, row.scale)) return refuse_input(row.fn);
     return set_value(row, handle, scale_double(value, row.scale));
 }
 

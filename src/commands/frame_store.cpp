@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "session/wire_input.h"
 #include "commands/catalogue.h"
 #include "commands/wire_forms.h"
 #include "session/log.h"
@@ -60,6 +61,8 @@ int frame_set(const FrameSetRow& row, zq_robot_handle* handle, zq_send_value_t* 
 
 // The request of a manual or updated tool frame.
 int tool_frame_set(const FrameSetRow& row, zq_robot_handle* handle, const zq_frame_t& frame) {
+    const float at[3] = {frame.x, frame.y, frame.z};
+    if (!pose_ok(frame.pose) || !value_ok(frame.payload, 1000.0) || !values_ok(at, 3, 1e6)) return refuse_input(row.fn);
     char name[sizeof frame.frame_name + 1];
     copy_name(name, frame.frame_name, sizeof frame.frame_name);
     const int32_t position[3] = {micro(frame.x), micro(frame.y), micro(frame.z)};
@@ -77,6 +80,7 @@ int named_set(const FrameSetRow& row, zq_robot_handle* handle, const char* key, 
 }
 
 int work_frame_set(const FrameSetRow& row, zq_robot_handle* handle, const char* name, const zq_pose_t& pose) {
+    if (!pose_ok(pose)) return refuse_input(row.fn);
     int32_t wire[6];
     pose_to_wire(pose, wire);
     zq_send_value_t values[] = {{}, send_str("frame_name", name), send_ints("frame_pose", wire, 6)};
@@ -140,6 +144,8 @@ int zq_generate_auto_tool_frame(zq_robot_handle* handle, const char* name, float
     const char* fn = "zq_generate_auto_tool_frame";
     int generation = 0;
     if (read_handle(handle, [&](const zq_robot_handle& h) { generation = h.controller_version; }) != 0) return -1;
+    const float at[3] = {x, y, z};
+    if (!value_ok(payload, 1000.0) || !values_ok(at, 3, 1e6)) return refuse_input(fn);
     const int32_t position[3] = {micro(x), micro(y), micro(z)};
     zq_send_value_t values[] = {send_str("command", "generate_auto_tool_frame"), send_str("tool_name", name),
                                 send_int("payload", scale_double(payload, 1000.0)), send_ints("position", position, 3)};
@@ -248,6 +254,10 @@ int zq_set_DH_data(zq_robot_handle* handle, zq_dh_t dh) {
     DhRows rows;
     int rc = dh_rows(fn, handle, &rows);
     if (rc != 0) return rc;
+    const int checked = rows.count < 8 ? rows.count : 8;
+    if (!values_ok(dh.alpha, checked, 1000.0) || !values_ok(dh.a, checked, 1e6) || !values_ok(dh.d, checked, 1e6) ||
+        !values_ok(dh.offset, checked, 1000.0))
+        return refuse_input(fn);
     int32_t wire[10][4] = {};
     zq_send_value_t values[11] = {send_str("command", "set_DH_data")};
     for (int i = 0; i < rows.count; ++i) {

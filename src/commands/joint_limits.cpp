@@ -1,4 +1,5 @@
 // Joint limits: queries with their copies in the handle.
+#include "session/wire_input.h"
 #include "commands/catalogue.h"
 #include "zq_api.h"
 
@@ -7,7 +8,8 @@ namespace {
 
 float per_mille(int32_t v) { return static_cast<float>(v) / 1000.0f; }
 // Speed limits travel in sixths: integer × 6, then ÷ 1000 in single precision.
-float speed_from_wire(int32_t v) { return static_cast<float>(v * 6) / 1000.0f; }
+// Sixths of a degree per second: widened, so that no controller value overflows.
+float speed_from_wire(int32_t v) { return static_cast<float>(static_cast<int64_t>(v) * 6) / 1000.0f; }
 float acc_from_wire(int32_t v) { return static_cast<float>(v) * 6.0f / 1000.0f; }
 
 struct JointArrayQuery {
@@ -99,11 +101,13 @@ const JointSetRow kSetClearErr{"zq_set_joint_clear_err", "set_joint_clear_err", 
 
 int set_joint(const JointSetRow& row, zq_robot_handle* handle, int joint_num, float value, int ivalue,
               int timeout_ms) {
+    if ((row.request == Request::Sixths || row.request == Request::PerMille) && !value_ok(value, 1000.0))
+        return refuse_input(row.fn);
     int32_t pair[2] = {joint_num, 0};
     zq_send_value_t values[2] = {send_str("command", row.command)};
     switch (row.request) {
         case Request::Sixths:
-            pair[1] = static_cast<int32_t>(static_cast<double>(value) / 6.0 * 1000.0);
+            pair[1] = saturate_int32(static_cast<double>(value) / 6.0 * 1000.0);
             values[1] = send_ints(row.key, pair, 2);
             break;
         case Request::PerMille:
@@ -224,7 +228,7 @@ int zq_set_joint_clear_err(zq_robot_handle* handle, int joint_num) {
 int zq_auto_set_joint_limit(zq_robot_handle* handle, int limit_mode) {
     const char* fn = "zq_auto_set_joint_limit";
     zq_send_value_t values[] = {zq::send_str("command", "auto_set_joint_limit"), zq::send_int("limit_mode", limit_mode)};
-    int rc = zq::cat::set(fn, handle, values, 2, "auto_set_joint_limit", "limit_mode", zq::query_timeout() + 3000);
+    int rc = zq::cat::set(fn, handle, values, 2, "auto_set_joint_limit", "limit_mode", zq::add_ms(zq::query_timeout(), 3000));
     if (rc != 0) return rc;
     float scratch[10];
     zq::query_joint_array(zq::kMinPos, handle, scratch);

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "session/wire_input.h"
 #include "commands/catalogue.h"
 #include "session/log.h"
 #include "zq_api.h"
@@ -69,8 +70,9 @@ int zq_set_init_pose(zq_robot_handle* handle, const float* joint) {
     const char* fn = "zq_set_init_pose";
     const int dof = cat::joint_count(fn, handle);
     if (dof < 0) return -1;
+    if (!joints_ok(joint, dof)) return refuse_input(fn);
     int32_t wire[10] = {0};
-    for (int i = 0; i < dof && joint; ++i) wire[i] = scale_double(joint[i], 1000.0);
+    for (int i = 0; i < dof; ++i) wire[i] = scale_double(joint[i], 1000.0);
     zq_send_value_t values[] = {send_str("command", "set_init_pose"), send_ints("init_pose", wire, dof)};
     return cat::set(fn, handle, values, 2, "set_init_pose", "init_pose", query_timeout());
 }
@@ -152,10 +154,10 @@ int zq_get_joint_software_version(zq_robot_handle* handle, int* version, zq_vers
     int texts = 0, ints = 0;
     for (const cJSON* el = list->child; el; el = el->next) {
         if (cJSON_IsString(el)) {
-            if (text && texts < 10) std::snprintf(text[texts].version, sizeof text[texts].version, "%s", el->valuestring);
+            if (text && texts < kMaxJoints) std::snprintf(text[texts].version, sizeof text[texts].version, "%s", el->valuestring);
             ++texts;
         } else {
-            if (version && ints < 10) version[ints] = el->valueint;
+            if (version && ints < kMaxJoints) version[ints] = el->valueint;
             ++ints;
         }
     }

@@ -1,5 +1,6 @@
 // Streaming of joint currents: switched on and off on the controller, and
 // checked before every set point.
+#include "session/wire_input.h"
 #include "commands/catalogue.h"
 #include "motion/stream.h"
 #include "session/log.h"
@@ -38,8 +39,9 @@ int zq_current_canfd(zq_robot_handle* handle, float* current) {
     }
     const int dof = cat::joint_count(fn, handle);
     if (dof < 0) return -1;
+    if (!values_ok(current, dof, 1000.0)) return refuse_input(fn);
     int32_t c[10] = {0};
-    for (int i = 0; i < dof && current; ++i) c[i] = scale_double(current[i], 1000.0);
+    for (int i = 0; i < dof; ++i) c[i] = scale_double(current[i], 1000.0);
     const zq_send_value_t values[] = {send_str("command", "current_canfd"), send_ints("current", c, dof)};
     return motion::send_unanswered(fn, handle, values, 2);
 }

@@ -5,6 +5,7 @@
 
 #include "motion/move_family.h"
 #include "session/log.h"
+#include "session/wire_input.h"
 
 namespace zq::motion {
 namespace {
@@ -62,6 +63,7 @@ extern "C" int zq_movec(zq_robot_handle* handle, zq_pose_t pose_via, zq_pose_t p
         log_error("[%s] trajectory_connect check err! \n", kMoveC.fn);
         return -6;
     }
+    if (!pose_ok(pose_via) || !pose_ok(pose_to)) return refuse_input(kMoveC.fn);
     char buf[kMovecBuffer];
     const int len = print_movec(pose_via, pose_to, v, r, loop, trajectory_connect, buf);
     if (len < 1 || send_movec(handle, buf, len, block) != 0) return -1;

@@ -3,6 +3,7 @@
 #include "motion/move_family.h"
 
 #include "commands/catalogue.h"
+#include "session/wire_input.h"
 
 namespace zq::motion {
 
@@ -24,6 +25,7 @@ int send_move(const MoveRow& row, zq_robot_handle* handle, const zq_send_value_t
 // "v", "pose", "trajectory_connect", "r": the members of the pose moves.
 int pose_move(const MoveRow& row, zq_robot_handle* handle, const zq_pose_t& pose, int v, int r,
               int trajectory_connect, int block) {
+    if (!pose_ok(pose)) return refuse_input(row.fn);
     const WirePose p = wire_pose(pose);
     const zq_send_value_t values[] = {send_str("command", row.command), send_int("v", v), send_ints("pose", p.v, 6),
                                       send_int("trajectory_connect", trajectory_connect), send_int("r", r)};
@@ -41,8 +43,9 @@ extern "C" {
 int zq_movej(zq_robot_handle* handle, const float* joint, int v, int r, int trajectory_connect, int block) {
     const int dof = cat::joint_count(kMoveJ.fn, handle);
     if (dof < 0) return -1;
+    if (!joints_ok(joint, dof)) return refuse_input(kMoveJ.fn);
     int32_t q[10] = {0};
-    for (int i = 0; i < dof && joint; ++i) q[i] = scale_double(joint[i], 1000.0);
+    for (int i = 0; i < dof; ++i) q[i] = scale_double(joint[i], 1000.0);
     const zq_send_value_t values[] = {send_str("command", kMoveJ.command), send_int("v", v), send_ints("joint", q, dof),
                                       send_int("trajectory_connect", trajectory_connect), send_int("r", r)};
     return send_move(kMoveJ, handle, values, 5, block, trajectory_connect);
@@ -65,6 +68,7 @@ int zq_movel_offset(zq_robot_handle* handle, zq_pose_t offset, int v, int r, int
     int version = 0;
     if (read_handle(handle, [&](const zq_robot_handle& h) { version = h.controller_version; }) != 0) return -1;
     if (version == 3) return -7;
+    if (!pose_ok(offset)) return refuse_input(kMoveLOffset.fn);
     const WirePose p = wire_pose(offset);
     const zq_send_value_t values[] = {send_str("command", kMoveLOffset.command), send_int("v", v),
                                       send_ints("offset", p.v, 6), send_int("trajectory_connect", trajectory_connect),

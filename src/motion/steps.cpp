@@ -1,6 +1,7 @@
 // Steps: one joint, or the tool along or about one axis, by a given amount.
 #include "commands/catalogue.h"
 #include "motion/completion.h"
+#include "session/wire_input.h"
 
 namespace zq::motion {
 namespace {
@@ -52,6 +53,7 @@ using namespace zq::motion;
 extern "C" {
 
 int zq_set_joint_step(zq_robot_handle* handle, int joint_num, float step, int v, int block) {
+    if (!value_ok(step, 1000.0)) return refuse_input(kJointStep.fn);
     const int32_t joint_step[2] = {joint_num, scale_single(step, 1000.0f)};
     const zq_send_value_t values[] = {send_str("command", kJointStep.command), send_ints("joint_step", joint_step, 2),
                                       send_int("v", v)};
@@ -59,10 +61,12 @@ int zq_set_joint_step(zq_robot_handle* handle, int joint_num, float step, int v,
 }
 
 int zq_set_pos_step(zq_robot_handle* handle, zq_pos_teach_type_e type, float step, int v, int block) {
+    if (!value_ok(step, 1e6)) return refuse_input(kPosStep.fn);
     return cartesian_step(kPosStep, handle, type, scale_single(step, 1000000.0f), v, block);
 }
 
 int zq_set_ort_step(zq_robot_handle* handle, zq_ort_teach_type_e type, float step, int v, int block) {
+    if (!value_ok(step, 1000.0)) return refuse_input(kOrtStep.fn);
     return cartesian_step(kOrtStep, handle, type, scale_single(step, 1000.0f), v, block);
 }
 

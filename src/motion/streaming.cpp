@@ -3,6 +3,7 @@
 #include "motion/move_family.h"
 #include "motion/stream.h"
 #include "session/log.h"
+#include "session/wire_input.h"
 
 namespace zq::motion {
 
@@ -48,10 +49,11 @@ int zq_movej_canfd(zq_robot_handle* handle, zq_movej_canfd_mode_t config) {
     const char* fn = "zq_movej_canfd";
     const int dof = cat::joint_count(fn, handle);
     if (dof < 0) return -1;
+    if (!joints_ok(config.joint, dof) || !value_ok(config.expand, 1000.0)) return refuse_input(fn);
     check_radio(fn, "[%s] zq_movej_canfd_mode_t config warn, invaild radio: %d!\n", config.trajectory_mode,
                 config.radio);
     int32_t q[10] = {0};
-    for (int i = 0; i < dof && config.joint; ++i) q[i] = scale_double(config.joint[i], 1000.0);
+    for (int i = 0; i < dof; ++i) q[i] = scale_double(config.joint[i], 1000.0);
     const zq_send_value_t values[] = {send_str("command", "movej_canfd"), send_ints("joint", q, dof),
                                       send_bool("follow", config.follow),
                                       send_int("expand", scale_single(config.expand, 1000.0f)),
@@ -62,6 +64,7 @@ int zq_movej_canfd(zq_robot_handle* handle, zq_movej_canfd_mode_t config) {
 
 int zq_movep_canfd(zq_robot_handle* handle, zq_movep_canfd_mode_t config) {
     const char* fn = "zq_movep_canfd";
+    if (!pose_ok(config.pose)) return refuse_input(fn);
     check_radio(fn, "[%s] zq_movep_canfd_mode_t config warn, invaild radio: %d!\n", config.trajectory_mode,
                 config.radio);
     const StreamPose p = stream_pose(config.pose);
@@ -74,10 +77,12 @@ int zq_movep_canfd(zq_robot_handle* handle, zq_movep_canfd_mode_t config) {
 
 int zq_movev_canfd(zq_robot_handle* handle, zq_movev_canfd_mode_t config) {
     const char* fn = "zq_movev_canfd";
+    const float* vel = config.cartesian_velocity;
+    if (!values_ok(vel, 3, 1e6) || !values_ok(vel ? vel + 3 : nullptr, 3, 1000.0)) return refuse_input(fn);
     check_radio(fn, "[%s] zq_movev_canfd_mode_t config warn, invaild radio: %d!\n", config.trajectory_mode,
                 config.radio);
     int32_t v[6] = {0};
-    for (int i = 0; i < 6 && config.cartesian_velocity; ++i)
+    for (int i = 0; i < 6; ++i)
         v[i] = scale_double(config.cartesian_velocity[i], i < 3 ? 1000000.0 : 1000.0);
     const zq_send_value_t values[] = {send_str("command", "movev_canfd"), send_ints("cartesian_velocity", v, 6),
                                       send_bool("follow", config.follow),
@@ -90,13 +95,15 @@ int zq_movej_follow(zq_robot_handle* handle, float* joint) {
     const char* fn = "zq_movej_follow";
     const int dof = cat::joint_count(fn, handle);
     if (dof < 0) return -1;
+    if (!joints_ok(joint, dof)) return refuse_input(fn);
     int32_t q[10] = {0};
-    for (int i = 0; i < dof && joint; ++i) q[i] = scale_double(joint[i], 1000.0);
+    for (int i = 0; i < dof; ++i) q[i] = scale_double(joint[i], 1000.0);
     const zq_send_value_t values[] = {send_str("command", "movej_follow"), send_ints("joint", q, dof)};
     return send_unanswered(fn, handle, values, 2);
 }
 
 int zq_movep_follow(zq_robot_handle* handle, zq_pose_t pose) {
+    if (!pose_ok(pose)) return refuse_input("zq_movep_follow");
     const StreamPose p = stream_pose(pose);
     const zq_send_value_t values[] = {send_str("command", "movep_follow"), send_ints(p.key, p.v, p.count)};
     return send_unanswered("zq_movep_follow", handle, values, 2);

@@ -47,6 +47,7 @@ extern "C" int zq_movecmd_singlemode_parse(zq_robot_handle* handle, int rounds, 
         char out[zq::motion::kMoveReply] = {0};
         int n = zq_command_exchange("zq_movecmd_singlemode_parse", handle, nullptr, 0, "current_trajectory_state",
                                     out, sizeof out, 1000);
+        if (n == -1) return -1;  // the arm left the pool
         if (n < 1) continue;
         int dev = -1, connect = -1;
         int state = zq_parse_trajectory_state(out, &dev, &connect);

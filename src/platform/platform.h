@@ -42,6 +42,9 @@ long recv_bytes(socket_t s, void* buf, size_t cap);
 // Receives one datagram; fills the sender's dotted address (at least 16 bytes) and port.
 long recv_datagram(socket_t s, void* buf, size_t cap, char* ip_out, size_t ip_cap, int* port_out);
 void close_socket(socket_t s);
+// Ends both directions of a connected socket without closing it, so that a
+// reader blocked on it wakes with end of stream.
+void shutdown_socket(socket_t s);
 
 int last_error();                 // the system's error number of the last call
 bool is_would_block(int error);   // would-block or try-again
@@ -74,6 +77,9 @@ int wait_readable_one(socket_t s, int timeout_ms);
 // ---- time ---------------------------------------------------------------
 uint64_t monotonic_ms();
 uint64_t monotonic_us();
+// High-resolution counter for timing spans: ticks, and ticks per second.
+uint64_t counter_ticks();
+uint64_t counter_frequency();
 void sleep_ms(int ms);
 struct LocalTime {
     int year, month, day, hour, minute, second;

@@ -105,6 +105,10 @@ void close_socket(socket_t s) {
     if (s >= 0) ::close(s);
 }
 
+void shutdown_socket(socket_t s) {
+    if (s >= 0) ::shutdown(s, SHUT_RDWR);
+}
+
 int last_error() { return errno; }
 bool is_would_block(int error) { return error == EAGAIN || error == EWOULDBLOCK; }
 
@@ -194,6 +198,14 @@ uint64_t monotonic_us() {
     clock_gettime(CLOCK_MONOTONIC, &ts);
     return static_cast<uint64_t>(ts.tv_sec) * 1000000u + static_cast<uint64_t>(ts.tv_nsec) / 1000u;
 }
+
+uint64_t counter_ticks() {
+    timespec ts{};
+    clock_gettime(CLOCK_MONOTONIC, &ts);
+    return static_cast<uint64_t>(ts.tv_sec) * 1000000000u + static_cast<uint64_t>(ts.tv_nsec);
+}
+
+uint64_t counter_frequency() { return 1000000000u; }
 
 void sleep_ms(int ms) {
     if (ms <= 0) return;

@@ -2,12 +2,14 @@
 // key, parse the reply by table.
 #include "session/exchange.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
 
 #include "session/log.h"
 #include "session/trajectory_save.h"
+#include "session/wire_input.h"
 
 namespace zq {
 namespace {
@@ -18,17 +20,31 @@ namespace pf = platform;
 // but a waiter wakes as soon as its message arrives.
 int wait_budget_ms(int timeout_ms) { return timeout_ms / 2 > 0 ? (timeout_ms / 2) * 2 : 0; }
 
+using Clock = std::chrono::steady_clock;
+
 int wait_in_fifo(zq_robot_session& s, const char* key, char* out, int capacity, int budget_ms) {
     ReplyFifo& fifo = *s.fifo_handle;
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(budget_ms);
+    const auto deadline = Clock::now() + std::chrono::milliseconds(budget_ms);
     std::unique_lock<pf::Mutex> lock(fifo.lock);
     for (;;) {
         int n = fifo.take(key, out, capacity);
         if (n >= 0) return n;
+        if (s.deleted.load(std::memory_order_acquire)) return -1;
         if (fifo.filed.wait_until(lock, deadline) == std::cv_status::timeout) {
             n = fifo.take(key, out, capacity);
             return n >= 0 ? n : -1;
         }
+    }
+}
+
+// Sleeps `ms`, or less when the session leaves the pool.
+void sleep_on_session(zq_robot_session& s, int ms) {
+    if (ms <= 0) return;
+    ReplyFifo& fifo = *s.fifo_handle;
+    const auto deadline = Clock::now() + std::chrono::milliseconds(ms);
+    std::unique_lock<pf::Mutex> lock(fifo.lock);
+    while (!s.deleted.load(std::memory_order_acquire)) {
+        if (fifo.filed.wait_until(lock, deadline) == std::cv_status::timeout) return;
     }
 }
 
@@ -38,69 +54,127 @@ const char* key_of_line(const cJSON* root) {
     return cJSON_IsString(item) ? item->valuestring : nullptr;
 }
 
-// Single-thread mode: the caller reads its own socket and assembles lines.
-// Returns the line's length with CR LF, or -1 when the budget is spent.
-int wait_on_socket(zq_robot_session& s, const char* key, char* out, int capacity, int budget_ms) {
-    std::lock_guard<pf::Mutex> reader(s.line_lock);
-    s.line_len = 0;
-    if (!s.socket || s.socket->fd <= 0) {
-        pf::sleep_ms(budget_ms);
-        return -1;
+bool someone_waits_for(const zq_robot_session& s, const char* key) {
+    for (const char* k : s.waiting_keys) {
+        if (std::strcmp(k, key) == 0) return true;
     }
-    const uint64_t deadline = pf::monotonic_ms() + static_cast<uint64_t>(budget_ms);
-    std::vector<char> chunk(static_cast<size_t>(capacity > 0 ? capacity : 1));
+    return false;
+}
+
+constexpr int kReaderClosed = -3;
+
+// Single-thread mode, the reader's part: assembles lines from `bytes`. A line
+// with `key` is copied to `out` and its length returned; the bytes after it
+// are kept for the next reader. A line another waiter of this session waits
+// for is filed in the FIFO; any other line is dropped. -1: no match yet.
+int assemble_lines(zq_robot_session& s, const char* key, const char* bytes, int len, char* out, int capacity) {
+    for (int i = 0; i < len; ++i) {
+        char* line = s.line.data();
+        line[s.line_len++] = bytes[i];
+        if (s.line_len >= kLineBufferSize) {
+            s.line_len = 0;
+            continue;
+        }
+        const int n = s.line_len;
+        if (!(n >= 6 && line[n - 1] == '\n' && line[n - 2] == '\r')) continue;
+        s.line_len = 0;
+        cJSON* root = cJSON_ParseWithLength(line, static_cast<size_t>(n));
+        if (!root) continue;
+        const char* k = key_of_line(root);
+        if (!k && cJSON_GetObjectItemCaseSensitive(root, "point")) {
+            trajectory_route_point_single(line, n, s.session_id);
+            cJSON_Delete(root);
+            continue;
+        }
+        const bool match = k && std::strcmp(k, key) == 0;
+        if (!match && k) {
+            ReplyFifo& fifo = *s.fifo_handle;
+            std::lock_guard<pf::Mutex> lock(fifo.lock);
+            if (someone_waits_for(s, k)) fifo.file(k, line, n - 2);
+        }
+        cJSON_Delete(root);
+        if (!match) continue;
+        s.unread.assign(bytes + i + 1, bytes + len);
+        int copied = n < capacity - 1 ? n : capacity - 1;
+        if (copied < 0) copied = 0;
+        std::memset(out, 0, static_cast<size_t>(capacity));
+        std::memcpy(out, line, static_cast<size_t>(copied));
+        log_debug("thread_socket_receive len %d robot_handle: %d message:%.*s\n", copied, s.session_id, copied, out);
+        return copied;
+    }
+    return -1;
+}
+
+// Single-thread mode, the reader's part: reads the socket until a line with
+// `key` comes (its length), the deadline passes (-1) or the stream ends
+// (kReaderClosed).
+int read_socket_for(zq_robot_session& s, const char* key, char* out, int capacity, Clock::time_point deadline) {
+    if (!s.socket || s.socket->fd <= 0) return kReaderClosed;
+    std::vector<char> chunk;
+    chunk.swap(s.unread);
+    int n = assemble_lines(s, key, chunk.data(), static_cast<int>(chunk.size()), out, capacity);
+    if (n >= 0) return n;
+    chunk.resize(static_cast<size_t>(capacity > 0 ? capacity : 1));
     for (;;) {
-        const uint64_t now = pf::monotonic_ms();
-        if (now >= deadline) return -1;
-        int remaining = static_cast<int>(deadline - now);
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        if (left <= 0) return -1;
+        const int remaining = left > 2147483647 ? 2147483647 : static_cast<int>(left);
         // While trajectory data flows, idle time is counted in 2 ms polls.
         const bool counting = trajectory_data_seen();
         int slice = counting && remaining > 2 ? 2 : remaining;
         int ready = pf::wait_readable_one(s.socket->fd, slice);
         int got = ready > 0 ? s.socket->zq_socket_recv(s.socket, chunk.data(), static_cast<int>(chunk.size())) : -2;
-        if (got == -1) {  // the peer closed: nothing more can come in this budget
-            const uint64_t t = pf::monotonic_ms();
-            pf::sleep_ms(deadline > t ? static_cast<int>(deadline - t) : 0);
-            return -1;
-        }
+        if (got == -1) return kReaderClosed;
         if (got <= 0) {
             if (counting) trajectory_idle_poll();
             continue;
         }
-        for (int i = 0; i < got; ++i) {
-            char* line = s.line.data();
-            line[s.line_len++] = chunk[static_cast<size_t>(i)];
-            if (s.line_len >= kLineBufferSize) {
-                s.line_len = 0;
-                continue;
+        n = assemble_lines(s, key, chunk.data(), got, out, capacity);
+        if (n >= 0) return n;
+    }
+}
+
+// Single-thread mode: the waiting callers of a session take turns at
+// reading its socket. The reader files what the others wait for, so every
+// caller keeps its own budget and gets its own reply.
+int wait_on_socket(zq_robot_session& s, const char* key, char* out, int capacity, int budget_ms) {
+    ReplyFifo& fifo = *s.fifo_handle;
+    const auto deadline = Clock::now() + std::chrono::milliseconds(budget_ms);
+    std::unique_lock<pf::Mutex> lock(fifo.lock);
+    s.waiting_keys.push_back(key);
+    bool closed = false;
+    int result = -1;
+    for (;;) {
+        int n = fifo.take(key, out, capacity);
+        if (n >= 0) {
+            result = n;
+            break;
+        }
+        if (s.deleted.load(std::memory_order_acquire) || Clock::now() >= deadline) break;
+        if (!closed && !s.reader_active) {
+            s.reader_active = true;
+            lock.unlock();
+            n = read_socket_for(s, key, out, capacity, deadline);
+            lock.lock();
+            s.reader_active = false;
+            fifo.filed.notify_all();  // another waiter may read now
+            if (n >= 0) {
+                result = n;
+                break;
             }
-            const int n = s.line_len;
-            if (!(n >= 6 && line[n - 1] == '\n' && line[n - 2] == '\r')) continue;
-            cJSON* root = cJSON_ParseWithLength(line, static_cast<size_t>(n));
-            if (!root) {
-                s.line_len = 0;
-                continue;
-            }
-            const char* k = key_of_line(root);
-            if (!k && cJSON_GetObjectItemCaseSensitive(root, "point")) {
-                trajectory_route_point_single(line, n, s.session_id);
-                cJSON_Delete(root);
-                s.line_len = 0;
-                continue;
-            }
-            const bool match = k && std::strcmp(k, key) == 0;
-            cJSON_Delete(root);
-            s.line_len = 0;
-            if (!match) continue;  // another message: dropped in this mode
-            int copied = n < capacity - 1 ? n : capacity - 1;
-            if (copied < 0) copied = 0;
-            std::memset(out, 0, static_cast<size_t>(capacity));
-            std::memcpy(out, line, static_cast<size_t>(copied));
-            log_debug("thread_socket_receive len %d robot_handle: %d message:%.*s\n", copied, s.session_id, copied,
-                      out);
-            return copied;
+            closed = n == kReaderClosed;
+            continue;
+        }
+        // The peer closed: nothing more can come in this budget.
+        fifo.filed.wait_until(lock, deadline);
+    }
+    for (auto it = s.waiting_keys.begin(); it != s.waiting_keys.end(); ++it) {
+        if (*it == key) {
+            s.waiting_keys.erase(it);
+            break;
         }
     }
+    return result;
 }
 
 const cJSON* reply_scope(const cJSON* root, bool* wrapped) {
@@ -111,6 +185,11 @@ const cJSON* reply_scope(const cJSON* root, bool* wrapped) {
 }
 
 }  // namespace
+int refuse_input(const char* fn) {
+    log_error("[%s] input refused: a missing array, or a number that is not finite or out of range\n", fn);
+    return -4;
+}
+
 }  // namespace zq
 
 using namespace zq;
@@ -189,22 +268,22 @@ int zq_wait_reply(const char* function_name, zq_robot_session* session, const ch
 
 int zq_command_exchange(const char* function_name, zq_robot_handle* handle, const zq_send_value_t* values,
                         int count, const char* reply_key, char* out, int capacity, int timeout_ms) {
-    std::shared_lock<pf::RwLock> lock(pool_lock());
-    zq_robot_session* session = find_session(handle);
+    // The session is held by reference, not under the pool lock, so that a
+    // delete or a store into a handle never waits for a command's wait.
+    SessionRef session = session_ref(handle);
     if (!session) return -1;
     const char* command = values && values[0].type == ZQ_VALUE_STRING && values[0].value.str ? values[0].value.str : "";
-    if (values && zq_send_request(function_name, session, values, count) != 0) {
-        lock.unlock();
+    if (values && zq_send_request(function_name, session.get(), values, count) != 0) {
         log_error("[%s] %s send error\n", function_name, command);
         return -1;
     }
     if (!reply_key) {
-        pf::sleep_ms(timeout_ms);
+        sleep_on_session(*session, timeout_ms);
         return 0;
     }
-    int n = zq_wait_reply(function_name, session, reply_key, out, capacity, timeout_ms);
-    lock.unlock();
+    int n = zq_wait_reply(function_name, session.get(), reply_key, out, capacity, timeout_ms);
     if (n > 0) return n;
+    if (session->deleted.load(std::memory_order_acquire)) return -1;
     if (values) {
         log_error("[%s] %s revice error\n", function_name, command);
     } else if (std::strcmp(reply_key, "point") == 0) {

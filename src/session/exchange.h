@@ -116,9 +116,16 @@ inline zq_key_value_t reply_entry(zq_value_type_e type, const char* key, int32_t
     return e;
 }
 
-// Wire scaling, truncating toward zero.
-inline int32_t scale_double(float v, double factor) { return static_cast<int32_t>(static_cast<double>(v) * factor); }
-inline int32_t scale_single(float v, float factor) { return static_cast<int32_t>(v * factor); }
+// Wire scaling, truncating toward zero. A value that no 32-bit integer holds
+// saturates (NaN gives 0); commands refuse such caller input beforehand.
+inline int32_t saturate_int32(double x) {
+    if (!(x == x)) return 0;
+    if (x >= 2147483647.0) return 2147483647;
+    if (x <= -2147483648.0) return -2147483647 - 1;
+    return static_cast<int32_t>(x);
+}
+inline int32_t scale_double(float v, double factor) { return saturate_int32(static_cast<double>(v) * factor); }
+inline int32_t scale_single(float v, float factor) { return saturate_int32(static_cast<double>(v * factor)); }
 inline float unscale(int32_t v, float factor) { return static_cast<float>(v) / factor; }
 
 }  // namespace zq

@@ -40,8 +40,16 @@ void ReplyFifo::store(int slot, const char* text, int len) {
 
 void ReplyFifo::set_key(int slot, const char* key) {
     FifoEntry& e = fifo[slot];
+    e.valid = 0;  // a reused entry never shows its old text under the new key
     std::memset(e.key, 0, sizeof e.key);
     if (key) std::snprintf(e.key, sizeof e.key, "%s", key);
+}
+
+void ReplyFifo::file(const char* key, const char* text, int len) {
+    const int slot = begin_store();
+    if (slot < 0) return;
+    set_key(slot, key);
+    store(slot, text, len);
 }
 
 int ReplyFifo::take(const char* key, char* out, int cap) {

@@ -32,11 +32,15 @@ struct ReplyFifo {
     // Counts one framed message and finds the entry it may go to, or -1 when
     // the FIFO is full. Caller holds `lock`.
     int begin_store();
-    // Replaces the key of entry `slot` (null clears it). Caller holds `lock`.
+    // Replaces the key of entry `slot` (null clears it) and invalidates the
+    // entry until its new text is stored. Caller holds `lock`.
     void set_key(int slot, const char* key);
     // Stores the text (cut to the entry's size) into entry `slot`, marks it
     // valid and wakes the waiters. Caller holds `lock`.
     void store(int slot, const char* text, int len);
+    // Files one message under its key: begin_store, set_key and store in
+    // one step. Caller holds `lock`.
+    void file(const char* key, const char* text, int len);
     // Takes the first valid entry with this key: copies at most cap - 1 bytes
     // and a terminator, zeroes the entry, returns the stored length or -1.
     // Caller holds `lock`.

@@ -72,21 +72,40 @@ void abandon_sends(const zq_robot_handle* handle) {
     }
 }
 
-void join_thread(pf::Thread& t) {
-    if (!t.joinable()) return;
-    if (t.get_id() == std::this_thread::get_id()) {
-        t.detach();  // called from a callback on this very thread: it ends by itself
-    } else {
-        t.join();
-    }
-}
+thread_local bool t_library_thread = false;
 
+// Wakes the receive threads to see the stop flag, and joins them. A callback
+// (on one of those threads) only wakes them: a library thread joining
+// another could wait on a thread that waits on it. The application's
+// destroy, or the exit handler, joins them. Whoever takes the threads out
+// joins them outside the lock, so a second destroy never waits on the first.
 void stop_threads() {
-    std::lock_guard<pf::Mutex> lock(g_threads_lock);
     g_recv_waker.wake();
     udp_listener_waker().wake();
-    join_thread(g_recv_thread);
-    join_thread(g_udp_thread);
+    if (t_library_thread) return;
+    pf::Thread recv, udp;
+    {
+        std::lock_guard<pf::Mutex> lock(g_threads_lock);
+        recv = std::move(g_recv_thread);
+        udp = std::move(g_udp_thread);
+    }
+    if (recv.joinable()) recv.join();
+    if (udp.joinable()) udp.join();
+}
+
+// Takes every session out of the pool and wakes what waits on them.
+void clear_pool() {
+    SessionRef gone[kMaxSessions];
+    {
+        std::unique_lock<pf::RwLock> lock(g_pool_lock);
+        for (int i = 0; i < kMaxSessions; ++i) {
+            gone[i] = g_slots[i];
+            set_slot(i, nullptr);
+        }
+    }
+    for (auto& s : gone) {
+        if (s) mark_deleted(*s);
+    }
 }
 
 bool start_thread(pf::Thread& t, void (*body)(), const char* failure_line) {
@@ -99,8 +118,14 @@ bool start_thread(pf::Thread& t, void (*body)(), const char* failure_line) {
     }
 }
 
-void receive_thread_body() { socket_receive_loop(&g_recv_waker); }
-void udp_thread_body() { udp_receive_loop(); }
+void receive_thread_body() {
+    t_library_thread = true;
+    socket_receive_loop(&g_recv_waker);
+}
+void udp_thread_body() {
+    t_library_thread = true;
+    udp_receive_loop();
+}
 
 }  // namespace
 
@@ -133,6 +158,27 @@ zq_robot_session* find_session(const zq_robot_handle* handle) {
     return i < 0 ? nullptr : g_slots[i].get();
 }
 
+SessionRef session_ref(const zq_robot_handle* handle) {
+    std::shared_lock<pf::RwLock> lock(g_pool_lock);
+    int i = slot_of(handle);
+    return i < 0 ? nullptr : g_slots[i];
+}
+
+void mark_deleted(zq_robot_session& session) {
+    session.deleted.store(true, std::memory_order_release);
+    if (session.socket) {
+        session.socket->abandoned.store(true);
+        // A single-thread reader blocked on the socket wakes with end of stream.
+        if (session.socket->fd > 0) pf::shutdown_socket(session.socket->fd);
+    }
+    if (session.fifo_handle) {
+        std::lock_guard<pf::Mutex> lock(session.fifo_handle->lock);
+        session.fifo_handle->filed.notify_all();
+    }
+}
+
+bool on_library_thread() { return t_library_thread; }
+
 int snapshot_sessions(SessionRef* out) {
     std::lock_guard<pf::Mutex> lock(g_slots_lock);
     int n = 0;
@@ -148,13 +194,17 @@ int read_joint_count(const zq_robot_handle* handle) {
     std::shared_lock<pf::RwLock> lock(g_pool_lock);
     if (!find_session(handle)) return -1;
     int dof = handle->arm_dof;
-    return dof >= 1 && dof <= 10 ? dof : -1;
+    if (dof < 1 || dof > 10) return -1;
+    return dof < kMaxJoints ? dof : kMaxJoints;
 }
 
 int set_joint_count(zq_robot_handle* handle, int dof) {
     std::unique_lock<pf::RwLock> lock(g_pool_lock);
     if (!find_session(handle)) return -1;
     if (dof < 1 || dof > 10) return -2;
+    if (dof > kMaxJoints) dof = kMaxJoints;
+    const int known = handle->arm_dof;
+    if (known >= 1 && known <= kMaxJoints && dof > known) dof = known;
     handle->arm_dof = dof;
     return 0;
 }
@@ -240,8 +290,7 @@ int zq_destroy(void) {
     g_stop.store(true, std::memory_order_release);
     abandon_sends(nullptr);
     stop_threads();
-    std::unique_lock<pf::RwLock> lock(g_pool_lock);
-    for (int i = 0; i < kMaxSessions; ++i) set_slot(i, nullptr);
+    clear_pool();
     return 0;
 }
 
@@ -312,6 +361,7 @@ int zq_delete_robot_arm(zq_robot_handle* handle) {
         doomed = g_slots[i];
         set_slot(i, nullptr);
     }
+    mark_deleted(*doomed);
     // The receive thread may still hold the session for its current round;
     // the socket closes when the last holder lets go, so its descriptor is
     // never reused under the thread's feet.

@@ -146,7 +146,7 @@ extern "C" int zq_set_realtime_push(zq_robot_handle* handle, zq_realtime_push_co
         cJSON_Delete(custom);
     }
     char out[1024] = {0};
-    int rc = zq_command_exchange(fn, handle, values, n, "set_realtime_push", out, sizeof out, query_timeout() + 200);
+    int rc = zq_command_exchange(fn, handle, values, n, "set_realtime_push", out, sizeof out, add_ms(query_timeout(), 200));
     if (rc < 1) return rc;
     rc = zq_parse_state(fn, out, "state");
     if (rc != 0) return rc;

@@ -33,11 +33,17 @@ struct zq_robot_session {
     // Receive-thread side: this session's stream, and whether the peer closed it.
     StreamBuffer stream;
     bool peer_closed = false;
-    // Single-thread mode: the line being assembled by a waiting caller, and
-    // the lock that lets one caller at a time read this session's socket.
-    platform::Mutex line_lock;
+    // Set once the session leaves the pool (delete or destroy): waits on it end.
+    std::atomic<bool> deleted{false};
+    // Single-thread mode. One waiting caller at a time reads the socket (the
+    // reader); the others wait on the FIFO, where the reader files the lines
+    // they wait for. All guarded by the FIFO's lock, except the line and the
+    // unread bytes, which belong to the reader.
+    bool reader_active = false;
+    std::vector<const char*> waiting_keys;
     std::vector<char> line = std::vector<char>(kLineBufferSize);
     int line_len = 0;
+    std::vector<char> unread;  // bytes read after a matched line, for the next reader
 
     zq_robot_session() = default;
     zq_robot_session(const zq_robot_session&) = delete;
@@ -58,14 +64,29 @@ int port_table(int slot);
 
 // The session of a handle, found by address; null if none. Caller holds pool_lock.
 zq_robot_session* find_session(const zq_robot_handle* handle);
+// The session of a handle, kept alive for the caller; null if none. Takes
+// the shared pool lock for the look-up only, so that a command does not hold
+// it while it waits.
+SessionRef session_ref(const zq_robot_handle* handle);
+// Marks a session that left the pool and wakes everything waiting on it.
+void mark_deleted(zq_robot_session& session);
+// True on the library's own receive threads (where the callbacks run).
+bool on_library_thread();
+// a + b for time-outs in milliseconds, without passing INT_MAX.
+inline int add_ms(int a, int b) { return a > 2147483647 - b ? 2147483647 : a + b; }
+// The most joints a public record holds.
+constexpr int kMaxJoints = 7;
 // Every session with a socket, for the receive thread (takes no pool_lock).
 int snapshot_sessions(SessionRef* out);
 // Wakes the receive thread so that it looks at the pool afresh.
 void wake_receiver();
 
-// Joint count of a handle, 1 to 10, or -1 (unknown handle or count out of range).
+// Joint count of a handle, 1 to 7, or -1 (unknown handle or count out of range).
 int read_joint_count(const zq_robot_handle* handle);
-// Stores a joint count of 1 to 10: 0, -1 unknown handle, -2 out of range.
+// Stores a joint count that a controller reply reported: 0, -1 unknown
+// handle, -2 out of range (1 to 10). A count is cut to what the public
+// records hold and never raised above the count the session already has,
+// since the caller's arrays were sized for that.
 int set_joint_count(zq_robot_handle* handle, int dof);
 // The handle of the session whose socket has this address and port, or null.
 zq_robot_handle* find_handle_by_address(const char* ip, int port);

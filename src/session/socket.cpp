@@ -23,16 +23,18 @@ int socket_open(zq_socket_t* self) {
         self->fd = -1;
         return -1;
     }
-    if (pf::set_send_timeout_ms(fd, kSendTimeoutMs) != 0) {
-        pf::print_system_error("setsockopt error");
-        pf::close_socket(fd);
-        return -2;
-    }
+    // The send time-out is set once connected: on this system it would bound
+    // the connect as well, and a controller slow to accept would be refused.
     uint32_t addr = 0;
     if (!pf::parse_ipv4(self->ip, &addr) || pf::connect_ipv4(fd, addr, self->port) != 0) {
         self->fd = -1;
         pf::close_socket(fd);
         return -3;
+    }
+    if (pf::set_send_timeout_ms(fd, kSendTimeoutMs) != 0) {
+        pf::print_system_error("setsockopt error");
+        pf::close_socket(fd);
+        return -2;
     }
     if (pf::set_no_delay(fd) != 0) {
         pf::print_system_error("Error setting TCP_NODELAY");
