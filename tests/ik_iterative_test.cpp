@@ -146,12 +146,12 @@ TEST_F(IkIterative, CollectedSolutionsAreDistinctAndExact) {
     zq::homotopy_collect(
         target_of(T), 6,
         [](const float Jn[6][7], const float F[6], float dq[7]) {
-            float A[6][6], inv[6][6] = {};
-            for (int i = 0; i < 6; ++i)
+            float A[6][6], minus_F[6];
+            for (int i = 0; i < 6; ++i) {
                 for (int j = 0; j < 6; ++j) A[i][j] = Jn[i][j];
-            zq::invert6(A, inv);
-            for (int i = 0; i < 6; ++i)
-                for (int j = 0; j < 6; ++j) dq[i] -= inv[i][j] * F[j];
+                minus_F[i] = -F[i];
+            }
+            zq::solve6(A, minus_F, dq);
         },
         &s);
     ASSERT_GE(s.count, 2);

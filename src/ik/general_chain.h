@@ -1,19 +1,21 @@
 // The loaded arm's own DH chain for the iterative solvers: flange pose, its
-// error against a target and the Jacobian in the base frame, in one pass over
-// fixed arrays (no record copies, nothing allocated).
+// error against a target and the Jacobian in the base frame, in one backward
+// pass over fixed arrays (no record copies, nothing allocated).
 #pragma once
 
-#include "ik/fk_jacobian.h"
 #include "kinematics/kin_types.h"
 
 namespace zq {
 
 struct GeneralChain {
-    FkLayout layout;  // every d and a of the first `joints` links
-    zq_dh_block_t dh;
+    int joints;     // 1 to 7
+    bool standard;  // standard DH form, else modified
+    float d[7], a[7];
+    float sa[7], ca[7];  // twists, snapped to exact values near multiples of 90 degrees
+    float offset[8];
 };
 
-// A snapshot of the loaded arm with `joints` links (1 to 7).
+// A snapshot of the loaded arm with `joints` links (clamped to 1 to 7).
 GeneralChain general_chain(int joints);
 
 // The pose of the flange at q (offsets already added) against the target Hd:

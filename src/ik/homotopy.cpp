@@ -61,7 +61,7 @@ struct Newton {
 
     void error_at(const float q[8], float e[6], float Jn[6][7]) const {
         float theta[8] = {0, 0, 0, 0, 0, 0, 0, 0};
-        for (int i = 0; i < n; ++i) theta[i] = q[i] + chain.dh.offset[i];
+        for (int i = 0; i < n; ++i) theta[i] = q[i] + chain.offset[i];
         chain_error(chain, Hd, theta, e, Jn);
     }
 
@@ -169,13 +169,16 @@ float homotopy_seed(int row, int joint) {
     return kSeeds.s[row][joint];
 }
 
-bool invert6(const float A[6][6], float out[6][6]) {
+bool solve6(const float A[6][6], const float b[6], float x[6]) {
     constexpr int n = 6;
-    float m[n][n];
-    for (int i = 0; i < n; ++i)
+    float m[n][n + 1];
+    int unknown[n];  // the unknown of each column after the column swaps
+    for (int i = 0; i < n; ++i) {
         for (int j = 0; j < n; ++j) m[i][j] = A[i][j];
-    int kme[n], kmf[n];
-    float b[n], c[n];
+        m[i][n] = b[i];
+        unknown[i] = i;
+    }
+    float inv_pivot[n];
     for (int k = 0; k < n; ++k) {
         int ip = k, jp = k;
         float big = std::fabs(m[k][k]);
@@ -186,30 +189,28 @@ bool invert6(const float A[6][6], float out[6][6]) {
                     ip = i;
                     jp = j;
                 }
-        kme[k] = ip;
-        kmf[k] = jp;
         if (ip != k)
-            for (int j = 0; j < n; ++j) std::swap(m[k][j], m[ip][j]);
-        if (jp != k)
+            for (int j = 0; j <= n; ++j) std::swap(m[k][j], m[ip][j]);
+        if (jp != k) {
             for (int i = 0; i < n; ++i) std::swap(m[i][k], m[i][jp]);
-        const float pivot = m[k][k];
-        for (int j = 0; j < n; ++j) {
-            b[j] = j == k ? 1.0f / pivot : -m[k][j] / pivot;
-            c[j] = j == k ? 1.0f : m[j][k];
-            if (!std::isfinite(b[j]) || !std::isfinite(c[j])) return false;
+            std::swap(unknown[k], unknown[jp]);
         }
-        for (int j = 0; j < n; ++j) m[k][j] = m[j][k] = 0.0f;
-        for (int r = 0; r < n; ++r)
-            for (int col = 0; col < n; ++col) m[r][col] += c[r] * b[col];
+        inv_pivot[k] = 1.0f / m[k][k];
+        if (!std::isfinite(inv_pivot[k])) return false;
+        for (int i = k + 1; i < n; ++i) {
+            const float f = m[i][k] * inv_pivot[k];
+            if (!std::isfinite(f)) return false;
+            for (int j = k + 1; j <= n; ++j) m[i][j] -= f * m[k][j];
+        }
     }
+    float y[n];
     for (int k = n - 1; k >= 0; --k) {
-        if (kme[k] != k)
-            for (int i = 0; i < n; ++i) std::swap(m[i][k], m[i][kme[k]]);
-        if (kmf[k] != k)
-            for (int j = 0; j < n; ++j) std::swap(m[k][j], m[kmf[k]][j]);
+        float s = m[k][n];
+        for (int j = k + 1; j < n; ++j) s -= m[k][j] * y[j];
+        y[k] = s * inv_pivot[k];
+        if (!std::isfinite(y[k])) return false;
     }
-    for (int i = 0; i < n; ++i)
-        for (int j = 0; j < n; ++j) out[i][j] = m[i][j];
+    for (int k = 0; k < n; ++k) x[unknown[k]] = y[k];
     return true;
 }
 

@@ -17,9 +17,9 @@ float homotopy_seed(int row, int joint);
 // The Newton step: dq = -Jn^+ F for the base-frame Jacobian Jn (6 by joints).
 using HomotopyStep = void (*)(const float Jn[6][7], const float F[6], float dq[7]);
 
-// Gauss-Jordan with full pivoting. Returns false, with `out` untouched, as
-// soon as a work entry is not finite (a singular A).
-bool invert6(const float A[6][6], float out[6][6]);
+// x = A^-1 b by elimination with full pivoting. Returns false, with `x`
+// untouched, as soon as a pivot or multiplier is not finite (a singular A).
+bool solve6(const float A[6][6], const float b[6], float x[6]);
 
 // Solutions of the seed loop: joints without the DH offset, in [-pi, pi).
 struct HomotopySolutions {

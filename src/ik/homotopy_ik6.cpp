@@ -6,17 +6,14 @@
 namespace zq {
 namespace {
 
-// dq = Jn^-1 (0 - F); a singular Jn leaves the inverse zero and gives no step.
+// dq = Jn^-1 (0 - F); a singular Jn gives no step.
 void inverse_step(const float Jn[6][7], const float F[6], float dq[7]) {
-    float A[6][6], inv[6][6] = {};
-    for (int i = 0; i < 6; ++i)
-        for (int j = 0; j < 6; ++j) A[i][j] = Jn[i][j];
-    invert6(A, inv);
+    float A[6][6], minus_F[6];
     for (int i = 0; i < 6; ++i) {
-        float s = 0.0f;
-        for (int j = 0; j < 6; ++j) s += inv[i][j] * (0.0f - F[j]);
-        dq[i] = s;
+        for (int j = 0; j < 6; ++j) A[i][j] = Jn[i][j];
+        minus_F[i] = 0.0f - F[i];
     }
+    solve6(A, minus_F, dq);
 }
 
 }  // namespace

@@ -8,21 +8,19 @@ namespace {
 
 // dq = Jn^T (Jn Jn^T)^-1 (0 - F); a singular Jn Jn^T gives no step.
 void pseudo_inverse_step(const float Jn[6][7], const float F[6], float dq[7]) {
-    float JJT[6][6], inv[6][6] = {};
-    for (int i = 0; i < 6; ++i)
+    float JJT[6][6], minus_F[6], w[6];
+    for (int i = 0; i < 6; ++i) {
         for (int j = 0; j < 6; ++j) {
             float s = 0.0f;
             for (int k = 0; k < 7; ++k) s += Jn[i][k] * Jn[j][k];
             JJT[i][j] = s;
         }
-    invert6(JJT, inv);
+        minus_F[i] = 0.0f - F[i];
+    }
+    if (!solve6(JJT, minus_F, w)) return;
     for (int i = 0; i < 7; ++i) {
         float s = 0.0f;
-        for (int j = 0; j < 6; ++j) {
-            float star = 0.0f;  // row i of Jn^T (Jn Jn^T)^-1
-            for (int k = 0; k < 6; ++k) star += Jn[k][i] * inv[k][j];
-            s += star * (0.0f - F[j]);
-        }
+        for (int k = 0; k < 6; ++k) s += Jn[k][i] * w[k];
         dq[i] = s;
     }
 }

@@ -104,15 +104,14 @@ int nlopt_ik_report(const zq_Mat_t& Hd, float q_ref[8], float q_out[8], NloptRep
     for (int i = 0; i < dof; ++i)
         if (!std::isfinite(q_ref[i])) return kIkNoSolution;
     const unsigned n = static_cast<unsigned>(dof);
-    zq_dh_block_t dh;
-    get_dh_block(&dh);
+    const GeneralChain chain = general_chain(dof);
     float lo_f[8], hi_f[8];
     get_joint_min_with_offset(lo_f);
     get_joint_max_with_offset(hi_f);
     // Bounds half a degree beyond the limits cut to whole degrees; offsets added.
     double lo[8], hi[8], ref[8], x[8];
     for (unsigned i = 0; i < n; ++i) {
-        const float o = dh.offset[i];
+        const float o = chain.offset[i];
         lo_f[i] -= o;
         hi_f[i] -= o;
         lo[i] = (std::trunc(lo_f[i] * kRadToDeg) - kBoundMarginDeg) * kDegToRad + o;
@@ -120,7 +119,7 @@ int nlopt_ik_report(const zq_Mat_t& Hd, float q_ref[8], float q_out[8], NloptRep
         q_ref[i] += o;
         ref[i] = q_ref[i];
     }
-    Objective objective{Hd, general_chain(dof), n};
+    Objective objective{Hd, chain, n};
     double minf = kStart, staged_min = kStart;
     int result = 0, cycles = 0;
     auto stage = [&](const Run& r) {
@@ -139,7 +138,7 @@ int nlopt_ik_report(const zq_Mat_t& Hd, float q_ref[8], float q_out[8], NloptRep
     if (report) *report = NloptReport{minf, result, staged_min, cycles};
     if (minf > kSolved || result < 1) return kIkNoSolution;
     for (unsigned i = 0; i < n; ++i) {
-        double q = x[i] - kTwoPi * std::trunc(x[i] / kTwoPi) - dh.offset[i];
+        double q = x[i] - kTwoPi * std::trunc(x[i] / kTwoPi) - chain.offset[i];
         if (q < lo_f[i])
             q += kTwoPi;
         else if (q > hi_f[i])
