@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "arm_state.h"
+#include "system_io_state.h"
 
 namespace zqsim {
 
@@ -97,6 +98,7 @@ struct ArmConfig {
     std::vector<ToolFrame> tool_frames;
     std::vector<WorkFrame> work_frames;
     ArmState state;  // readings, errors, Cartesian limits and report sections (arm_state.h)
+    SystemIoState system_io;  // network, IO, serial ports, Modbus devices, safety zones (system_io_state.h)
 
     ArmConfig();
 

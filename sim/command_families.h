@@ -13,5 +13,9 @@ void register_frame_store_commands(CommandTable& table); // stored frames, setti
 void register_limit_commands(CommandTable& table);       // joint limits
 void register_arm_state_commands(CommandTable& table);   // joint readings, state records, versions
 void register_trajectory_commands(CommandTable& table);  // current trajectory
+void register_system_commands(CommandTable& table);      // network, power, runtime counters
+void register_io_commands(CommandTable& table);          // controller IO, serial and Modbus port modes
+void register_modbus_commands(CommandTable& table);      // Modbus devices of the three command generations
+void register_safety_commands(CommandTable& table);      // fences, virtual wall, envelopes, collision switches
 
 }  // namespace zqsim

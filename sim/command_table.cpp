@@ -33,6 +33,7 @@ const CommandTable& CommandTable::standard() {
         static const Register kFamilies[] = {
             register_state_commands, register_realtime_commands,   register_frame_commands, register_frame_store_commands,
             register_limit_commands, register_arm_state_commands, register_trajectory_commands,
+            register_system_commands, register_io_commands, register_modbus_commands, register_safety_commands,
         };
         CommandTable t;
         for (Register r : kFamilies) r(t);
