@@ -190,6 +190,7 @@ ZQ_API int zq_set_arm_run_mode(zq_robot_handle* handle, int mode);
 #include "zq_motion.h"
 #include "zq_commands.h"
 #include "zq_algo.h"
+#include "zq_collision.h"
 #include "zq_system.h"
 #include "zq_io.h"
 #include "zq_safety.h"

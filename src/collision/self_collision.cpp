@@ -1,0 +1,209 @@
+#include "collision/self_collision.h"
+
+#include <cmath>
+
+#include "collision/tool_envelope.h"
+#include "kinematics/links.h"
+#include "kinematics/matrix4.h"
+#include "kinematics/sys_data.h"
+#include "kinematics/units.h"
+
+namespace zq {
+namespace {
+
+constexpr int kMaxFrames = 8;
+constexpr float kFlangeRadius = 0.03f;  // the flange as the first tool capsule sees it
+constexpr float kContact = 1e-5f;
+
+float coord(const dh_coord& c, const zq_dh_block_t& dh) {
+    switch (c.src) {
+    case dh_coord::d:
+        return c.c + c.k * dh.d[c.idx & 7];
+    case dh_coord::a:
+        return c.c + c.k * dh.a[c.idx & 7];
+    default:
+        return c.c;
+    }
+}
+
+point3 apply(const zq_matrix_t& T, float x, float y, float z) {
+    const auto& m = T.data;
+    return {m[0][0] * x + m[0][1] * y + m[0][2] * z + m[0][3], m[1][0] * x + m[1][1] * y + m[1][2] * z + m[1][3],
+            m[2][0] * x + m[2][1] * y + m[2][2] * z + m[2][3]};
+}
+
+point3 apply(const zq_matrix_t& T, const capsule_point& p, const zq_dh_block_t& dh) {
+    return apply(T, coord(p.x, dh), coord(p.y, dh), coord(p.z, dh));
+}
+
+// The smallest clearance so far; a pair in contact ends the walk.
+struct clearance {
+    float m = 1.0f;
+    bool touch(float d, float r) {
+        if (d - r < m) m = d - r;
+        return r >= d;
+    }
+    // Link against link: contact needs the radii to exceed the distance.
+    bool touch_strict(float d, float r) {
+        if (d - r < m) m = d - r;
+        return r > d;
+    }
+};
+
+}  // namespace
+
+void build_capsules(const capsule_family& f, const float q[8], const zq_tool_sphere_t* spheres, int nt,
+                    capsule_scene* s) {
+    const zq_dh_block_t& dh = sys_data.dh;
+    zq_matrix_t T[kMaxFrames];
+    const zq_matrix_t install = get_install_matrix();
+    zq_matrix_t chain = install;
+    const int frames = f.frames < kMaxFrames ? f.frames : kMaxFrames;
+    for (int k = 0; k < frames; ++k) {
+        const float theta = q[k] + dh.offset[k];
+        const zq_matrix_t link = f.standard_dh ? T_STD(theta, dh.d[k], dh.a[k], dh.alpha[k])
+                                               : T_MDF(theta, dh.d[k], dh.a[k], dh.alpha[k]);
+        chain = rigid_mul(chain, link);
+        T[k] = chain;
+    }
+    auto frame = [&](int k) -> const zq_matrix_t& { return k == kBaseFrame ? install : T[k]; };
+
+    for (int k = 0; k < f.nj; ++k) {
+        const capsule_def& c = f.joint[k];
+        s->joint_a[k] = apply(frame(c.frame), c.f, dh);
+        s->joint_b[k] = apply(frame(c.frame), c.z, dh);
+        s->rj[k] = f.rj[k];
+    }
+    for (int k = 0; k < f.nl; ++k) {
+        const capsule_def& c = f.link[k];
+        s->link_a[k] = apply(frame(c.frame), c.f, dh);
+        s->link_b[k] = apply(frame(c.frame), c.z, dh);
+        s->rl[k] = f.rl[k];
+    }
+    s->link_a[0] = {0.0f, 0.0f, 0.0f};  // the first link starts at the base origin
+
+    // Tool spheres hang from the last chain transform.
+    if (nt > kMaxToolSpheres) nt = kMaxToolSpheres;
+    if (nt < 0) nt = 0;
+    const zq_matrix_t& last = T[frames - 1];
+    for (int i = 0; i < nt; ++i) {
+        s->joint_a[f.nj + i] = apply(last, spheres[i].centre[0], spheres[i].centre[1], spheres[i].centre[2]);
+        s->joint_b[f.nj + i] = s->joint_a[f.nj + i];
+        s->rj[f.nj + i] = spheres[i].radius;
+    }
+    s->nt = nt;
+
+    // Tool capsules: flange to sphere 0 where the sphere stands clear of the
+    // flange, then between successive spheres that do not overlap.
+    int nk = 0;
+    auto add = [&](const point3& a, const point3& b, float r) {
+        s->link_a[f.nl + nk] = a;
+        s->link_b[f.nl + nk] = b;
+        s->rl[f.nl + nk] = r;
+        ++nk;
+    };
+    if (nt > 0) {
+        const float* c0 = spheres[0].centre;
+        const float reach = std::sqrt(c0[0] * c0[0] + c0[1] * c0[1] + c0[2] * c0[2]);
+        if (reach > kFlangeRadius + spheres[0].radius)
+            add(apply(last, 0.0f, 0.0f, 0.0f), s->joint_a[f.nj], 0.5f * (kFlangeRadius + spheres[0].radius));
+    }
+    for (int i = 1; i < nt; ++i) {
+        const point3 a{spheres[i - 1].centre[0], spheres[i - 1].centre[1], spheres[i - 1].centre[2]};
+        const point3 b{spheres[i].centre[0], spheres[i].centre[1], spheres[i].centre[2]};
+        const float sum = spheres[i - 1].radius + spheres[i].radius;
+        if (dap(a, b) > sum) add(s->joint_a[f.nj + i - 1], s->joint_a[f.nj + i], 0.5f * sum);
+    }
+    s->nk = nk;
+}
+
+float walk_pairs(const capsule_family& f, const capsule_scene& s) {
+    const walk_rules& R = f.rules;
+    const int nj = f.nj, nl = f.nl;
+    clearance c;
+    auto joint_joint = [&](int i, int j) {
+        return c.touch(d_paralle(s.joint_a[i], s.joint_b[i], s.joint_a[j], s.joint_b[j]), s.rj[i] + s.rj[j]);
+    };
+    auto link_joint = [&](int a, int b) {
+        return c.touch(d_paralle(s.link_a[a], s.link_b[a], s.joint_a[b], s.joint_b[b]), s.rl[a] + s.rj[b]);
+    };
+    auto link_link = [&](int a, int b) {
+        return c.touch_strict(d_paralle(s.link_a[a], s.link_b[a], s.link_a[b], s.link_b[b]), s.rl[a] + s.rl[b]);
+    };
+    auto link_tool_cap = [&](int a, int k) {
+        return c.touch(d_paralle(s.link_a[a], s.link_b[a], s.link_a[k], s.link_b[k]), s.rl[a] + s.rl[k]);
+    };
+    auto point_joint = [&](int p, int i) {
+        return c.touch(p2l(s.joint_a[p], s.joint_a[i], s.joint_b[i]), s.rj[i] + s.rj[p]);
+    };
+    auto point_link = [&](int p, int a) {
+        return c.touch(p2l(s.joint_a[p], s.link_a[a], s.link_b[a]), s.rl[a] + s.rj[p]);
+    };
+
+    // Joint capsules two or more apart, and the tool spheres against the joints.
+    for (int i = 0; i < nj; ++i) {
+        for (int j = i + 2; j < nj; ++j)
+            if (joint_joint(i, j)) return c.m;
+        if (i < R.sphere_rows)
+            for (int t = 0; t < s.nt; ++t)
+                if (point_joint(nj + t, i)) return c.m;
+    }
+    // Links against the joints that do not carry them, further links, the tool.
+    for (int a = 0; a < R.link_rows; ++a) {
+        for (int b = 0; b < nj; ++b)
+            if (b != a && b != a - 1 && link_joint(a, b)) return c.m;
+        for (int l = a + 2; l <= R.link_link_last; ++l)
+            if (link_link(a, l)) return c.m;
+        if (a < R.link_sphere_rows)
+            for (int t = 0; t < s.nt; ++t)
+                if (point_link(R.tool_point_first + t, a)) return c.m;
+        if (a < R.tool_cap_rows)
+            for (int k = 0; k < s.nk; ++k)
+                if (link_tool_cap(a, nl + k)) return c.m;
+    }
+    // The last link, where the rows above stop short of it.
+    if (R.link_rows < nl) {
+        const int a = nl - 1;
+        for (int b = 0; b < nj; ++b)
+            if ((R.last_joints >> b & 1) && link_joint(a, b)) return c.m;
+        if (R.last_tool_points)
+            for (int t = 0; t < s.nt; ++t)
+                if (point_link(R.tool_point_first + t, a)) return c.m;
+        if (R.last_tool_caps)
+            for (int k = 0; k < s.nk; ++k)
+                if (link_tool_cap(a, nl + k)) return c.m;
+        for (int l = 0; l < a; ++l)
+            if ((R.last_links >> l & 1) && link_link(a, l)) return c.m;
+    }
+    return c.m;
+}
+
+float self_collision_clearance(const float* q) {
+    if (!q) return -1.0f;
+    for (int i = 0; i < 8; ++i)
+        if (!std::isfinite(q[i])) return -1.0f;
+    zq_tool_sphere_t spheres[kEnvelopeSlots];
+    const int nt = active_tool_spheres(spheres);
+    const capsule_family* f = capsule_family_of(get_model_code());
+    if (!f) return 1.0f;
+    capsule_scene scene;
+    build_capsules(*f, q, spheres, nt, &scene);
+    return walk_pairs(*f, scene);
+}
+
+}  // namespace zq
+
+extern "C" int zq_algo_safety_robot_self_collision_detection(float* q) {
+    if (!q) return 1;
+    int n = zq::get_dof();
+    if (n < 0) n = 0;
+    if (n > 8) n = 8;
+    float r[8];
+    zq::scale_joints(q, n, zq::kDegToRad, r);
+    float max[8], min[8];
+    zq::get_joint_max(max);
+    zq::get_joint_min(min);
+    for (int i = 0; i < n; ++i)
+        if (!std::isfinite(r[i]) || r[i] < min[i] || r[i] > max[i]) return 1;
+    return zq::self_collision_clearance(r) < zq::kContact ? 1 : 0;
+}
