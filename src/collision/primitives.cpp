@@ -18,12 +18,38 @@ point3 cross(const point3& a, const point3& b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 point3 along(const point3& a, const point3& v, float k) { return {a.x + k * v.x, a.y + k * v.y, a.z + k * v.z}; }
+float dist2(const point3& a, const point3& b) { return dot(sub(a, b), sub(a, b)); }
 
 // F lies between A and B: F - A and F - B point in opposite directions.
 bool between(const point3& F, const point3& A, const point3& B) { return dot(sub(F, A), sub(F, B)) <= 0.0f; }
 
+// A segment with its direction v = B - A and 1 / (v . v), 0 for no length.
+struct segment {
+    const point3& A;
+    const point3& B;
+    point3 v;
+    float inv_vv;
+    segment(const point3& a, const point3& b) : A(a), B(b), v(sub(b, a)) {
+        const float vv = dot(v, v);
+        inv_vv = vv > 0.0f ? 1.0f / vv : 0.0f;
+    }
+    // Foot of P on the line: A + k v with k = -(v . (A - P)) / (v . v).
+    point3 foot(const point3& P) const { return along(A, v, -dot(v, sub(A, P)) * inv_vv); }
+    // Squared distance of P: to the foot where it lies between A and B, else
+    // to the nearer end.
+    float squared_from(const point3& P) const {
+        const point3 F = foot(P);
+        if (between(F, A, B)) return dist2(P, F);
+        const float da = dist2(P, A);
+        const float db = dist2(P, B);
+        return da < db ? da : db;
+    }
+};
+
+// Square roots are monotonic: the smallest of several distances is the root
+// of the smallest square.
 float min4(float a, float b, float c, float d) {
-    float m = kFar;
+    float m = kFar * kFar;
     if (a < m) m = a;
     if (b < m) m = b;
     if (c < m) m = c;
@@ -33,67 +59,48 @@ float min4(float a, float b, float c, float d) {
 
 }  // namespace
 
-float dap(const point3& a, const point3& b) { return std::sqrt(dot(sub(a, b), sub(a, b))); }
+float dap(const point3& a, const point3& b) { return std::sqrt(dist2(a, b)); }
 
 pedal p_pedal(const point3& P, const point3& A, const point3& B) {
-    const point3 v = sub(B, A);
-    const float vv = dot(v, v);
-    // The plane through P normal to v meets the line at A + k v.
-    const float e = -dot(v, P);
-    const float k = vv > 0.0f ? -(dot(v, A) + e) / vv : 0.0f;
-    const point3 F = along(A, v, k);
+    const point3 F = segment(A, B).foot(P);
     return {F.x, F.y, F.z, dap(P, F)};
 }
 
-float p2l(const point3& P, const point3& A, const point3& B) {
-    float result = kFar;
-    const pedal f = p_pedal(P, A, B);
-    if (between({f.x, f.y, f.z}, A, B)) {
-        result = f.dist;
-    } else {
-        const float da = dap(P, A);
-        const float db = dap(P, B);
-        result = da < db ? da : db;
-    }
-    return result;
-}
+float p2l(const point3& P, const point3& A, const point3& B) { return std::sqrt(segment(A, B).squared_from(P)); }
 
 float d_paralle(const point3& A, const point3& B, const point3& C, const point3& D) {
-    float result = kFar;
-    const point3 v1 = sub(B, A);
-    const point3 v2 = sub(D, C);
-    const float l1 = std::sqrt(dot(v1, v1));
-    const float l2 = std::sqrt(dot(v2, v2));
+    const segment ab(A, B), cd(C, D);
     // A segment of no length is its point.
-    if (!(l1 > 0.0f) || !(l2 > 0.0f)) {
-        if (!(l1 > 0.0f) && !(l2 > 0.0f)) return dap(A, C);
-        return l1 > 0.0f ? p2l(C, A, B) : p2l(A, C, D);
+    if (ab.inv_vv == 0.0f || cd.inv_vv == 0.0f) {
+        if (ab.inv_vv == 0.0f && cd.inv_vv == 0.0f) return dap(A, C);
+        return ab.inv_vv == 0.0f ? std::sqrt(cd.squared_from(A)) : std::sqrt(ab.squared_from(C));
     }
-    const point3 u{v1.x / l1, v1.y / l1, v1.z / l1};
-    const point3 w{v2.x / l2, v2.y / l2, v2.z / l2};
-    const bool parallel =
-        std::fabs(u.x - w.x) < kParallel && std::fabs(u.y - w.y) < kParallel && std::fabs(u.z - w.z) < kParallel;
+    // Direction cosines, compared with their sign: anti-parallel segments take
+    // the general path.
+    const float i1 = std::sqrt(ab.inv_vv), i2 = std::sqrt(cd.inv_vv);
+    const bool parallel = std::fabs(ab.v.x * i1 - cd.v.x * i2) < kParallel &&
+                          std::fabs(ab.v.y * i1 - cd.v.y * i2) < kParallel &&
+                          std::fabs(ab.v.z * i1 - cd.v.z * i2) < kParallel;
     if (parallel) {
-        float off = p_pedal(A, C, D).dist;
+        float off = dap(A, cd.foot(A));
         if (std::fabs(off) < kCollinear) off = 0.0f;
-        if (off == 0.0f) return min4(dap(A, C), dap(A, D), dap(B, C), dap(B, D));
-        return min4(p2l(A, C, D), p2l(B, C, D), p2l(C, A, B), p2l(D, A, B));
+        if (off == 0.0f) return std::sqrt(min4(dist2(A, C), dist2(A, D), dist2(B, C), dist2(B, D)));
     }
-    result = min4(p2l(A, C, D), p2l(B, C, D), p2l(C, A, B), p2l(D, A, B));
+    float m2 = min4(cd.squared_from(A), cd.squared_from(B), ab.squared_from(C), ab.squared_from(D));
+    if (parallel) return std::sqrt(m2);
     // Common perpendicular: pedal_l1 = A + s v1 on AB, pedal_l2 = C + t v2 on CD.
-    const point3 n = cross(v1, v2);
+    const point3 n = cross(ab.v, cd.v);
     const float nn = dot(n, n);
-    if (!(nn > kNearParallel * l1 * l1 * l2 * l2)) return result;
+    if (!(nn * ab.inv_vv * cd.inv_vv > kNearParallel)) return std::sqrt(m2);
     const point3 ac = sub(C, A);
-    const float s = dot(cross(ac, v2), n) / nn;
-    const float t = dot(cross(ac, v1), n) / nn;
-    const point3 pedal_l1 = along(A, v1, s);
-    const point3 pedal_l2 = along(C, v2, t);
+    const float inn = 1.0f / nn;
+    const point3 pedal_l1 = along(A, ab.v, dot(cross(ac, cd.v), n) * inn);
+    const point3 pedal_l2 = along(C, cd.v, dot(cross(ac, ab.v), n) * inn);
     if (between(pedal_l1, A, B) && between(pedal_l2, C, D)) {
-        const float d = dap(pedal_l1, pedal_l2);
-        if (d < result) result = d;
+        const float d2 = dist2(pedal_l1, pedal_l2);
+        if (d2 < m2) m2 = d2;
     }
-    return result;
+    return std::sqrt(m2);
 }
 
 }  // namespace zq

@@ -1,10 +1,10 @@
 #include "collision/self_collision.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "collision/tool_envelope.h"
-#include "kinematics/links.h"
-#include "kinematics/matrix4.h"
+#include "kinematics/joint_trig.h"
 #include "kinematics/sys_data.h"
 #include "kinematics/units.h"
 
@@ -24,6 +24,31 @@ float coord(const dh_coord& c, const zq_dh_block_t& dh) {
     default:
         return c.c;
     }
+}
+
+// T x (the link transform of theta, d, a, alpha), in the standard form
+// Rz(theta) Tz(d) Tx(a) Rx(alpha) or the modified form Rx(alpha) Tx(a)
+// Rz(theta) Tz(d). Sines and cosines of both angles are taken as they are,
+// with no snapping of the twist.
+zq_matrix_t chain_link(const zq_matrix_t& T, bool standard, float theta, float d, float a, float alpha) {
+    float st, ct, sa, ca;
+    joint_sin_cos(theta, &st, &ct);
+    joint_sin_cos(alpha, &sa, &ca);
+    float L[3][4];
+    if (standard) {
+        const float l[3][4] = {{ct, -ca * st, sa * st, a * ct}, {st, ca * ct, -sa * ct, a * st}, {0.0f, sa, ca, d}};
+        std::copy(&l[0][0], &l[0][0] + 12, &L[0][0]);
+    } else {
+        const float l[3][4] = {{ct, -st, 0.0f, a}, {st * ca, ct * ca, -sa, -sa * d}, {st * sa, ct * sa, ca, ca * d}};
+        std::copy(&l[0][0], &l[0][0] + 12, &L[0][0]);
+    }
+    zq_matrix_t out = T;
+    for (int r = 0; r < 3; ++r) {
+        const float* t = T.data[r];
+        for (int c = 0; c < 4; ++c) out.data[r][c] = t[0] * L[0][c] + t[1] * L[1][c] + t[2] * L[2][c];
+        out.data[r][3] += t[3];
+    }
+    return out;
 }
 
 point3 apply(const zq_matrix_t& T, float x, float y, float z) {
@@ -56,14 +81,11 @@ void build_capsules(const capsule_family& f, const float q[8], const zq_tool_sph
                     capsule_scene* s) {
     const zq_dh_block_t& dh = sys_data.dh;
     zq_matrix_t T[kMaxFrames];
-    const zq_matrix_t install = get_install_matrix();
+    const zq_matrix_t& install = sys_data.Tworld_base;
     zq_matrix_t chain = install;
     const int frames = f.frames < kMaxFrames ? f.frames : kMaxFrames;
     for (int k = 0; k < frames; ++k) {
-        const float theta = q[k] + dh.offset[k];
-        const zq_matrix_t link = f.standard_dh ? T_STD(theta, dh.d[k], dh.a[k], dh.alpha[k])
-                                               : T_MDF(theta, dh.d[k], dh.a[k], dh.alpha[k]);
-        chain = rigid_mul(chain, link);
+        chain = chain_link(chain, f.standard_dh, q[k] + dh.offset[k], dh.d[k], dh.a[k], dh.alpha[k]);
         T[k] = chain;
     }
     auto frame = [&](int k) -> const zq_matrix_t& { return k == kBaseFrame ? install : T[k]; };

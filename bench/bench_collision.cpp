@@ -1,0 +1,93 @@
+// Whole-arm self-collision checks per model, and the segment distance alone.
+// Configurations are drawn within each model's joint limits beforehand; the
+// timed loops run the checks only.
+#include <benchmark/benchmark.h>
+
+#include <random>
+#include <vector>
+
+#include "collision/primitives.h"
+#include "collision/self_collision.h"
+#include "kinematics/sys_data.h"
+#include "zq_api.h"
+
+namespace {
+
+constexpr int kSamples = 256;
+
+// Joints in degrees within the limits of the loaded arm, 7 per sample.
+std::vector<float> samples_in_limits(unsigned seed) {
+    float mx[8], mn[8];
+    zq_algo_get_joint_max_limit(mx);
+    zq_algo_get_joint_min_limit(mn);
+    std::mt19937 rng(seed);
+    std::vector<float> q(kSamples * 7, 0.0f);
+    for (int s = 0; s < kSamples; ++s)
+        for (int i = 0; i < zq::get_dof() && i < 7; ++i)
+            q[s * 7 + i] = std::uniform_real_distribution<float>(mn[i], mx[i])(rng);
+    return q;
+}
+
+void load(benchmark::State& state) {
+    zq_algo_init_sys_data(static_cast<zq_robot_arm_model_e>(state.range(0)), ZQ_MODEL_ZQ_B_E);
+    const bool tool = state.range(1) != 0;
+    zq_algo_set_tool_envelope(0, zq_tool_sphere_t{tool ? 0.03f : 0.0f, {0.0f, 0.0f, 0.08f}});
+    zq_algo_set_tool_envelope(1, zq_tool_sphere_t{tool ? 0.025f : 0.0f, {0.0f, 0.0f, 0.16f}});
+}
+
+// The exported check: limits, chain, capsules and the pair walk.
+void BM_SelfCollision(benchmark::State& state) {
+    load(state);
+    const std::vector<float> q = samples_in_limits(3);
+    int hits = 0, n = 0;
+    for (auto _ : state) {
+        hits += zq_algo_safety_robot_self_collision_detection(const_cast<float*>(&q[(n % kSamples) * 7]));
+        ++n;
+    }
+    state.counters["contact_share"] = double(hits) / n;
+    benchmark::DoNotOptimize(hits);
+}
+
+// Every tested pair of a free arm: the clearance at the arm's most open pose
+// of the samples, so that the walk does not stop early.
+void BM_SelfCollisionFullWalk(benchmark::State& state) {
+    load(state);
+    const std::vector<float> q = samples_in_limits(5);
+    float best[8] = {}, best_c = -1.0f;
+    for (int s = 0; s < kSamples; ++s) {
+        float r[8] = {};
+        for (int i = 0; i < 7; ++i) r[i] = q[s * 7 + i] * 0.017453292f;
+        const float c = zq::self_collision_clearance(r);
+        if (c > best_c) {
+            best_c = c;
+            for (int i = 0; i < 8; ++i) best[i] = r[i];
+        }
+    }
+    for (auto _ : state) benchmark::DoNotOptimize(zq::self_collision_clearance(best));
+    state.counters["clearance_mm"] = best_c * 1000.0;
+}
+
+void BM_SegmentDistance(benchmark::State& state) {
+    std::mt19937 rng(9);
+    std::uniform_real_distribution<float> u(-0.5f, 0.5f);
+    std::vector<zq::point3> p(4 * kSamples);
+    for (auto& v : p) v = {u(rng), u(rng), u(rng)};
+    int n = 0;
+    for (auto _ : state) {
+        const zq::point3* s = &p[4 * (n++ % kSamples)];
+        benchmark::DoNotOptimize(zq::d_paralle(s[0], s[1], s[2], s[3]));
+    }
+}
+
+}  // namespace
+
+#define ARMS                                                                                                     \
+    ->ArgsProduct({{ZQ_MODEL_ZQ41_E, ZQ_MODEL_ZQ52_E, ZQ_MODEL_ZQL36_E, ZQ_MODEL_VDA41_E, ZQ_MODEL_HTR27_E,      \
+                    ZQ_MODEL_KWBL37_E, ZQ_MODEL_MQL52_E, ZQ_MODEL_MQL52II_E},                                    \
+                   {0, 1}})                                                                                      \
+        ->ArgNames({"model", "tool"})
+BENCHMARK(BM_SelfCollision) ARMS;
+BENCHMARK(BM_SelfCollisionFullWalk) ARMS;
+BENCHMARK(BM_SegmentDistance);
+
+BENCHMARK_MAIN();
