@@ -14,6 +14,7 @@
 #include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace zqsim {
@@ -151,6 +152,22 @@ struct FaultProxy::Impl {
             }
             if (::poll(fds.data(), fds.size(), -1) < 0) continue;
             if (fds[0].revents) break;
+            std::vector<Pair> alive;
+            for (size_t i = 0; i < pairs.size(); ++i) {
+                Pair& p = pairs[i];
+                const pollfd& c = fds[2 + 2 * i];
+                const pollfd& s = fds[3 + 2 * i];
+                bool ok = true;
+                if (c.revents) ok = forward(p, p.client, p.server, p.pending[0]);
+                if (ok && s.revents) ok = forward(p, p.server, p.client, p.pending[1]);
+                if (ok) {
+                    alive.push_back(std::move(p));
+                } else {
+                    ::close(p.client);
+                    ::close(p.server);
+                }
+            }
+            pairs.swap(alive);
             if (fds[1].revents & POLLIN) {
                 const int client = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
                 const int server = client >= 0 ? connect_loopback(target) : -1;
@@ -164,22 +181,6 @@ struct FaultProxy::Impl {
                     pairs.push_back(p);
                 }
             }
-            std::vector<Pair> alive;
-            for (size_t i = 0; i < pairs.size(); ++i) {
-                Pair& p = pairs[i];
-                const pollfd& c = fds[2 + 2 * i];
-                const pollfd& s = fds[3 + 2 * i];
-                bool ok = true;
-                if (c.revents) ok = forward(p, p.client, p.server, p.pending[0]);
-                if (ok && s.revents) ok = forward(p, p.server, p.client, p.pending[1]);
-                if (ok) {
-                    alive.push_back(p);
-                } else {
-                    ::close(p.client);
-                    ::close(p.server);
-                }
-            }
-            pairs.swap(alive);
         }
         for (Pair& p : pairs) {
             ::close(p.client);
