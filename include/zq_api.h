@@ -194,5 +194,6 @@ ZQ_API int zq_set_arm_run_mode(zq_robot_handle* handle, int mode);
 #include "zq_system.h"
 #include "zq_io.h"
 #include "zq_safety.h"
+#include "zq_state_cache.h"
 
 #endif /* ZQ_API_H */

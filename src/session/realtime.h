@@ -9,8 +9,9 @@ namespace zq {
 // -3 when the text is no JSON or lacks a required section.
 int parse_realtime_report(const char* data, int len, zq_realtime_arm_joint_state_t* out);
 
-// Parses one report datagram from `ip` (the session's TCP port is `arm_port`)
-// and hands it to the realtime callback.
-void realtime_dispatch(const char* data, int len, const char* ip, int arm_port);
+// Parses one report datagram from `ip`, received on `udp_port` (the session's
+// TCP port is `arm_port`), keeps it as its arm's latest state and hands it to
+// the realtime callback.
+void realtime_dispatch(const char* data, int len, const char* ip, int arm_port, int udp_port);
 
 }  // namespace zq

@@ -10,6 +10,7 @@
 #include "session/realtime.h"
 #include "session/report_json.h"
 #include "session/session.h"
+#include "session/state_cache.h"
 #include "zq_api.h"
 
 namespace zq {
@@ -334,7 +335,7 @@ int parse_realtime_report(const char* data, int len, zq_realtime_arm_joint_state
     return parse_sections(root, out);
 }
 
-void realtime_dispatch(const char* data, int len, const char* ip, int arm_port) {
+void realtime_dispatch(const char* data, int len, const char* ip, int arm_port, int udp_port) {
     Report r;
     const int rc = parse_realtime_report(data, len, &r);
     r.errCode = rc;
@@ -348,6 +349,7 @@ void realtime_dispatch(const char* data, int len, const char* ip, int arm_port) 
     if (rc == 0 && (r.arm_current_status == 9 || r.arm_current_status == 10)) {
         if (zq_robot_handle* h = find_handle_by_address(r.arm_ip, r.arm_port)) zq_motion_count_op(h, 0);
     }
+    state_cache_store(r, ip, udp_port);
     if (zq_realtime_callback_t cb = g_callback.load(std::memory_order_acquire)) cb(r);
 }
 
