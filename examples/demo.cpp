@@ -10,6 +10,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 #include <string>
 #include <thread>
 
@@ -39,14 +42,15 @@ const char* kStatusNames[] = {"idle",
 
 std::atomic<int> g_dof{6};
 std::atomic<int> g_reports{0};
+std::atomic<int> g_arm_port{-1};  // reports of other arms (other sessions, other programs) are skipped
 std::mutex g_print_lock;
 std::chrono::steady_clock::time_point g_last_line;
 
 // Realtime reports arrive on the library's UDP thread: print a progress
 // line at most every 200 ms.
 void on_report(zq_realtime_arm_joint_state_t s) {
+    if (s.errCode != 0 || s.arm_port != g_arm_port.load()) return;
     ++g_reports;
-    if (s.errCode != 0) return;
     std::lock_guard<std::mutex> lock(g_print_lock);
     const auto now = std::chrono::steady_clock::now();
     if (now - g_last_line < std::chrono::milliseconds(200)) return;
@@ -76,6 +80,19 @@ void print_joints(const char* label, zq_robot_handle* arm, int dof) {
     std::printf("%s", label);
     for (int j = 0; j < dof; ++j) std::printf(" %7.2f", data[j]);
     std::printf("\n");
+}
+
+// A UDP port that nothing listens on at the moment, for this arm's reports.
+int free_udp_port() {
+    const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in a{};
+    a.sin_family = AF_INET;
+    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t len = sizeof a;
+    const bool ok = fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
+                    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) == 0;
+    if (fd >= 0) ::close(fd);
+    return ok ? ntohs(a.sin_port) : -1;
 }
 
 }  // namespace
@@ -123,6 +140,21 @@ int main(int argc, char** argv) {
     std::printf("joint  min(deg)  max(deg)  speed(deg/s)  acc(deg/s^2)\n");
     for (int j = 0; j < dof; ++j)
         std::printf("%5d  %8.2f  %8.2f  %12.2f  %12.2f\n", j + 1, min_pos[j], max_pos[j], speed[j], acc[j]);
+    // Realtime reports: to a port of our own, every 100 ms. The callback keeps only the reports
+    // of this arm's session (arm_port is the TCP port of the session that listens).
+    g_arm_port = port;
+    zq_realtime_push_config_t push{};
+    push.cycle = 20;  // 20 x 5 ms
+    push.enable = 1;
+    push.port = free_udp_port();
+    push.force_coordinate = -1;
+    std::snprintf(push.ip, sizeof push.ip, "127.0.0.1");
+    push.joint_speed = push.lift_state = push.expand_state = push.hand_state = push.aloha_state = push.plus_base =
+        push.plus_state = -1;
+    push.arm_current_status = 1;
+    const int push_rc = push.port > 0 ? zq_set_realtime_push(arm, push) : -4;
+    std::printf("realtime reports to 127.0.0.1:%d: %d\n", push.port, push_rc);
+
     int run_mode = -1;
     zq_get_arm_run_mode(arm, &run_mode);
     std::printf("run mode: %d\n", run_mode);
@@ -146,21 +178,34 @@ int main(int argc, char** argv) {
     ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - t0).count();
     std::printf("  zq_movel returned %d after %lld ms\n", rc, static_cast<long long>(ms));
 
-    // 5. Stream a short joint trajectory: a 2-degree sway of the last joint.
-    std::printf("streaming 200 joint set points, one every 5 ms:\n");
+    // 5. Stream a short joint trajectory: a 4-degree sway of the last joint and back, from the
+    //    joints the arm has now (the linear move changed all of them). The sway starts and ends
+    //    at rest: a set point far from the arm, or a jump in speed, is refused by the
+    //    controller and puts the arm in error.
+    float start[7] = {0};
+    if (zq_get_joint_degree(arm, start) != 0) {
+        std::fprintf(stderr, "cannot read the joints\n");
+        zq_delete_robot_arm(arm);
+        zq_destroy();
+        return 1;
+    }
+    std::printf("streaming 200 joint set points, one every 5 ms, from the joints the arm has:\n");
     int sent = 0;
     float q[7];
-    std::memcpy(q, target, sizeof q);
+    std::memcpy(q, start, sizeof q);
     zq_movej_canfd_mode_t set_point{};
     set_point.joint = q;
     set_point.follow = false;
-    for (int i = 0; i < 200; ++i) {
-        q[dof - 1] = target[dof - 1] + 2.0f * static_cast<float>(std::sin(i * 0.0314159));
+    for (int i = 1; i <= 200; ++i) {
+        q[dof - 1] = start[dof - 1] + 2.0f * static_cast<float>(1.0 - std::cos(i * 0.0314159));
         if (zq_movej_canfd(arm, set_point) == 0) ++sent;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     std::printf("  %d of 200 set points sent\n", sent);
     print_joints("  joints now:", arm, dof);
+    zq_current_arm_state_t state{};
+    if (zq_get_current_arm_state(arm, &state) == 0)
+        std::printf("  arm error code: %d (0: every set point was followed)\n", state.err_len > 0 ? state.err[0] : 0);
 
     std::printf("%d realtime reports received\n", g_reports.load());
     zq_delete_robot_arm(arm);

@@ -1,5 +1,6 @@
-/*
- * api_cpp: client library of the ZQ family of 6- and 7-joint robot arms.
+/**
+ * @file zq_api.h
+ * @brief api_cpp: client library of the ZQ family of 6- and 7-joint robot arms.
  *
  * Plain C interface. Every function returns a code or a record by value and
  * hands results out through the caller's pointers. Compiles as C11 and C++.
@@ -164,22 +165,94 @@ typedef void (*zq_log_callback_t)(const char* fmt, va_list args);
 /* Library frame and sessions                                          */
 /* ------------------------------------------------------------------ */
 
+/**
+ * @brief Starts the library in a thread mode; call once, before anything else.
+ * @param mode 0 no threads (the waiting caller reads its socket), 1 a socket receive thread,
+ *             2 that and a UDP thread for realtime reports.
+ * @return 0, also when the library was started before (the first mode stays, nothing new
+ *         starts, also after zq_destroy()); -1 when a lock or thread could not be created
+ *         (logged; the call may be repeated).
+ * Not thread-safe against itself: call it from one thread. Any controller generation.
+ */
 ZQ_API int zq_init(zq_thread_mode_e mode);
+/**
+ * @brief Stops the library: sets the stop flag, closes and frees every session.
+ * @return always 0. The threads end on their own; the library cannot be started again in
+ *         this process. Thread-safe; waits for commands in flight.
+ */
 ZQ_API int zq_destroy(void);
+/** @brief The library's version text, e.g. "v1.1.5"; static, never NULL. Thread-safe. */
 ZQ_API const char* zq_api_version(void);
+/**
+ * @brief Replaces the log sink and the level that passes.
+ * @param sink  called with a printf-style format and its arguments for each line that
+ *              passes; NULL restores the default sink (standard error).
+ * @param level 0 debug, 1 info, 2 warning, 3 error (the default): lines of this level and
+ *              above pass.
+ * The sink runs on whichever thread logs and must be thread-safe. See also
+ * zq_set_log_sink() (zq_util.h) for lines with their level. Thread-safe.
+ */
 ZQ_API void zq_set_log_call_back(zq_log_callback_t sink, int level);
+/**
+ * @brief Appends the log to a file and lets every level pass.
+ * @param path file to append to; lines are "[YYYY-MM-DD hh_mm_ss]: text", the first one
+ *             "[time] Begin API Testing.". When the file cannot be opened (or path is NULL)
+ *             the system error is printed and the current sink stays. Thread-safe.
+ */
 ZQ_API void zq_set_log_save(const char* path);
+/**
+ * @brief Sets the time-out of queries (default 500 ms) and of configuration commands
+ *        (default 1000 ms) to `timeout_ms` milliseconds; the Modbus bus time-out stays.
+ * Waits end as soon as the reply arrives. Thread-safe; applies to commands sent afterwards.
+ */
 ZQ_API void zq_set_timeout(int timeout_ms);
+/**
+ * @brief Connects to a controller and learns the arm: software information, realtime port,
+ *        frames, install pose, joint limits, DH data.
+ * @param ip   the controller's IPv4 address, e.g. "192.168.1.18".
+ * @param port its TCP port (8080 on a controller).
+ * @return the handle to pass to every command; its `id` is the slot + 1, or -1 when the
+ *         connection or a first query failed (delete it all the same). NULL when five arms
+ *         are connected already. Thread-safe. Both controller generations.
+ */
 ZQ_API zq_robot_handle* zq_create_robot_arm(const char* ip, int port);
+/**
+ * @brief Closes a connection and frees its slot; the handle is invalid afterwards.
+ * @return 0; -1 for an unknown handle. Waits for the arm's commands in flight. Thread-safe,
+ *         also from a callback.
+ */
 ZQ_API int zq_delete_robot_arm(zq_robot_handle* handle);
+/**
+ * @brief Copies the joint count, model, force type and controller generation (3 or 4) that
+ *        the library learned at connection.
+ * @return 0; -1 for an unknown handle; -2 when the joint count is unknown (failed
+ *         connection). Sends nothing. Thread-safe.
+ */
 ZQ_API int zq_get_robot_info(zq_robot_handle* handle, zq_robot_info_t* info);
+/**
+ * @brief Sets the function that receives pushed events (end of a trajectory, end of a
+ *        program) of every arm; NULL removes it.
+ * It runs on the socket receive thread (modes 1 and 2; in mode 0 on the waiting caller's
+ * thread) and must return quickly. Thread-safe.
+ */
 ZQ_API void zq_get_arm_event_call_back(zq_event_callback_t callback);
 
 /* ------------------------------------------------------------------ */
 /* Controller commands                                                 */
 /* ------------------------------------------------------------------ */
 
+/**
+ * @brief Reads the controller's run mode into `*mode` (0 simulation, 1 real arm); a null
+ *        `mode` only asks.
+ * @return 0; -1 unknown handle or send failed; -2 no reply within the query time-out;
+ *         -3 reply not understood. Thread-safe. Both generations.
+ */
 ZQ_API int zq_get_arm_run_mode(zq_robot_handle* handle, int* mode);
+/**
+ * @brief Sets the controller's run mode: 0 simulation, any other value the real arm (1).
+ * @return 0; 1 the controller refused; -1 unknown handle or send failed; -2 no reply within
+ *         the query time-out; -3 reply not understood. Thread-safe. Both generations.
+ */
 ZQ_API int zq_set_arm_run_mode(zq_robot_handle* handle, int mode);
 
 #ifdef __cplusplus
@@ -195,5 +268,6 @@ ZQ_API int zq_set_arm_run_mode(zq_robot_handle* handle, int mode);
 #include "zq_io.h"
 #include "zq_safety.h"
 #include "zq_state_cache.h"
+#include "zq_util.h"
 
 #endif /* ZQ_API_H */

@@ -55,6 +55,9 @@ struct RealtimePush {
     int cycle = 5;                  // report period, controller units
     bool enable = true;
     int port = 8089;
+    // Reports go out only once a client has said where they go (set_realtime_push), so that
+    // simulators running side by side do not send to the default port nobody asked for.
+    bool configured = false;
     std::string ip = "127.0.0.1";  // loopback only
     int force_coordinate = -1;      // frame of the force values; below 0: not reported (no sensor)
     // Sections of the report, in the order the controller lists them.

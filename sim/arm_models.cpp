@@ -154,6 +154,19 @@ EndVariant end_variant_of(const std::string& product) {
     return EndVariant::B;
 }
 
+std::vector<std::string> known_families() {
+    std::vector<std::string> out;
+    for (const Family& f : kFamilies) out.emplace_back(f.tag);
+    return out;
+}
+
+bool is_known_model(const std::string& product) {
+    for (const Family& f : kFamilies) {
+        if (product.find(f.tag) != std::string::npos) return true;
+    }
+    return false;
+}
+
 bool has_force_sensor(EndVariant v) {
     return v != EndVariant::B && v != EndVariant::BV;
 }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "arm_config.h"
 
@@ -21,5 +22,11 @@ bool has_force_sensor(EndVariant v);
 // Fills `cfg` with the factory data of the family that `product_version` names (a generic
 // six-joint arm when none matches), keeping `cfg`'s other settings.
 void apply_factory_data(ArmConfig& cfg, const std::string& product_version);
+
+// The family tags the controller knows ("ZQ41", "ZQ52", ...), in the order they are matched.
+std::vector<std::string> known_families();
+
+// True when `product_version` names one of the known families.
+bool is_known_model(const std::string& product_version);
 
 }  // namespace zqsim

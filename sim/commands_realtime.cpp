@@ -25,7 +25,8 @@ void get_realtime_push(CommandContext& c) {
 //  ["custom":{"joint_speed":b,...}]} -> {"command":"set_realtime_push","state":true}
 // Settings left out stay as they were; a section of "custom" that the controller does not know
 // is ignored. A cycle or port below 1, or an ip that is no text, is refused with false and
-// changes nothing. "force_coordinate" is kept only by arms with a force sensor.
+// changes nothing. "force_coordinate" is kept only by arms with a force sensor. Reports start
+// with the first accepted setting.
 void set_realtime_push(CommandContext& c) {
     RealtimePush p = c.arm.realtime;
     bool ok = true;
@@ -47,7 +48,10 @@ void set_realtime_push(CommandContext& c) {
         const cJSON* v = cJSON_GetObjectItemCaseSensitive(custom, section.first.c_str());
         if (cJSON_IsBool(v)) section.second = cJSON_IsTrue(v);
     }
-    if (ok) c.arm.realtime = p;
+    if (ok) {
+        p.configured = true;
+        c.arm.realtime = p;
+    }
     cJSON* r = wire::reply("set_realtime_push");
     cJSON_AddBoolToObject(r, "state", ok);
     c.reply(r);

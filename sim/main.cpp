@@ -1,9 +1,5 @@
-// zq_sim: the simulated controller as a program.
-//
-//   zq_sim [--port N] [--model TEXT] [--controller TEXT] [--dof N]
-//
-// Listens on 127.0.0.1:N (default 8080; 0 picks a free port), prints the port, and serves
-// until SIGINT or SIGTERM.
+// zq_sim: the simulated controller as a program. `zq_sim --help` describes it.
+#include <getopt.h>
 #include <signal.h>
 
 #include <cstdio>
@@ -11,17 +7,44 @@
 #include <cstring>
 #include <string>
 
+#include "arm_models.h"
 #include "simulator.h"
+
+#ifndef ZQ_SIM_VERSION
+#define ZQ_SIM_VERSION "unknown"
+#endif
 
 namespace {
 
-void usage() {
-    std::fprintf(stderr,
-                 "usage: zq_sim [--port N] [--model TEXT] [--controller TEXT] [--dof N]\n"
-                 "  --port N           TCP port on 127.0.0.1 (default 8080, 0: any free port)\n"
-                 "  --model TEXT       product version, e.g. ZQ41-B-1.0 or ZQ52-6F-1.0 (default ZQ41-B-1.0)\n"
-                 "  --controller TEXT  controller version, 4.0 or a 3.x text (default 4.0)\n"
-                 "  --dof N            joint count, 1 to 10 (default: the model's)\n");
+// The whole manual: --help prints it on standard output.
+const char kUsage[] =
+    "usage: zq_sim [OPTION]...\n"
+    "\n"
+    "A simulated arm controller on 127.0.0.1. It answers the command protocol (JSON lines\n"
+    "ended by CR LF) over TCP, moves its arm in real time, and sends UDP state reports once a\n"
+    "client has configured where they go (set_realtime_push). It serves until SIGINT or\n"
+    "SIGTERM. The first line on standard output names the model and the bound port.\n"
+    "\n"
+    "Options:\n"
+    "  -p, --port N           TCP port on 127.0.0.1 (default 8080; 0 picks a free port)\n"
+    "  -m, --model TEXT       product version of the arm (default ZQ41-B-1.0); it must name a\n"
+    "                         known family, optionally with an end variant suffix\n"
+    "                         (-B, -ZF, -6F, -6FB, -B-V, -6FB-V), e.g. ZQ52-6F-1.0\n"
+    "  -c, --controller TEXT  controller version: 4.0, or a 3.x text such as 3.5.2 (default 4.0)\n"
+    "  -d, --dof N            joint count, 1 to 10 (default: the model's)\n"
+    "  -l, --list-models      print the known families and exit\n"
+    "  -h, --help             print this text and exit\n"
+    "  -V, --version          print the version and exit\n"
+    "\n"
+    "Exit status: 0 after a stop signal, --help, --version or --list-models; 1 when the port\n"
+    "cannot be bound; 2 on a bad option or an unknown model.\n"
+    "\n"
+    "Streamed set points (movej_canfd, movej_follow) are checked against the joints' speed and\n"
+    "acceleration limits; a set point beyond them is not executed and puts an error code in the\n"
+    "arm's error list (cleared by clear_system_err).\n";
+
+void list_models(std::FILE* to) {
+    for (const std::string& f : zqsim::known_families()) std::fprintf(to, "  %s\n", f.c_str());
 }
 
 bool parse_int(const char* text, int lo, int hi, int* out) {
@@ -32,6 +55,11 @@ bool parse_int(const char* text, int lo, int hi, int* out) {
     return true;
 }
 
+int bad_usage(const char* what, const char* value) {
+    std::fprintf(stderr, "zq_sim: %s '%s'\nTry 'zq_sim --help' for more information.\n", what, value);
+    return 2;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -39,26 +67,52 @@ int main(int argc, char** argv) {
     int dof = 0;
     std::string model = "ZQ41-B-1.0";
     std::string controller = "4.0";
-    for (int i = 1; i < argc; i += 2) {  // each option takes one value
-        const char* arg = argv[i];
-        const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
-        bool ok = value != nullptr;
-        if (std::strcmp(arg, "--port") == 0) {
-            ok = ok && parse_int(value, 0, 65535, &port);
-        } else if (std::strcmp(arg, "--model") == 0) {
-            if (ok) model = value;
-        } else if (std::strcmp(arg, "--controller") == 0) {
-            if (ok) controller = value;
-        } else if (std::strcmp(arg, "--dof") == 0) {
-            ok = ok && parse_int(value, 1, 10, &dof);
-        } else {
-            ok = false;
-        }
-        if (!ok) {
-            usage();
-            return 2;
+
+    static const option kOptions[] = {
+        {"port", required_argument, nullptr, 'p'},     {"model", required_argument, nullptr, 'm'},
+        {"controller", required_argument, nullptr, 'c'}, {"dof", required_argument, nullptr, 'd'},
+        {"list-models", no_argument, nullptr, 'l'},    {"help", no_argument, nullptr, 'h'},
+        {"version", no_argument, nullptr, 'V'},        {nullptr, 0, nullptr, 0},
+    };
+    opterr = 0;  // the messages below replace getopt's own
+    for (;;) {
+        const int c = getopt_long(argc, argv, ":p:m:c:d:lhV", kOptions, nullptr);
+        if (c == -1) break;
+        switch (c) {
+            case 'p':
+                if (!parse_int(optarg, 0, 65535, &port)) return bad_usage("invalid port", optarg);
+                break;
+            case 'm':
+                model = optarg;
+                break;
+            case 'c':
+                controller = optarg;
+                break;
+            case 'd':
+                if (!parse_int(optarg, 1, 10, &dof)) return bad_usage("invalid joint count", optarg);
+                break;
+            case 'l':
+                list_models(stdout);
+                return 0;
+            case 'h':
+                std::fputs(kUsage, stdout);
+                return 0;
+            case 'V':
+                std::printf("zq_sim %s\n", ZQ_SIM_VERSION);
+                return 0;
+            case ':':
+                return bad_usage("missing value of option", argv[optind - 1]);
+            default:
+                return bad_usage("unknown option", argv[optind - 1]);
         }
     }
+    if (optind < argc) return bad_usage("unexpected argument", argv[optind]);
+    if (!zqsim::is_known_model(model)) {
+        std::fprintf(stderr, "zq_sim: unknown model '%s'; known families:\n", model.c_str());
+        list_models(stderr);
+        return 2;
+    }
+    if (controller.empty()) return bad_usage("invalid controller version", "");
 
     zqsim::ArmConfig cfg = zqsim::ArmConfig::for_model(model);
     cfg.controller_version = controller;

@@ -29,6 +29,18 @@ constexpr double kAngularSpeed = 0.6;   // rad/s at v = 100
 constexpr double kAngularAcc = 4.0;     // rad/s²
 constexpr int kTickMs = 2;              // clock period while the arm moves
 constexpr double kMinMoveSeconds = 0.02;  // shortest planned trajectory
+// Streamed set points are checked like the controller checks them: the step from the last
+// set point may need neither more than the joint's speed limit nor more than its acceleration
+// limit over the stream's period (a running mean of the arrival intervals). The acceleration
+// is the second difference of the set points, so the host's timing jitter does not enter it;
+// it gets twice the limit as room, the speed a tenth. A stream that pauses longer than
+// kStreamGapMs starts again from rest, from where the arm stands.
+constexpr double kStreamStartPeriod = 0.005;                      // s, the controller's cycle
+constexpr double kStreamMinPeriod = 0.002, kStreamMaxPeriod = 0.05;  // s
+constexpr int kStreamGapMs = 100;
+constexpr double kStreamSpeedRoom = 1.1, kStreamAccRoom = 2.0;
+constexpr int kStreamSpeedError = 0x6101;  // a set point beyond a joint's speed limit
+constexpr int kStreamAccError = 0x6102;    // a set point beyond a joint's acceleration limit
 constexpr int kStopShownMs = 200;         // "stop" and "slow_stop" are reported this long, then "idle"
 
 // One trajectory: where the joints go, what the trajectory query reports, how long it takes.
@@ -549,9 +561,26 @@ struct MotionEngine::Impl {
     // millisecond, and the clock brings it up to date after the stream pauses.
     std::vector<std::string> stream_joints(const cJSON* rq, const std::string&) {
         std::vector<double> q = number_array(rq, "joint", wire::kAngle);
-        if (running || static_cast<int>(q.size()) != dof) return {};
-        current = std::move(q);
         const Clock::time_point now = Clock::now();
+        if (running) return {};
+        if (now - last_set_point > std::chrono::milliseconds(kStreamGapMs) || limits.empty()) {
+            refresh_arm();  // a new stream: from rest, where the arm stands
+            stream_period = kStreamStartPeriod;
+            last_step.assign(static_cast<std::size_t>(dof), 0.0);
+        } else {
+            const double dt = std::chrono::duration<double>(now - last_set_point).count();
+            stream_period = std::clamp(0.8 * stream_period + 0.2 * dt, kStreamMinPeriod, kStreamMaxPeriod);
+        }
+        last_set_point = now;
+        if (static_cast<int>(q.size()) != dof || current.size() != q.size()) return {};
+        const int fault = stream_fault(q);
+        if (fault != 0) {
+            last_step.assign(q.size(), 0.0);  // the arm holds where it is
+            sim.update([fault](ArmConfig& a) { a.state.err = {fault}; });
+            return {};
+        }
+        for (std::size_t i = 0; i < q.size(); ++i) last_step[i] = q[i] - current[i];
+        current = std::move(q);
         if (now - last_stream_apply >= std::chrono::milliseconds(1)) {
             pending_joints = current;
             last_stream_apply = now;
@@ -561,6 +590,16 @@ struct MotionEngine::Impl {
             cv.notify_all();
         }
         return {};
+    }
+    // The error code that refuses set point `q`, or 0 when the joints can follow it.
+    int stream_fault(const std::vector<double>& q) const {
+        const double t = stream_period;
+        for (std::size_t i = 0; i < q.size() && i < limits.size() && i < last_step.size(); ++i) {
+            const double step = q[i] - current[i];
+            if (std::fabs(step) > limits[i].max_speed * t * kStreamSpeedRoom) return kStreamSpeedError;
+            if (std::fabs(step - last_step[i]) > limits[i].max_acc * t * t * kStreamAccRoom) return kStreamAccError;
+        }
+        return 0;
     }
     std::vector<std::string> stream_pose(const cJSON* rq, const std::string&) {
         std::vector<double> v = number_array(rq, "pose", 1.0);
@@ -672,6 +711,9 @@ struct MotionEngine::Impl {
     std::vector<Due> due;
     Clock::time_point last_push{};
     Clock::time_point last_stream_apply{};
+    Clock::time_point last_set_point{};  // of the stream, accepted or not
+    double stream_period = kStreamStartPeriod;  // seconds
+    std::vector<double> last_step;  // degrees, of the last accepted set point
     Clock::time_point stopped_at{};
     bool stream_dirty = false;  // streamed joints not yet in the shared state
 

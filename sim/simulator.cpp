@@ -74,7 +74,7 @@ struct Simulator::Impl {
         std::lock_guard<std::mutex> lock(arm_mu);
         const RealtimePush& p = arm.realtime;
         period_ms = std::max(p.cycle, 1) * kReportCycleUnitMs;
-        if (!p.enable) return false;
+        if (!p.enable || !p.configured) return false;
         report = build_realtime_report(arm);
         ip = p.ip;
         port = p.port;

@@ -424,6 +424,7 @@ TEST_F(RealtimeReports, AStoppedArmClearsThePendingCounters) {
     sim_.update([](zqsim::ArmConfig& a) {
         a.state.arm_status = "stop";
         a.state.peripherals.lift_height = 9090;
+        a.realtime.configured = true;  // as if a client had asked for the default port
         for (auto& s : a.realtime.sections) s.second = true;
     });
     for (int i = 0; i < 3; ++i) zq_motion_count_op(arm_, 1);

@@ -56,6 +56,7 @@ zqsim::ArmConfig reporting_to(int port, int cycle) {
     cfg.realtime.port = port;
     cfg.realtime.cycle = cycle;
     cfg.realtime.enable = true;
+    cfg.realtime.configured = true;
     return cfg;
 }
 

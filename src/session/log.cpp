@@ -16,6 +16,11 @@ void stderr_sink(const char* fmt, va_list args) { std::vfprintf(stderr, fmt, arg
 std::atomic<zq_log_callback_t> g_sink{stderr_sink};
 std::atomic<int> g_level{3};
 platform::Mutex g_file_lock;
+// The sink of zq_set_log_sink: while set, it takes every line instead of g_sink.
+platform::Mutex g_level_sink_lock;
+zq_log_sink_t g_level_sink = nullptr;  // guarded by g_level_sink_lock
+void* g_level_sink_user = nullptr;     // guarded by g_level_sink_lock
+std::atomic<bool> g_level_sink_on{false};
 FILE* g_file = nullptr;  // guarded by g_file_lock
 
 void format_time(char* out, size_t cap) {
@@ -38,8 +43,30 @@ void file_sink(const char* fmt, va_list args) {
     std::fflush(g_file);
 }
 
+void clear_level_sink() {
+    std::lock_guard<platform::Mutex> lock(g_level_sink_lock);
+    g_level_sink = nullptr;
+    g_level_sink_user = nullptr;
+    g_level_sink_on.store(false, std::memory_order_release);
+}
+
 void emit(int level, const char* fmt, va_list args) {
     if (!log_enabled(level)) return;
+    if (g_level_sink_on.load(std::memory_order_acquire)) {
+        zq_log_sink_t sink;
+        void* user;
+        {
+            std::lock_guard<platform::Mutex> lock(g_level_sink_lock);
+            sink = g_level_sink;
+            user = g_level_sink_user;
+        }
+        if (sink) {
+            char line[1024];
+            std::vsnprintf(line, sizeof line, fmt ? fmt : "", args);
+            sink(static_cast<zq_log_level_e>(level), line, user);
+            return;
+        }
+    }
     zq_log_callback_t sink = g_sink.load(std::memory_order_acquire);
     if (sink) sink(fmt, args);
 }
@@ -66,6 +93,7 @@ ZQ_DEFINE_LOG(log_error, 3)
 extern "C" {
 
 void zq_set_log_call_back(zq_log_callback_t sink, int level) {
+    zq::clear_level_sink();
     zq::g_sink.store(sink ? sink : zq::stderr_sink, std::memory_order_release);
     zq::g_level.store(level, std::memory_order_relaxed);
 }
@@ -87,8 +115,23 @@ void zq_set_log_save(const char* path) {
         if (zq::g_file) std::fclose(zq::g_file);
         zq::g_file = f;
     }
+    zq::clear_level_sink();
     zq::g_sink.store(zq::file_sink, std::memory_order_release);
     zq::g_level.store(0, std::memory_order_relaxed);
+}
+
+void zq_set_log_sink(zq_log_sink_t sink, int level, void* user) {
+    if (!sink) {
+        zq_set_log_call_back(nullptr, level);  // the default sink
+        return;
+    }
+    {
+        std::lock_guard<zq::platform::Mutex> lock(zq::g_level_sink_lock);
+        zq::g_level_sink = sink;
+        zq::g_level_sink_user = user;
+        zq::g_level_sink_on.store(true, std::memory_order_release);
+    }
+    zq::g_level.store(level, std::memory_order_relaxed);
 }
 
 }  // extern "C"
