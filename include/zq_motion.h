@@ -1,4 +1,13 @@
-/* Motion: blocking moves, step, jog and stop control, pass-through streaming. */
+/**
+ * @file zq_motion.h
+ * @brief Motion: blocking moves, step, jog and stop control, pass-through streaming.
+ *
+ * Joint angles are degrees, positions metres, Euler angles radians (fixed axes,
+ * R = Rz(rz) Ry(ry) Rx(rx)); poses are the tool in the current work frame. Every function is
+ * thread-safe; commands of one arm are best sent from one thread. Unless stated otherwise a
+ * command returns 0 success, 1 the controller refused, -1 unknown handle or send failed, -2 no
+ * reply within the time-out, -3 reply not understood, -4 bad argument (nothing is sent).
+ */
 #ifndef ZQ_MOTION_H
 #define ZQ_MOTION_H
 
@@ -21,7 +30,13 @@ typedef enum {
     ZQ_TRAJECTORY_BLEND = 6
 } zq_arm_current_trajectory_e;
 
-/* `data` has room for seven floats: joints in degrees, or x, y, z (m), rx, ry, rz (rad). */
+/**
+ * @brief The kind and target of the trajectory the arm runs.
+ * @param type receives the kind; ZQ_TRAJECTORY_NONE when the arm stands.
+ * @param data room for seven floats: the target joints in degrees, or x, y, z (m), rx, ry,
+ *             rz (rad) for a pose move; the current joints when the arm stands.
+ * @return 0, -1, -2, -3 (see the file's codes). Both generations.
+ */
 ZQ_API int zq_get_arm_current_trajectory(zq_robot_handle* handle, zq_arm_current_trajectory_e* type, float* data);
 
 /* ---- moves ----
@@ -31,38 +46,74 @@ ZQ_API int zq_get_arm_current_trajectory(zq_robot_handle* handle, zq_arm_current
  * Results: 0 done; 1 refused or failed; -1 no connection; -2 no acknowledgement; -3 bad reply;
  * -4 ended on another device; -5 rounds used up; -6 no final report; -7 not on generation 3.
  */
+/**
+ * @brief Joint move to `joint` (the arm's joint count of angles, degrees). Blocking, it first
+ *        reads the arm's error list: an arm in error is not moved (1).
+ */
 ZQ_API int zq_movej(zq_robot_handle* handle, const float* joint, int v, int r, int trajectory_connect, int block);
+/** @brief Straight-line move of the tool to `pose`. */
 ZQ_API int zq_movel(zq_robot_handle* handle, zq_pose_t pose, int v, int r, int trajectory_connect, int block);
+/**
+ * @brief Straight-line move by `offset` from where the tool is; `frame_type` 0 the work
+ *        frame, 1 the tool frame.
+ */
 ZQ_API int zq_movel_offset(zq_robot_handle* handle, zq_pose_t offset, int v, int r, int trajectory_connect,
                            int frame_type, int block);
+/** @brief Spline move through `pose`; chain several with `trajectory_connect` 1. */
 ZQ_API int zq_moves(zq_robot_handle* handle, zq_pose_t pose, int v, int r, int trajectory_connect, int block);
+/** @brief Circular move through `pose_via` to `pose_to`, `loop` extra full circles. */
 ZQ_API int zq_movec(zq_robot_handle* handle, zq_pose_t pose_via, zq_pose_t pose_to, int v, int r, int loop,
                     int trajectory_connect, int block);
+/** @brief Joint-interpolated move to a tool pose (the controller solves the joints). */
 ZQ_API int zq_movej_p(zq_robot_handle* handle, zq_pose_t pose, int v, int r, int trajectory_connect, int block);
 
 /* ---- steps, jogs and stops ---- */
 typedef enum { ZQ_X_DIR = 0, ZQ_Y_DIR = 1, ZQ_Z_DIR = 2 } zq_pos_teach_type_e;
 typedef enum { ZQ_RX_ROTATE = 0, ZQ_RY_ROTATE = 1, ZQ_RZ_ROTATE = 2 } zq_ort_teach_type_e;
 
-/* step: degrees (joint), metres (position) or radians (orientation). */
+/**
+ * @brief A step of one joint (`joint_num` from 1) by `step` degrees at `v` percent speed;
+ *        `block` as for the moves.
+ */
 ZQ_API int zq_set_joint_step(zq_robot_handle* handle, int joint_num, float step, int v, int block);
+/** @brief A straight step of the tool along one axis of the teach frame, `step` metres. */
 ZQ_API int zq_set_pos_step(zq_robot_handle* handle, zq_pos_teach_type_e type, float step, int v, int block);
+/** @brief A rotation step of the tool about one axis of the teach frame, `step` radians. */
 ZQ_API int zq_set_ort_step(zq_robot_handle* handle, zq_ort_teach_type_e type, float step, int v, int block);
 
 /* direction: non-zero positive, zero negative. Jogging lasts until zq_set_stop_teach. */
+/**
+ * @brief Jogs one joint (`joint_num` from 1) at `v` percent, positive for a non-zero
+ *        `direction`, until zq_set_stop_teach() or a stop. -1 for any failed exchange.
+ */
 ZQ_API int zq_set_joint_teach(zq_robot_handle* handle, int joint_num, int direction, int v);
+/** @brief Jogs the tool along one axis of the teach frame until zq_set_stop_teach(). */
 ZQ_API int zq_set_pos_teach(zq_robot_handle* handle, zq_pos_teach_type_e type, int direction, int v);
+/** @brief Jogs the tool's orientation about one axis until zq_set_stop_teach(). */
 ZQ_API int zq_set_ort_teach(zq_robot_handle* handle, zq_ort_teach_type_e type, int direction, int v);
+/** @brief Ends jogging. */
 ZQ_API int zq_set_stop_teach(zq_robot_handle* handle);
+/** @brief Sets the frame of the Cartesian steps and jogs (the controller's frame number). */
 ZQ_API int zq_set_teach_frame(zq_robot_handle* handle, int frame_type);
+/**
+ * @brief Reads the frame of the Cartesian steps and jogs into `*frame_type`. When the reply
+ *        does not parse, the reply's positive length comes back as the result.
+ */
 ZQ_API int zq_get_teach_frame(zq_robot_handle* handle, int* frame_type);
 
+/** @brief Slow stop; clears the library's pending-move counters once the controller answers. */
 ZQ_API int zq_set_arm_slow_stop(zq_robot_handle* handle);
+/** @brief Stops the arm; clears the library's pending-move counters once the controller answers. */
 ZQ_API int zq_set_arm_stop(zq_robot_handle* handle);
+/** @brief Pauses the running trajectory; zq_set_arm_continue() resumes it. */
 ZQ_API int zq_set_arm_pause(zq_robot_handle* handle);
+/** @brief Resumes a paused trajectory. */
 ZQ_API int zq_set_arm_continue(zq_robot_handle* handle);
+/** @brief Drops the current trajectory. */
 ZQ_API int zq_set_delete_current_trajectory(zq_robot_handle* handle);
+/** @brief Drops every planned trajectory; clears the pending-move counters. */
 ZQ_API int zq_set_arm_delete_trajectory(zq_robot_handle* handle);
+/** @brief Emergency stop on (`state` true) or released (false). Generation 4 only: -4 on 3. */
 ZQ_API int zq_set_arm_emergency_stop(zq_robot_handle* handle, bool state);
 
 /* ---- pass-through streaming: sent without waiting for an answer ---- */
@@ -88,11 +139,25 @@ typedef struct {
     int32_t radio;
 } zq_movev_canfd_mode_t;
 
+/**
+ * @brief Streams one joint set point; no reply is awaited (0 once sent). Start where the arm
+ *        stands: the controller refuses a step beyond a joint's speed or acceleration limit
+ *        and reports it in the arm's error list. A `radio` above its mode's range is logged
+ *        as a warning and sent. -1 when the joint count is unknown.
+ */
 ZQ_API int zq_movej_canfd(zq_robot_handle* handle, zq_movej_canfd_mode_t config);
+/** @brief Streams one pose set point (quaternion when it is a unit one, else Euler); 0 once sent. */
 ZQ_API int zq_movep_canfd(zq_robot_handle* handle, zq_movep_canfd_mode_t config);
+/** @brief Streams one Cartesian velocity (after zq_set_movev_canfd_init()); 0 once sent. */
 ZQ_API int zq_movev_canfd(zq_robot_handle* handle, zq_movev_canfd_mode_t config);
+/** @brief Streams one joint set point in follow mode (degrees); 0 once sent. */
 ZQ_API int zq_movej_follow(zq_robot_handle* handle, float* joint);
+/** @brief Streams one pose set point in follow mode; 0 once sent. */
 ZQ_API int zq_movep_follow(zq_robot_handle* handle, zq_pose_t pose);
+/**
+ * @brief Prepares Cartesian velocity streaming: singularity avoidance on or off, the frame of
+ *        the velocities (0 base, 1 tool) and the period `dt` in ms.
+ */
 ZQ_API int zq_set_movev_canfd_init(zq_robot_handle* handle, int avoid_singularity_flag, int frame_type, int dt);
 
 #ifdef __cplusplus

@@ -1,4 +1,7 @@
-/* Realtime state push over UDP: configuration, report record and callback. */
+/**
+ * @file zq_realtime.h
+ * @brief Realtime state push over UDP: configuration, report record and callback.
+ */
 #ifndef ZQ_REALTIME_H
 #define ZQ_REALTIME_H
 
@@ -104,8 +107,32 @@ typedef struct {
 /* Runs on the UDP receive thread (thread mode 2) with a copy of each report. */
 typedef void (*zq_realtime_callback_t)(zq_realtime_arm_joint_state_t data);
 
+/**
+ * @brief Sets the function that receives every realtime report of every arm; NULL removes it.
+ * Reports arrive only in thread mode 2, on the UDP receive thread, once zq_set_realtime_push()
+ * (or the controller's settings read at connection) named a port of this host. Use
+ * `arm_port` and `arm_ip` of the report to tell the arms apart; `errCode` -3 marks a
+ * datagram that did not parse. The callback must be thread-safe and return quickly.
+ */
 ZQ_API void zq_realtime_arm_state_call_back(zq_realtime_callback_t callback);
+/**
+ * @brief Tells the controller where and how often to send realtime reports, then reads the
+ *        settings back and listens on the port (thread mode 2; at most five ports per process).
+ * @param config `cycle` in 5 ms units (1 or more), `enable`, UDP `port` (1 to 65535) and
+ *               `ip` of this host as the controller sees it, `force_coordinate` (arms with a
+ *               force sensor; -1 leaves it out), and the sections: 1 report, 0 don't, below 0
+ *               leave unsaid.
+ * @return 0; 1 the controller refused; -1 unknown handle or send failed; -2 no reply within
+ *         the time-out; -3 reply not understood; -4 a setting out of range (nothing sent).
+ *         Thread-safe. Both generations.
+ */
 ZQ_API int zq_set_realtime_push(zq_robot_handle* handle, zq_realtime_push_config_t config);
+/**
+ * @brief Reads the controller's realtime settings into `*config` (NULL: only asks) and, when
+ *        reports are enabled in thread mode 2, listens on their port.
+ * @return 0; -1 unknown handle or send failed; -2 no reply within the query time-out; -3 reply
+ *         not understood. Thread-safe. Both generations.
+ */
 ZQ_API int zq_get_realtime_push(zq_robot_handle* handle, zq_realtime_push_config_t* config);
 
 #ifdef __cplusplus
