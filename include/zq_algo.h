@@ -121,16 +121,16 @@ ZQ_API zq_pose_t zq_algo_rotate_move(zq_robot_handle* handle, const float* joint
 /* ------------------------------------------------------------------ */
 
 typedef struct {
-    float q_in[7];     /* reference joints; the first dof entries are read */
-    zq_pose_t q_pose;  /* target tool pose in the work frame */
-    uint8_t flag;      /* 0: orientation from the quaternion; 1: from the Euler triple */
+    float q_in[7];     /**< reference joints; the first dof entries are read */
+    zq_pose_t q_pose;  /**< target tool pose in the work frame */
+    uint8_t flag;      /**< 0: orientation from the quaternion; 1: from the Euler triple */
 } zq_inverse_kinematics_params_t;
 
 typedef struct {
-    int32_t result;       /* 0 solved, 1 none, -1 bad input, -2 bad quaternion, -3 not a six-joint arm */
-    int32_t num;          /* rows held in q_solve */
-    float q_ref[8];       /* reference joints */
-    float q_solve[8][8];  /* row k is solution k */
+    int32_t result;       /**< 0 solved, 1 none, -1 bad input, -2 bad quaternion, -3 not a six-joint arm */
+    int32_t num;          /**< rows held in q_solve */
+    float q_ref[8];       /**< reference joints */
+    float q_solve[8][8];  /**< row k is solution k */
 } zq_inverse_kinematics_all_solve_t;
 
 /** @brief One solution for the tool pose `params->q_pose`, near the reference joints `params->q_in` (degrees), into `q_out`. Returns 0 solved, 1 no solution (every solver failure). */

@@ -12,6 +12,8 @@
 #include <stdint.h>
 #include <cjson/cJSON.h>
 
+/** @def ZQ_API
+ * @brief Marks the functions the library exports. */
 #if defined(_WIN32)
 #define ZQ_API __declspec(dllexport)
 #else
@@ -26,139 +28,150 @@ extern "C" {
 /* Enumerations                                                        */
 /* ------------------------------------------------------------------ */
 
-/* Thread mode, fixed once by zq_init. */
+/** Thread mode, fixed once by zq_init. */
 typedef enum {
-    ZQ_SINGLE_THREAD_MODE = 0,   /* no threads: the waiting caller reads its socket */
-    ZQ_RECV_THREAD_MODE = 1,     /* one socket receive thread */
-    ZQ_RECV_UDP_THREAD_MODE = 2  /* socket receive thread and UDP realtime thread */
+    ZQ_SINGLE_THREAD_MODE = 0,   /**< no threads: the waiting caller reads its socket */
+    ZQ_RECV_THREAD_MODE = 1,     /**< one socket receive thread */
+    ZQ_RECV_UDP_THREAD_MODE = 2  /**< socket receive thread and UDP realtime thread */
 } zq_thread_mode_e;
 
-/* Public arm model number, learned from the product version text. */
+/** Public arm model number, learned from the product version text. */
 typedef enum {
-    ZQ_MODEL_ZQ41_E = 0,
-    ZQ_MODEL_ZQ52_E = 1,
-    ZQ_MODEL_ZQL36_E = 3,
-    ZQ_MODEL_ZQL36III_E = 4,
-    ZQ_MODEL_VDA41_E = 5,
-    ZQ_MODEL_VDA26_E = 6,
-    ZQ_MODEL_HTR27_E = 7,
-    ZQ_MODEL_VDA36_E = 8,
-    ZQ_MODEL_UNIVERSAL_E = 9,
-    ZQ_MODEL_KWBL37_E = 10,
-    ZQ_MODEL_KWBR37_E = 11,
-    ZQ_MODEL_MQL52_E = 12,
-    ZQ_MODEL_MQR52_E = 13,
-    ZQ_MODEL_KWBL47_E = 14,
-    ZQ_MODEL_KWBR47_E = 15,
-    ZQ_MODEL_MQL52II_E = 16,
-    ZQ_MODEL_MQR52II_E = 17
+    ZQ_MODEL_ZQ41_E = 0, /**< the ZQ41 family */
+    ZQ_MODEL_ZQ52_E = 1, /**< the ZQ52 family */
+    ZQ_MODEL_ZQL36_E = 3, /**< the ZQL36 family */
+    ZQ_MODEL_ZQL36III_E = 4, /**< the ZQL36III family */
+    ZQ_MODEL_VDA41_E = 5, /**< the VDA41 family */
+    ZQ_MODEL_VDA26_E = 6, /**< the VDA26 family */
+    ZQ_MODEL_HTR27_E = 7, /**< the HTR27 family */
+    ZQ_MODEL_VDA36_E = 8, /**< the VDA36 family */
+    ZQ_MODEL_UNIVERSAL_E = 9, /**< an arm given by its DH parameters */
+    ZQ_MODEL_KWBL37_E = 10, /**< the KWBL37 family */
+    ZQ_MODEL_KWBR37_E = 11, /**< the KWBR37 family */
+    ZQ_MODEL_MQL52_E = 12, /**< the MQL52 family */
+    ZQ_MODEL_MQR52_E = 13, /**< the MQR52 family */
+    ZQ_MODEL_KWBL47_E = 14, /**< the KWBL47 family */
+    ZQ_MODEL_KWBR47_E = 15, /**< the KWBR47 family */
+    ZQ_MODEL_MQL52II_E = 16, /**< the MQL52II family */
+    ZQ_MODEL_MQR52II_E = 17 /**< the MQR52II family */
 } zq_robot_arm_model_e;
 
-/* End-of-arm variant (force sensor kind). */
+/** End-of-arm variant (force sensor kind). */
 typedef enum {
-    ZQ_MODEL_ZQ_B_E = 0,     /* "-B": no force sensor */
-    ZQ_MODEL_ZQ_ZF_E = 1,    /* "-ZF": one-axis force sensor */
-    ZQ_MODEL_ZQ_6F_E = 2,    /* "-6F": six-axis force sensor */
-    ZQ_MODEL_ZQ_6FB_E = 3,   /* "-6FB" */
-    ZQ_MODEL_ZQ_B_V_E = 4,   /* "-B-V" */
-    ZQ_MODEL_ZQ_6FB_V_E = 5  /* "-6FB-V" */
+    ZQ_MODEL_ZQ_B_E = 0,     /**< "-B": no force sensor */
+    ZQ_MODEL_ZQ_ZF_E = 1,    /**< "-ZF": one-axis force sensor */
+    ZQ_MODEL_ZQ_6F_E = 2,    /**< "-6F": six-axis force sensor */
+    ZQ_MODEL_ZQ_6FB_E = 3,   /**< "-6FB" */
+    ZQ_MODEL_ZQ_B_V_E = 4,   /**< "-B-V" */
+    ZQ_MODEL_ZQ_6FB_V_E = 5  /**< "-6FB-V" */
 } zq_force_type_e;
 
 /* Kind of a pushed event handed to the event callback. */
-typedef enum { ZQ_EVENT_NONE = 0, ZQ_EVENT_TRAJECTORY = 1, ZQ_EVENT_PROGRAM = 2 } zq_event_type_e;
+typedef enum {
+    ZQ_EVENT_NONE = 0,       /**< no event */
+    ZQ_EVENT_TRAJECTORY = 1, /**< a trajectory ended */
+    ZQ_EVENT_PROGRAM = 2     /**< a program finished */
+} zq_event_type_e;
 
 /* ------------------------------------------------------------------ */
 /* Pose records (lengths in metres, angles in radians)                 */
 /* ------------------------------------------------------------------ */
 
+/** A position, metres. */
 typedef struct {
-    float x, y, z;
+    float x, y, z; /**< coordinates, metres */
 } zq_position;
 
+/** A quaternion, w first. */
 typedef struct {
-    float w, x, y, z;
+    float w, x, y, z; /**< components */
 } zq_quat_t;
 
-/* Fixed-axis Euler angles: R = Rz(rz) Ry(ry) Rx(rx). */
+/** Fixed-axis Euler angles: R = Rz(rz) Ry(ry) Rx(rx). */
 typedef struct {
-    float rx, ry, rz;
+    float rx, ry, rz; /**< radians */
 } zq_euler_t;
 
+/** A pose: position and orientation, both as quaternion and Euler angles. */
 typedef struct {
-    zq_position position;
-    zq_quat_t quaternion;
-    zq_euler_t euler;
+    zq_position position;  /**< metres */
+    zq_quat_t quaternion;  /**< orientation */
+    zq_euler_t euler;      /**< the same orientation, radians */
 } zq_pose_t;
 
+/** A tool or work frame. */
 typedef struct {
-    char frame_name[12];
-    zq_pose_t pose;
-    float payload; /* kg */
-    float x, y, z; /* payload centre, m */
+    char frame_name[12]; /**< name, at most 10 characters and the terminator */
+    zq_pose_t pose;      /**< pose on the flange (tool) or in the base frame (work) */
+    float payload; /**< kg */
+    float x, y, z; /**< payload centre, m */
 } zq_frame_t;
 
-/* DH parameters: lengths in metres, alpha and offset in degrees. */
+/** DH parameters: lengths in metres, alpha and offset in degrees. */
 typedef struct {
-    float d[8];
-    float a[8];
-    float alpha[8];
-    float offset[8];
+    float d[8];      /**< link offsets, m */
+    float a[8];      /**< link lengths, m */
+    float alpha[8];  /**< link twists, degrees */
+    float offset[8]; /**< joint zero offsets, degrees */
 } zq_dh_t;
 
-/* 4 by 4 row-major matrix; also holds 3 by 3 rotations and 3 by 1 vectors. */
+/** 4 by 4 row-major matrix; also holds 3 by 3 rotations and 3 by 1 vectors. */
 typedef struct {
-    int16_t rows;
-    int16_t cols;
-    float data[4][4];
+    int16_t rows;     /**< rows in use */
+    int16_t cols;     /**< columns in use */
+    float data[4][4]; /**< row-major values */
 } zq_matrix_t;
 
 /* ------------------------------------------------------------------ */
 /* Session records                                                     */
 /* ------------------------------------------------------------------ */
 
-/*
+/**
  * What the caller holds for one controller connection. `id` is the pool slot
  * + 1 when usable and -1 when the connection or its first queries failed; the
  * other fields are the library's own copy of what it learned from the arm.
  */
 typedef struct {
-    int32_t id;
-    int32_t arm_dof;
-    zq_robot_arm_model_e arm_model;
-    int32_t sys_model;
-    zq_force_type_e force_type;
-    zq_frame_t tool_frame;
-    zq_frame_t work_frame;
-    float install_angle[3];
-    float joint_max_pos[7];
-    float joint_min_pos[7];
-    float joint_max_acc[7];
-    float joint_max_speed[7];
-    zq_dh_t dh_data;
-    int32_t udp_port;
-    int32_t pending_trajectory;
-    int32_t pending_program;
-    int32_t controller_version;
+    int32_t id;                     /**< pool slot + 1, or -1 for a failed connection */
+    int32_t arm_dof;                /**< joint count */
+    zq_robot_arm_model_e arm_model; /**< public model number */
+    int32_t sys_model;              /**< internal model code of the kinematic core */
+    zq_force_type_e force_type;     /**< end variant */
+    zq_frame_t tool_frame;          /**< current tool frame */
+    zq_frame_t work_frame;          /**< current work frame */
+    float install_angle[3];         /**< mounting angles, degrees */
+    float joint_max_pos[7];         /**< upper joint limits, degrees */
+    float joint_min_pos[7];         /**< lower joint limits, degrees */
+    float joint_max_acc[7];         /**< joint acceleration limits, degrees per second squared */
+    float joint_max_speed[7];       /**< joint speed limits, degrees per second */
+    zq_dh_t dh_data;                /**< DH parameters */
+    int32_t udp_port;               /**< realtime report port learned from the controller */
+    int32_t pending_trajectory;     /**< non-blocking moves whose end report is still due */
+    int32_t pending_program;        /**< programs whose end report is still due */
+    int32_t controller_version;     /**< controller generation, 3 or 4 */
 } zq_robot_handle;
 
+/** What zq_get_robot_info() reports. */
 typedef struct {
-    int32_t arm_dof;
-    int32_t arm_model;
-    int32_t force_type;
-    int32_t controller_version;
+    int32_t arm_dof;            /**< joint count */
+    int32_t arm_model;          /**< zq_robot_arm_model_e */
+    int32_t force_type;         /**< zq_force_type_e */
+    int32_t controller_version; /**< controller generation, 3 or 4 */
 } zq_robot_info_t;
 
-/* Pushed event, handed to the event callback by value on the receive thread. */
+/** Pushed event, handed to the event callback by value on the receive thread. */
 typedef struct {
-    int32_t handle_id;
-    zq_event_type_e event_type;
-    uint8_t trajectory_state;
-    int32_t device; /* 0 arm, 3 lift, 4 expansion joint */
-    int32_t trajectory_connect;
-    int32_t program_id;
+    int32_t handle_id;          /**< `id` of the arm's handle */
+    zq_event_type_e event_type; /**< what happened */
+    uint8_t trajectory_state;   /**< 1 the trajectory ended well */
+    int32_t device;             /**< 0 arm, 3 lift, 4 expansion joint */
+    int32_t trajectory_connect; /**< 1 when more blended moves follow */
+    int32_t program_id;         /**< the program that finished */
 } zq_event_push_data_t;
 
+/** Receives pushed events; see zq_get_arm_event_call_back(). */
 typedef void (*zq_event_callback_t)(zq_event_push_data_t data);
+/** A log sink: a printf-style format and its arguments; see zq_set_log_call_back(). */
 typedef void (*zq_log_callback_t)(const char* fmt, va_list args);
 
 /* ------------------------------------------------------------------ */

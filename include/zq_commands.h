@@ -56,11 +56,11 @@ ZQ_API int zq_get_joint_software_version(zq_robot_handle* handle, int* version, 
 ZQ_API int zq_get_tool_software_version(zq_robot_handle* handle, int* version, zq_version_t* text);
 
 /* ---- state queries ---- */
-#define ZQ_ERR_MAX 100 /* error codes a state query stores at most */
+#define ZQ_ERR_MAX 100 /**< error codes a state query stores at most */
 
 typedef struct {
-    zq_pose_t pose;     /* quaternion computed from the Euler angles */
-    float joint[7];     /* degrees */
+    zq_pose_t pose;     /**< quaternion computed from the Euler angles */
+    float joint[7];     /**< degrees */
     uint8_t err_len;
     int32_t err[ZQ_ERR_MAX];
 } zq_current_arm_state_t;
@@ -172,7 +172,7 @@ ZQ_API int zq_get_collision_stage(zq_robot_handle* handle, int* stage);
 typedef struct {
     char name[12];
 } zq_frame_name_t;
-/* Frame lists fill at most this many names. */
+/** Frame lists fill at most this many names. */
 #define ZQ_FRAME_LIST_MAX 32
 
 /** @brief Records point `point_num` of the automatic tool frame calibration at the arm's current position. */

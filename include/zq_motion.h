@@ -19,7 +19,7 @@
 extern "C" {
 #endif
 
-/* Kind of trajectory the arm runs ("moves" is 4, "movec" 3). */
+/** Kind of trajectory the arm runs ("moves" is 4, "movec" 3). */
 typedef enum {
     ZQ_TRAJECTORY_NONE = 0,
     ZQ_TRAJECTORY_MOVEJ = 1,
@@ -118,22 +118,22 @@ ZQ_API int zq_set_arm_emergency_stop(zq_robot_handle* handle, bool state);
 
 /* ---- pass-through streaming: sent without waiting for an answer ---- */
 typedef struct {
-    float* joint; /* joint count angles, degrees */
-    float expand; /* expansion joint position */
+    float* joint; /**< joint count angles, degrees */
+    float expand; /**< expansion joint position */
     bool follow;
-    int32_t trajectory_mode; /* 0, 1 or 2 */
-    int32_t radio;           /* smoothing: up to 0, 100 or 1000 by trajectory_mode */
+    int32_t trajectory_mode; /**< 0, 1 or 2 */
+    int32_t radio;           /**< smoothing: up to 0, 100 or 1000 by trajectory_mode */
 } zq_movej_canfd_mode_t;
 
 typedef struct {
-    zq_pose_t pose; /* a unit quaternion is sent as such, otherwise the Euler angles */
+    zq_pose_t pose; /**< a unit quaternion is sent as such, otherwise the Euler angles */
     bool follow;
     int32_t trajectory_mode;
     int32_t radio;
 } zq_movep_canfd_mode_t;
 
 typedef struct {
-    float* cartesian_velocity; /* six values: m/s three times, then rad/s three times */
+    float* cartesian_velocity; /**< six values: m/s three times, then rad/s three times */
     bool follow;
     int32_t trajectory_mode;
     int32_t radio;

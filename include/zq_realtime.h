@@ -11,32 +11,32 @@
 extern "C" {
 #endif
 
-/* Realtime report configuration. Section fields: 1 report, 0 don't, below 0 leave unsaid. */
+/** Realtime report configuration. Section fields: 1 report, 0 don't, below 0 leave unsaid. */
 typedef struct {
     int32_t cycle;
     uint8_t enable;
     int32_t port;
-    int32_t force_coordinate; /* -1 when left out or not available */
+    int32_t force_coordinate; /**< -1 when left out or not available */
     char ip[28];
     int32_t joint_speed;
     int32_t lift_state;
     int32_t expand_state;
-    int32_t hand_state; /* wire key "hand" */
+    int32_t hand_state; /**< wire key "hand" */
     int32_t arm_current_status;
     int32_t aloha_state;
-    int32_t plus_base;  /* wire key "zq_plus_base" */
-    int32_t plus_state; /* wire key "zq_plus_state" */
+    int32_t plus_base;  /**< wire key "zq_plus_base" */
+    int32_t plus_state; /**< wire key "zq_plus_state" */
 } zq_realtime_push_config_t;
 
-/* One realtime report. Zeroed for each datagram: a section the report lacks reads 0. */
+/** One realtime report. Zeroed for each datagram: a section the report lacks reads 0. */
 typedef struct {
-    int32_t errCode;    /* 0, or -3 when the datagram did not parse */
-    char arm_ip[16];    /* sender address of the datagram */
-    int32_t arm_port;   /* TCP port of the session slot that listens on this UDP port */
+    int32_t errCode;    /**< 0, or -3 when the datagram did not parse */
+    char arm_ip[16];    /**< sender address of the datagram */
+    int32_t arm_port;   /**< TCP port of the session slot that listens on this UDP port */
     float joint_current[7];
     uint8_t joint_en_flag[7];
     uint16_t joint_err_code[7];
-    float joint_position[7]; /* degrees */
+    float joint_position[7]; /**< degrees */
     float joint_temperature[7];
     float joint_voltage[7];
     float joint_speed[7];
@@ -62,10 +62,10 @@ typedef struct {
     int32_t hand_force[6];
     int32_t hand_state[6];
     int32_t hand_err;
-    int32_t arm_current_status; /* 0 "idle" ... 17 "movev_canfd" */
+    int32_t arm_current_status; /**< 0 "idle" ... 17 "movev_canfd" */
     int32_t aloha_io1_state;
     int32_t aloha_io2_state;
-    int32_t plus_state; /* 0 data present, 1 "disable", 2 "offline" */
+    int32_t plus_state; /**< 0 data present, 1 "disable", 2 "offline" */
     char manu[12];
     int32_t type;
     char hv[10];
