@@ -2,7 +2,9 @@
 // seven joints) beside orocos KDL's ChainIkSolverPos_LMA given random restarts
 // until it succeeds or has spent the budget of our slowest percentile. A
 // solve succeeds when its joints reproduce the target within 1e-4 m and
-// 1e-3 rad, checked with KDL's forward kinematics in double precision.
+// 1e-3 rad, checked with KDL's forward kinematics in double precision. Times
+// are processor time of this single-threaded program, so that a busy machine
+// does not count against either side.
 // Usage: bench_ik_universal [targets per arm, default 500]
 #include <kdl/chain.hpp>
 #include <kdl/chainfksolverpos_recursive.hpp>
@@ -11,10 +13,10 @@
 #include <kdl/jntarray.hpp>
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <random>
 #include <vector>
 
@@ -23,7 +25,6 @@
 namespace {
 
 constexpr double kDeg = M_PI / 180.0;
-using Clock = std::chrono::steady_clock;
 
 struct ArmDh {
     const char* name;
@@ -114,8 +115,12 @@ struct Stats {
     }
 };
 
-double elapsed_us(Clock::time_point t0) {
-    return std::chrono::duration<double, std::micro>(Clock::now() - t0).count();
+using Tick = std::clock_t;
+Tick now() {
+    return std::clock();
+}
+double elapsed_us(Tick t0) {
+    return static_cast<double>(std::clock() - t0) * 1e6 / CLOCKS_PER_SEC;
 }
 
 void run(const ArmDh& arm, int targets) {
@@ -140,7 +145,7 @@ void run(const ArmDh& arm, int targets) {
         for (int i = 0; i < n; ++i) p.q_in[i] = static_cast<float>(ref[k][i]);
         p.q_pose = pose_of(T[k]);
         float out[8] = {0};
-        const auto t0 = Clock::now();
+        const auto t0 = now();
         const int res = zq_algo_inverse_kinematics(nullptr, &p, out);
         ours.us.push_back(elapsed_us(t0));
         double q[8];
@@ -153,7 +158,7 @@ void run(const ArmDh& arm, int targets) {
     KDL::JntArray init(n), out(n);
     for (int k = 0; k < targets; ++k) {
         for (int i = 0; i < n; ++i) init(i) = ref[k][i] * kDeg;
-        const auto t0 = Clock::now();
+        const auto t0 = now();
         bool solved = false;
         for (int attempt = 0; !solved; ++attempt) {
             if (attempt > 0) {
@@ -161,7 +166,7 @@ void run(const ArmDh& arm, int targets) {
                 ++restarts;
                 for (int i = 0; i < n; ++i) init(i) = joint(rng) * kDeg;
             }
-            const auto t1 = Clock::now();
+            const auto t1 = now();
             const int res = lma.CartToJnt(init, T[k], out);
             if (attempt == 0) kdl_one.us.push_back(elapsed_us(t1));
             solved = res >= 0 && good(chain, out.data.data(), n, T[k]);
