@@ -120,12 +120,14 @@ ZQ_API zq_pose_t zq_algo_rotate_move(zq_robot_handle* handle, const float* joint
 /* target is the tool pose in the work frame.                          */
 /* ------------------------------------------------------------------ */
 
+/** Input of the inverse kinematics. */
 typedef struct {
     float q_in[7];     /**< reference joints; the first dof entries are read */
     zq_pose_t q_pose;  /**< target tool pose in the work frame */
     uint8_t flag;      /**< 0: orientation from the quaternion; 1: from the Euler triple */
 } zq_inverse_kinematics_params_t;
 
+/** Every closed-form solution of a six-joint arm. */
 typedef struct {
     int32_t result;       /**< 0 solved, 1 none, -1 bad input, -2 bad quaternion, -3 not a six-joint arm */
     int32_t num;          /**< rows held in q_solve */

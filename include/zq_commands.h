@@ -19,35 +19,40 @@ extern "C" {
 #endif
 
 /* ---- software information ---- */
+/** Version of the algorithm library. */
 typedef struct {
-    char version[20];
+    char version[20]; /**< version text */
 } zq_algorithm_info_t;
 
+/** Version and build time of a software module. */
 typedef struct {
-    char build_time[20];
-    char version[20];
+    char build_time[20]; /**< build time text */
+    char version[20];    /**< version text */
 } zq_build_info_t;
 
+/** Version of the dynamic model. */
 typedef struct {
-    char model_version[5];
+    char model_version[5]; /**< version text */
 } zq_dynamic_info_t;
 
+/** The versions zq_get_arm_software_info() reports. */
 typedef struct {
-    char product_version[20];
-    char controller_version[10];
-    zq_algorithm_info_t algorithm_info;
-    zq_build_info_t ctrl_info;
-    zq_dynamic_info_t dynamic_info;
-    zq_build_info_t plan_info;
-    zq_build_info_t communication_info;
-    zq_build_info_t program_info;
+    char product_version[20];           /**< the arm's product version, e.g. "ZQ41-B-1.0" */
+    char controller_version[10];        /**< "4.0" or a 3.x text */
+    zq_algorithm_info_t algorithm_info; /**< algorithm library */
+    zq_build_info_t ctrl_info;          /**< control module */
+    zq_dynamic_info_t dynamic_info;     /**< dynamic model */
+    zq_build_info_t plan_info;          /**< planning module */
+    zq_build_info_t communication_info; /**< communication module */
+    zq_build_info_t program_info;       /**< program module */
 } zq_arm_software_version_t;
 
 /** @brief Reads the product and controller versions and the versions of the software modules into `*info`. */
 ZQ_API int zq_get_arm_software_info(zq_robot_handle* handle, zq_arm_software_version_t* info);
 
+/** A version text. */
 typedef struct {
-    char version[10];
+    char version[10]; /**< version text */
 } zq_version_t;
 
 /** @brief Reads the software version of every joint: integers into `version` (generation 3) or texts into `text` (generation 4); sets the handle's joint count from their number. */
@@ -58,21 +63,23 @@ ZQ_API int zq_get_tool_software_version(zq_robot_handle* handle, int* version, z
 /* ---- state queries ---- */
 #define ZQ_ERR_MAX 100 /**< error codes a state query stores at most */
 
+/** What zq_get_current_arm_state() reports. */
 typedef struct {
     zq_pose_t pose;     /**< quaternion computed from the Euler angles */
     float joint[7];     /**< degrees */
-    uint8_t err_len;
-    int32_t err[ZQ_ERR_MAX];
+    uint8_t err_len;         /**< entries in `err` */
+    int32_t err[ZQ_ERR_MAX]; /**< the arm's error codes */
 } zq_current_arm_state_t;
 
+/** What zq_get_arm_all_state() reports. */
 typedef struct {
-    float joint_current[7];
-    int32_t joint_en_flag[7];
-    float joint_temperature[7];
-    float joint_voltage[7];
-    int32_t joint_err_code[7];
-    uint8_t err_len;
-    int32_t err[ZQ_ERR_MAX];
+    float joint_current[7];     /**< joint currents */
+    int32_t joint_en_flag[7];   /**< 1 joint enabled */
+    float joint_temperature[7]; /**< joint temperatures, degrees Celsius */
+    float joint_voltage[7];     /**< joint voltages, V */
+    int32_t joint_err_code[7];  /**< joint error codes */
+    uint8_t err_len;            /**< entries in `err` */
+    int32_t err[ZQ_ERR_MAX];    /**< the arm's error codes */
 } zq_arm_all_state_t;
 
 /** @brief Reads the joints (degrees), the tool pose (m, rad) and the arm's error list into `*state`. */
@@ -169,8 +176,9 @@ ZQ_API int zq_set_collision_state(zq_robot_handle* handle, int stage);
 ZQ_API int zq_get_collision_stage(zq_robot_handle* handle, int* stage);
 
 /* ---- frames, install pose, DH parameters ---- */
+/** A frame name. */
 typedef struct {
-    char name[12];
+    char name[12]; /**< name text */
 } zq_frame_name_t;
 /** Frame lists fill at most this many names. */
 #define ZQ_FRAME_LIST_MAX 32

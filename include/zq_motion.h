@@ -21,13 +21,13 @@ extern "C" {
 
 /** Kind of trajectory the arm runs ("moves" is 4, "movec" 3). */
 typedef enum {
-    ZQ_TRAJECTORY_NONE = 0,
-    ZQ_TRAJECTORY_MOVEJ = 1,
-    ZQ_TRAJECTORY_MOVEL = 2,
-    ZQ_TRAJECTORY_MOVEC = 3,
-    ZQ_TRAJECTORY_MOVES = 4,
-    ZQ_TRAJECTORY_RE_TRAJECTORY = 5,
-    ZQ_TRAJECTORY_BLEND = 6
+    ZQ_TRAJECTORY_NONE = 0,          /**< the arm stands */
+    ZQ_TRAJECTORY_MOVEJ = 1,         /**< joint move */
+    ZQ_TRAJECTORY_MOVEL = 2,         /**< linear move */
+    ZQ_TRAJECTORY_MOVEC = 3,         /**< circular move */
+    ZQ_TRAJECTORY_MOVES = 4,         /**< spline move */
+    ZQ_TRAJECTORY_RE_TRAJECTORY = 5, /**< trajectory replay */
+    ZQ_TRAJECTORY_BLEND = 6          /**< blend between moves */
 } zq_arm_current_trajectory_e;
 
 /**
@@ -68,8 +68,18 @@ ZQ_API int zq_movec(zq_robot_handle* handle, zq_pose_t pose_via, zq_pose_t pose_
 ZQ_API int zq_movej_p(zq_robot_handle* handle, zq_pose_t pose, int v, int r, int trajectory_connect, int block);
 
 /* ---- steps, jogs and stops ---- */
-typedef enum { ZQ_X_DIR = 0, ZQ_Y_DIR = 1, ZQ_Z_DIR = 2 } zq_pos_teach_type_e;
-typedef enum { ZQ_RX_ROTATE = 0, ZQ_RY_ROTATE = 1, ZQ_RZ_ROTATE = 2 } zq_ort_teach_type_e;
+/** Axis of a Cartesian step or jog. */
+typedef enum {
+    ZQ_X_DIR = 0, /**< x axis */
+    ZQ_Y_DIR = 1, /**< y axis */
+    ZQ_Z_DIR = 2  /**< z axis */
+} zq_pos_teach_type_e;
+/** Axis of an orientation step or jog. */
+typedef enum {
+    ZQ_RX_ROTATE = 0, /**< about x */
+    ZQ_RY_ROTATE = 1, /**< about y */
+    ZQ_RZ_ROTATE = 2  /**< about z */
+} zq_ort_teach_type_e;
 
 /**
  * @brief A step of one joint (`joint_num` from 1) by `step` degrees at `v` percent speed;
@@ -117,26 +127,29 @@ ZQ_API int zq_set_arm_delete_trajectory(zq_robot_handle* handle);
 ZQ_API int zq_set_arm_emergency_stop(zq_robot_handle* handle, bool state);
 
 /* ---- pass-through streaming: sent without waiting for an answer ---- */
+/** One joint set point for zq_movej_canfd(). */
 typedef struct {
     float* joint; /**< joint count angles, degrees */
     float expand; /**< expansion joint position */
-    bool follow;
+    bool follow; /**< follow mode flag of the controller */
     int32_t trajectory_mode; /**< 0, 1 or 2 */
     int32_t radio;           /**< smoothing: up to 0, 100 or 1000 by trajectory_mode */
 } zq_movej_canfd_mode_t;
 
+/** One pose set point for zq_movep_canfd(). */
 typedef struct {
     zq_pose_t pose; /**< a unit quaternion is sent as such, otherwise the Euler angles */
-    bool follow;
-    int32_t trajectory_mode;
-    int32_t radio;
+    bool follow; /**< follow mode flag of the controller */
+    int32_t trajectory_mode; /**< 0, 1 or 2: how the controller smooths */
+    int32_t radio; /**< smoothing value: up to 0, 100 or 1000 by trajectory_mode */
 } zq_movep_canfd_mode_t;
 
+/** One Cartesian velocity for zq_movev_canfd(). */
 typedef struct {
     float* cartesian_velocity; /**< six values: m/s three times, then rad/s three times */
-    bool follow;
-    int32_t trajectory_mode;
-    int32_t radio;
+    bool follow; /**< follow mode flag of the controller */
+    int32_t trajectory_mode; /**< 0, 1 or 2: how the controller smooths */
+    int32_t radio; /**< smoothing value: up to 0, 100 or 1000 by trajectory_mode */
 } zq_movev_canfd_mode_t;
 
 /**
