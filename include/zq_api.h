@@ -66,7 +66,7 @@ typedef enum {
     ZQ_MODEL_ZQ_6FB_V_E = 5  /**< "-6FB-V" */
 } zq_force_type_e;
 
-/* Kind of a pushed event handed to the event callback. */
+/** Kind of a pushed event handed to the event callback. */
 typedef enum {
     ZQ_EVENT_NONE = 0,       /**< no event */
     ZQ_EVENT_TRAJECTORY = 1, /**< a trajectory ended */
@@ -79,17 +79,24 @@ typedef enum {
 
 /** A position, metres. */
 typedef struct {
-    float x, y, z; /**< coordinates, metres */
+    float x; /**< metres */
+    float y; /**< metres */
+    float z; /**< metres */
 } zq_position;
 
 /** A quaternion, w first. */
 typedef struct {
-    float w, x, y, z; /**< components */
+    float w; /**< scalar part */
+    float x; /**< x of the vector part */
+    float y; /**< y of the vector part */
+    float z; /**< z of the vector part */
 } zq_quat_t;
 
 /** Fixed-axis Euler angles: R = Rz(rz) Ry(ry) Rx(rx). */
 typedef struct {
-    float rx, ry, rz; /**< radians */
+    float rx; /**< about x, radians */
+    float ry; /**< about y, radians */
+    float rz; /**< about z, radians */
 } zq_euler_t;
 
 /** A pose: position and orientation, both as quaternion and Euler angles. */
@@ -104,7 +111,9 @@ typedef struct {
     char frame_name[12]; /**< name, at most 10 characters and the terminator */
     zq_pose_t pose;      /**< pose on the flange (tool) or in the base frame (work) */
     float payload; /**< kg */
-    float x, y, z; /**< payload centre, m */
+    float x; /**< payload centre x, m */
+    float y; /**< payload centre y, m */
+    float z; /**< payload centre z, m */
 } zq_frame_t;
 
 /** DH parameters: lengths in metres, alpha and offset in degrees. */

@@ -32,6 +32,7 @@ typedef enum {
 
 /**
  * @brief The kind and target of the trajectory the arm runs.
+ * @param handle the arm.
  * @param type receives the kind; ZQ_TRAJECTORY_NONE when the arm stands.
  * @param data room for seven floats: the target joints in degrees, or x, y, z (m), rx, ry,
  *             rz (rad) for a pose move; the current joints when the arm stands.

@@ -118,6 +118,7 @@ ZQ_API void zq_realtime_arm_state_call_back(zq_realtime_callback_t callback);
 /**
  * @brief Tells the controller where and how often to send realtime reports, then reads the
  *        settings back and listens on the port (thread mode 2; at most five ports per process).
+ * @param handle the arm.
  * @param config `cycle` in 5 ms units (1 or more), `enable`, UDP `port` (1 to 65535) and
  *               `ip` of this host as the controller sees it, `force_coordinate` (arms with a
  *               force sensor; -1 leaves it out), and the sections: 1 report, 0 don't, below 0
