@@ -2,7 +2,7 @@
 # Installs the build and test dependencies of api_cpp from Debian packages.
 set -euo pipefail
 pkgs=(cmake g++ clang make pkg-config libcjson-dev libnlopt-dev libsuitesparse-dev
-      libgtest-dev libgmock-dev googletest libbenchmark-dev liborocos-kdl-dev libeigen3-dev
+      libgtest-dev libgmock-dev googletest libbenchmark-dev liborocos-kdl-dev libeigen3-dev doxygen
       pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib)
 missing=()
 for p in "${pkgs[@]}"; do

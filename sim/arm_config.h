@@ -11,6 +11,7 @@
 
 #include "arm_state.h"
 #include "system_io_state.h"
+#include "device_state.h"
 
 namespace zqsim {
 
@@ -102,6 +103,7 @@ struct ArmConfig {
     std::vector<WorkFrame> work_frames;
     ArmState state;  // readings, errors, Cartesian limits and report sections (arm_state.h)
     SystemIoState system_io;  // network, IO, serial ports, Modbus devices, safety zones (system_io_state.h)
+    DeviceState devices;  // peripherals, force control and the stores (device_state.h)
 
     ArmConfig();
 

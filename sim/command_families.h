@@ -17,5 +17,8 @@ void register_system_commands(CommandTable& table);      // network, power, runt
 void register_io_commands(CommandTable& table);          // controller IO, serial and Modbus port modes
 void register_modbus_commands(CommandTable& table);      // Modbus devices of the three command generations
 void register_safety_commands(CommandTable& table);      // fences, virtual wall, envelopes, collision switches
+void register_effector_commands(CommandTable& table);    // gripper, hand, lift, expansion axis, tool connector
+void register_force_commands(CommandTable& table);       // force sensors, force-position control, drag teach
+void register_program_commands(CommandTable& table);     // programs, waypoints, trajectory files, tool actions
 
 }  // namespace zqsim

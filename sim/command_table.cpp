@@ -11,6 +11,10 @@ void CommandContext::reply(cJSON* obj) {
     replies.push_back(wire::print_and_delete(obj));
 }
 
+void CommandContext::push_later(int delay_ms, cJSON* obj) {
+    later.emplace_back(delay_ms, wire::print_and_delete(obj));
+}
+
 void CommandTable::add(const std::string& literal, CommandHandler handler) {
     rows_[literal] = std::move(handler);
 }
@@ -34,6 +38,7 @@ const CommandTable& CommandTable::standard() {
             register_state_commands, register_realtime_commands,   register_frame_commands, register_frame_store_commands,
             register_limit_commands, register_arm_state_commands, register_trajectory_commands,
             register_system_commands, register_io_commands, register_modbus_commands, register_safety_commands,
+            register_effector_commands, register_force_commands, register_program_commands,
         };
         CommandTable t;
         for (Register r : kFamilies) r(t);

@@ -22,9 +22,15 @@ struct CommandContext {
     int connection;           // the connection that sent the request
 
     std::vector<std::string> replies;  // reply lines to send, without CR LF
+    // Lines pushed later on the same connection: delay in ms after the replies, line.
+    std::vector<std::pair<int, std::string>> later;
+    // Bytes of data that follow this request on its connection and are not requests.
+    long long data_bytes = 0;
 
     // Prints `obj` as the next reply line and deletes it.
     void reply(cJSON* obj);
+    // Prints `obj` as a message pushed `delay_ms` from now and deletes it.
+    void push_later(int delay_ms, cJSON* obj);
 };
 
 using CommandHandler = std::function<void(CommandContext&)>;

@@ -1,6 +1,7 @@
 #include "simulator.h"
 
 #include <algorithm>
+#include <map>
 #include <mutex>
 #include <utility>
 
@@ -26,8 +27,10 @@ struct Simulator::Impl {
     }
 
     // One request line, on the network thread.
-    void handle(int connection, const std::string& line) {
-        recorder.add_line(line);
+    void handle(int connection, const std::string& received) {
+        recorder.add_line(received);
+        const std::string line = skip_data(connection, received);
+        if (line.empty()) return;
         cJSON* request = cJSON_ParseWithLength(line.data(), line.size());
         if (!cJSON_IsObject(request)) {
             cJSON_Delete(request);
@@ -35,32 +38,51 @@ struct Simulator::Impl {
         }
         const std::string command = wire::string_member(request, "command");
         std::vector<std::string> replies;
+        std::vector<std::pair<int, std::string>> later;  // pushes a handler scheduled
         ScriptDecision d = command.empty() ? ScriptDecision{} : script.decide(command);
         if (!command.empty()) {
             switch (d.kind) {
                 case ScriptDecision::Kind::Drop: break;
                 case ScriptDecision::Kind::Verbatim: replies.push_back(d.verbatim); break;
                 case ScriptDecision::Kind::Custom: replies = d.custom(line); break;
-                case ScriptDecision::Kind::Normal: replies = from_table(connection, line, request, command); break;
+                case ScriptDecision::Kind::Normal: replies = from_table(connection, line, request, command, &later); break;
             }
         }
         cJSON_Delete(request);
-        if (replies.empty()) return;
-        std::string out;
-        for (const std::string& r : replies) out += r + "\r\n";
-        server.send(connection, std::move(out), d.delay_ms);
+        if (!replies.empty()) {
+            std::string out;
+            for (const std::string& r : replies) out += r + "\r\n";
+            server.send(connection, std::move(out), d.delay_ms);
+        }
+        for (auto& push : later) server.send(connection, push.second + "\r\n", d.delay_ms + push.first);
+    }
+
+    // Data bytes that a request announced are not requests: they are taken off the stream, the
+    // CR LF that the framer removed included. The rest of the line is a request again.
+    std::string skip_data(int connection, const std::string& line) {
+        auto it = data_pending.find(connection);
+        if (it == data_pending.end()) return line;
+        long long& left = it->second;
+        const std::size_t n = static_cast<std::size_t>(std::min<long long>(left, static_cast<long long>(line.size())));
+        left -= static_cast<long long>(n);
+        if (n == line.size()) left -= 2;
+        if (left <= 0) data_pending.erase(it);
+        return line.substr(n);
     }
 
     std::vector<std::string> from_table(int connection, const std::string& line, const cJSON* request,
-                                        const std::string& command) {
+                                        const std::string& command, std::vector<std::pair<int, std::string>>* later) {
         const CommandHandler* handler = CommandTable::standard().find(command);
         if (!handler) return {};
         std::lock_guard<std::mutex> lock(arm_mu);
-        CommandContext ctx{line, request, arm, connection, {}};
+        CommandContext ctx{line, request, arm, connection, {}, {}, 0};
         (*handler)(ctx);
+        *later = std::move(ctx.later);
+        if (ctx.data_bytes > 0) data_pending[connection] = ctx.data_bytes;
         return std::move(ctx.replies);
     }
 
+    std::map<int, long long> data_pending;  // connection -> announced data bytes still to come (network thread)
     mutable std::mutex arm_mu;
     ArmConfig arm;
     Script script;
