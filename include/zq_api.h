@@ -285,6 +285,7 @@ ZQ_API int zq_set_arm_run_mode(zq_robot_handle* handle, int mode);
 #include "zq_motion.h"
 #include "zq_commands.h"
 #include "zq_algo.h"
+#include "zq_ik_remote.h"
 #include "zq_effectors.h"
 #include "zq_force.h"
 #include "zq_programs.h"

@@ -13,12 +13,8 @@ struct zq_matrix7_t {
     float data[7][7];
 };
 
-// The general matrix of the solvers. 18 is the hard capacity.
-struct zq_Mat_t {
-    int32_t rows;
-    int32_t cols;
-    float data[18][18];
-};
+// zq_Mat_t, the general matrix of the solvers (18 is the hard capacity), is
+// public: see zq_ik_remote.h.
 
 // The double-precision twin of zq_Mat_t.
 struct zq_Mat_d_t {
