@@ -106,6 +106,17 @@ TEST_F(CommandsForce, ReadingsCalibrationAndDragTeach) {
     EXPECT_EQ(zq_pause_drag_trajectory(arm_), 0);
 }
 
+// The replay's move to its start and the replay itself end by their reports in every mode.
+TEST_F(CommandsForce, DragReplayWaits) {
+    ASSERT_EQ(zq_start_drag_teach(arm_, 1), 0);
+    ASSERT_EQ(zq_stop_drag_teach(arm_), 0);
+    EXPECT_EQ(zq_drag_trajectory_origin(arm_, 2), 0);
+    EXPECT_EQ(zq_run_drag_trajectory(arm_, 1), 0);
+    sim_.clear_received();
+    EXPECT_EQ(zq_run_drag_trajectory(arm_, 0), 0);
+    EXPECT_EQ(sent().front(), R"({"command":"run_drag_trajectory"})");
+}
+
 TEST_F(CommandsForceOneAxis, OneAxisGates) {
     zq_fz_data_t fz{};
     ASSERT_EQ(zq_get_Fz(arm_, &fz), 0);
