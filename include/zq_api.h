@@ -10,7 +10,6 @@
 
 #include <stdarg.h>
 #include <stdint.h>
-#include <cjson/cJSON.h>
 
 /** @def ZQ_API
  * @brief Marks the functions the library exports. */

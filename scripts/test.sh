@@ -31,6 +31,9 @@ echo "== Python package against the simulator, and its plot example"
 PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
 PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 python/examples/plot_move.py build-ci/plot_move.png
 
+echo "== service class, exported symbols, relocated install and packages"
+bash scripts/check_package.sh build-ci
+
 echo "== AddressSanitizer and UndefinedBehaviorSanitizer"
 build build-asan -DCMAKE_BUILD_TYPE=Debug -DZQ_SANITIZE=address,undefined
 (cd build-asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure)

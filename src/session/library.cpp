@@ -10,6 +10,7 @@
 #include "session/receive.h"
 #include "session/session.h"
 #include "session/udp_socket.h"
+#include "zq_version.h"
 
 namespace zq {
 namespace {
@@ -294,7 +295,7 @@ int zq_destroy(void) {
     return 0;
 }
 
-const char* zq_api_version(void) { return "v1.1.5"; }
+const char* zq_api_version(void) { return ZQ_VERSION_TEXT; }
 
 void zq_set_timeout(int timeout_ms) {
     g_query_timeout.store(timeout_ms);

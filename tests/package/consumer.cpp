@@ -1,0 +1,21 @@
+// An installed api_cpp as a C++17 program sees it: the service class beside
+// the plain functions, and cJSON through the same link.
+#include <cjson/cJSON.h>
+
+#include <cstdio>
+#include <cstring>
+
+#include "zq_service.h"
+#include "zq_version.h"
+
+int main() {
+    ZQ_Service svc;
+    if (std::strcmp(svc.zq_api_version(), ::zq_api_version()) != 0) return 1;
+    zq_quat_t q = svc.zq_algo_euler2quaternion(zq_euler_t{0.0f, 0.0f, 0.0f});
+    if (q.w < 0.999f) return 1;
+    cJSON* item = cJSON_CreateNumber(ZQ_VERSION_MAJOR);
+    const bool ok = cJSON_IsNumber(item);
+    cJSON_Delete(item);
+    std::printf("c++17 consumer: %s, cJSON %s\n", ZQ_Service::zq_api_version(), cJSON_Version());
+    return ok ? 0 : 1;
+}
