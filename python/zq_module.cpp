@@ -479,4 +479,16 @@ PYBIND11_MODULE(_zq, m) {
         }
         return single ? py::object(out[py::int_(0)]) : py::object(out);
     }, py::arg("joints"));
+    algo.def("self_collision", [](py::object q) {
+        const bool single = Array::ensure(q) && Array::ensure(q).ndim() == 1;
+        Array rows = rows_of(q, 0, "joints");
+        if (rows.shape(1) > 7) throw py::value_error("at most 7 joints");
+        py::array_t<bool> out(rows.shape(0));
+        for (py::ssize_t i = 0; i < rows.shape(0); ++i)
+            out.mutable_at(i) = zq::algo::self_collision(std::vector<float>(rows.data(i, 0), rows.data(i, 0) + rows.shape(1)));
+        return single ? py::object(py::bool_(out.at(0))) : py::object(out);
+    }, py::arg("joints"), "True where the joints leave their limits or the arm or tool touches itself.");
+    algo.def("set_tool_envelope", [](int index, float radius, std::array<float, 3> centre) {
+        zq::algo::set_tool_envelope(index, {radius, {centre[0], centre[1], centre[2]}});
+    }, py::arg("index"), py::arg("radius"), py::arg("centre"), "Sphere `index` (0 to 4) of the tool envelope, flange frame, m.");
 }

@@ -475,6 +475,19 @@ inline zq_quat_t euler2quaternion(const zq_euler_t& e) { return zq_algo_euler2qu
 inline zq_euler_t quaternion2euler(const zq_quat_t& q) { return zq_algo_quaternion2euler(q); }
 inline zq_matrix_t pos2matrix(const Pose& p) { return zq_algo_pos2matrix(p); }
 inline Pose matrix2pos(const zq_matrix_t& m) { return zq_algo_matrix2pos(m); }
+// True when the joints leave their limits or make the arm (or its tool) touch itself.
+inline bool self_collision(const std::vector<float>& q) {
+    std::array<float, 7> a{};
+    if (q.size() > 7) throw Error(-4, "zq_algo_safety_robot_self_collision_detection");
+    for (std::size_t i = 0; i < q.size(); ++i) a[i] = q[i];
+    return zq_algo_safety_robot_self_collision_detection(a.data()) != 0;
+}
+inline void set_tool_envelope(int index, const zq_tool_sphere_t& s) { zq_algo_set_tool_envelope(index, s); }
+inline zq_tool_sphere_t tool_envelope(int index) {
+    zq_tool_sphere_t s{};
+    zq_algo_get_tool_envelope(index, &s);
+    return s;
+}
 }  // namespace algo
 
 }  // namespace zq

@@ -124,3 +124,16 @@ def test_ctrl_c_stops_a_blocking_move(sim, arm):
     assert time.monotonic() - start < 3.0
     timer.join()
     assert abs(arm.joint_degree()[0]) < 150  # stopped on the way
+
+
+def test_self_collision_on_rows(arm):
+    arm.forward_kinematics([0, 0, 0, 0, 0, 0])  # loads this arm's model
+    limits = arm.joint_max_pos()
+    rows = np.zeros((3, 6))
+    rows[1, 0] = limits[0] + 5  # beyond a joint limit
+    rows[2, 2] = np.nan  # not a number
+    hits = zq.algo.self_collision(rows)
+    assert hits.dtype == bool and list(hits[1:]) == [True, True]
+    assert zq.algo.self_collision(rows[1]) is True
+    with pytest.raises(ValueError):
+        zq.algo.self_collision(np.zeros((2, 8)))
