@@ -2,6 +2,7 @@
 // verdicts on folded and clear arms, the tool envelope and bad input.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -39,6 +40,36 @@ const Family kFamilies[] = {
     {ZQ_MODEL_MQL52II_E, {135, 155, -10, -91, 59, -9, -60}},
     {ZQ_MODEL_MQR52II_E, {-5, 176, -135, -41, 115, -13, 60}},
 };
+
+double segment_distance(const zq::point3& A, const zq::point3& B, const zq::point3& C, const zq::point3& D) {
+    const double p1[3] = {A.x, A.y, A.z}, p2[3] = {C.x, C.y, C.z};
+    const double d1[3] = {B.x - p1[0], B.y - p1[1], B.z - p1[2]}, d2[3] = {D.x - p2[0], D.y - p2[1], D.z - p2[2]};
+    auto dot = [](const double* u, const double* v) { return u[0] * v[0] + u[1] * v[1] + u[2] * v[2]; };
+    const double r[3] = {p1[0] - p2[0], p1[1] - p2[1], p1[2] - p2[2]};
+    const double a = dot(d1, d1), e = dot(d2, d2), f = dot(d2, r), c = dot(d1, r), b = dot(d1, d2);
+    auto clamp = [](double v) { return std::min(1.0, std::max(0.0, v)); };
+    double s = 0.0, t = 0.0;
+    if (a <= 1e-18 && e <= 1e-18) {
+    } else if (a <= 1e-18) {
+        t = clamp(f / e);
+    } else if (e <= 1e-18) {
+        s = clamp(-c / a);
+    } else {
+        const double den = a * e - b * b;
+        s = den > 1e-14 * a * e ? clamp((b * f - c * e) / den) : 0.0;
+        t = (b * s + f) / e;
+        if (t < 0.0) {
+            t = 0.0;
+            s = clamp(-c / a);
+        } else if (t > 1.0) {
+            t = 1.0;
+            s = clamp((b - c) / a);
+        }
+    }
+    double d = 0.0;
+    for (int k = 0; k < 3; ++k) d += std::pow(p1[k] + s * d1[k] - p2[k] - t * d2[k], 2);
+    return std::sqrt(d);
+}
 
 void clear_envelope() {
     for (int i = 0; i < 5; ++i) zq_algo_set_tool_envelope(i, zq_tool_sphere_t{});
@@ -116,6 +147,31 @@ TEST_F(CollisionModels, VerdictsOfClearFoldedAndToolLadenArms) {
         // Beyond a joint limit: refused before any geometry.
         q[elbow] = 359.0f;
         EXPECT_EQ(zq_algo_safety_robot_self_collision_detection(q), 1);
+    }
+}
+
+// Every pair that a family's walk measures, with a tool of two spheres, at
+// the clear pose against a clamped closest-point distance in double.
+TEST_F(CollisionModels, WalkedPairsMatchDoubleReference) {
+    const zq_tool_sphere_t tool[2] = {{0.03f, {0.0f, 0.0f, 0.08f}}, {0.025f, {0.0f, 0.02f, 0.16f}}};
+    for (const Family& fam : kFamilies) {
+        zq_algo_init_sys_data(fam.model, ZQ_MODEL_ZQ_B_E);
+        const zq::capsule_family& f = *zq::capsule_family_of(zq::get_model_code());
+        float q[8] = {};
+        for (int i = 0; i < zq::get_dof(); ++i) q[i] = float(fam.clear[i] * kDeg);
+        zq::capsule_scene s;
+        zq::build_capsules(f, q, tool, 2, &s);
+        zq::capsule_pair pairs[64];
+        const int n = zq::list_pairs(f, s, pairs, 64);
+        ASSERT_TRUE(n >= 12 && n <= 64) << f.name;
+        float smallest = 1.0f;
+        for (int i = 0; i < n; ++i) {
+            const zq::capsule_pair& p = pairs[i];
+            const double ref = segment_distance(p.a0, p.a1, p.b0, p.b1);
+            ASSERT_NEAR(zq::d_paralle(p.a0, p.a1, p.b0, p.b1), ref, 1e-5) << f.name << " pair " << i;
+            smallest = std::min(smallest, float(ref) - p.ra - p.rb);
+        }
+        EXPECT_NEAR(zq::walk_pairs(f, s), smallest, 1e-5) << f.name;
     }
 }
 

@@ -61,19 +61,6 @@ point3 apply(const zq_matrix_t& T, const capsule_point& p, const zq_dh_block_t& 
     return apply(T, coord(p.x, dh), coord(p.y, dh), coord(p.z, dh));
 }
 
-// The smallest clearance so far; a pair in contact ends the walk.
-struct clearance {
-    float m = 1.0f;
-    bool touch(float d, float r) {
-        if (d - r < m) m = d - r;
-        return r >= d;
-    }
-    // Link against link: contact needs the radii to exceed the distance.
-    bool touch_strict(float d, float r) {
-        if (d - r < m) m = d - r;
-        return r > d;
-    }
-};
 
 }  // namespace
 
@@ -139,65 +126,117 @@ void build_capsules(const capsule_family& f, const float q[8], const zq_tool_sph
     s->nk = nk;
 }
 
-float walk_pairs(const capsule_family& f, const capsule_scene& s) {
+namespace {
+
+// The pairs of family f in the order of the walk. `test` measures one pair
+// and answers true to end the walk there.
+template <class Test>
+void walk(const capsule_family& f, const capsule_scene& s, Test& c) {
     const walk_rules& R = f.rules;
     const int nj = f.nj, nl = f.nl;
-    clearance c;
     auto joint_joint = [&](int i, int j) {
-        return c.touch(d_paralle(s.joint_a[i], s.joint_b[i], s.joint_a[j], s.joint_b[j]), s.rj[i] + s.rj[j]);
+        return c.segments(s.joint_a[i], s.joint_b[i], s.rj[i], s.joint_a[j], s.joint_b[j], s.rj[j], false);
     };
     auto link_joint = [&](int a, int b) {
-        return c.touch(d_paralle(s.link_a[a], s.link_b[a], s.joint_a[b], s.joint_b[b]), s.rl[a] + s.rj[b]);
+        return c.segments(s.link_a[a], s.link_b[a], s.rl[a], s.joint_a[b], s.joint_b[b], s.rj[b], false);
     };
     auto link_link = [&](int a, int b) {
-        return c.touch_strict(d_paralle(s.link_a[a], s.link_b[a], s.link_a[b], s.link_b[b]), s.rl[a] + s.rl[b]);
+        return c.segments(s.link_a[a], s.link_b[a], s.rl[a], s.link_a[b], s.link_b[b], s.rl[b], true);
     };
     auto link_tool_cap = [&](int a, int k) {
-        return c.touch(d_paralle(s.link_a[a], s.link_b[a], s.link_a[k], s.link_b[k]), s.rl[a] + s.rl[k]);
+        return c.segments(s.link_a[a], s.link_b[a], s.rl[a], s.link_a[k], s.link_b[k], s.rl[k], false);
     };
     auto point_joint = [&](int p, int i) {
-        return c.touch(p2l(s.joint_a[p], s.joint_a[i], s.joint_b[i]), s.rj[i] + s.rj[p]);
+        return c.point(s.joint_a[p], s.rj[p], s.joint_a[i], s.joint_b[i], s.rj[i]);
     };
     auto point_link = [&](int p, int a) {
-        return c.touch(p2l(s.joint_a[p], s.link_a[a], s.link_b[a]), s.rl[a] + s.rj[p]);
+        return c.point(s.joint_a[p], s.rj[p], s.link_a[a], s.link_b[a], s.rl[a]);
     };
 
     // Joint capsules two or more apart, and the tool spheres against the joints.
     for (int i = 0; i < nj; ++i) {
         for (int j = i + 2; j < nj; ++j)
-            if (joint_joint(i, j)) return c.m;
+            if (joint_joint(i, j)) return;
         if (i < R.sphere_rows)
             for (int t = 0; t < s.nt; ++t)
-                if (point_joint(nj + t, i)) return c.m;
+                if (point_joint(nj + t, i)) return;
     }
     // Links against the joints that do not carry them, further links, the tool.
     for (int a = 0; a < R.link_rows; ++a) {
         for (int b = 0; b < nj; ++b)
-            if (b != a && b != a - 1 && link_joint(a, b)) return c.m;
+            if (b != a && b != a - 1 && link_joint(a, b)) return;
         for (int l = a + 2; l <= R.link_link_last; ++l)
-            if (link_link(a, l)) return c.m;
+            if (link_link(a, l)) return;
         if (a < R.link_sphere_rows)
             for (int t = 0; t < s.nt; ++t)
-                if (point_link(R.tool_point_first + t, a)) return c.m;
+                if (point_link(R.tool_point_first + t, a)) return;
         if (a < R.tool_cap_rows)
             for (int k = 0; k < s.nk; ++k)
-                if (link_tool_cap(a, nl + k)) return c.m;
+                if (link_tool_cap(a, nl + k)) return;
     }
     // The last link, where the rows above stop short of it.
     if (R.link_rows < nl) {
         const int a = nl - 1;
         for (int b = 0; b < nj; ++b)
-            if ((R.last_joints >> b & 1) && link_joint(a, b)) return c.m;
+            if ((R.last_joints >> b & 1) && link_joint(a, b)) return;
         if (R.last_tool_points)
             for (int t = 0; t < s.nt; ++t)
-                if (point_link(R.tool_point_first + t, a)) return c.m;
+                if (point_link(R.tool_point_first + t, a)) return;
         if (R.last_tool_caps)
             for (int k = 0; k < s.nk; ++k)
-                if (link_tool_cap(a, nl + k)) return c.m;
+                if (link_tool_cap(a, nl + k)) return;
         for (int l = 0; l < a; ++l)
-            if ((R.last_links >> l & 1) && link_link(a, l)) return c.m;
+            if ((R.last_links >> l & 1) && link_link(a, l)) return;
     }
+}
+
+// Measures each pair and keeps the smallest clearance; contact ends the walk.
+struct clearance {
+    float m = 1.0f;
+    bool settle(float d, float r, bool strict) {
+        if (d - r < m) m = d - r;
+        return strict ? r > d : r >= d;
+    }
+    bool segments(const point3& a0, const point3& a1, float ra, const point3& b0, const point3& b1, float rb,
+                  bool strict) {
+        return settle(d_paralle(a0, a1, b0, b1), ra + rb, strict);
+    }
+    bool point(const point3& p, float rp, const point3& a0, const point3& a1, float ra) {
+        return settle(p2l(p, a0, a1), ra + rp, false);
+    }
+};
+
+// Lists every pair and measures none.
+struct pair_list {
+    capsule_pair* out;
+    int cap;
+    int n = 0;
+    void add(const capsule_pair& p) {
+        if (n < cap) out[n] = p;
+        ++n;
+    }
+    bool segments(const point3& a0, const point3& a1, float ra, const point3& b0, const point3& b1, float rb, bool) {
+        add({a0, a1, ra, b0, b1, rb});
+        return false;
+    }
+    bool point(const point3& p, float rp, const point3& a0, const point3& a1, float ra) {
+        add({a0, a1, ra, p, p, rp});
+        return false;
+    }
+};
+
+}  // namespace
+
+float walk_pairs(const capsule_family& f, const capsule_scene& s) {
+    clearance c;
+    walk(f, s, c);
     return c.m;
+}
+
+int list_pairs(const capsule_family& f, const capsule_scene& s, capsule_pair* out, int capacity) {
+    pair_list l{out, capacity < 0 ? 0 : capacity};
+    walk(f, s, l);
+    return l.n;
 }
 
 float self_collision_clearance(const float* q) {

@@ -33,6 +33,17 @@ void build_capsules(const capsule_family& f, const float q[8], const zq_tool_sph
 // at most 1.0; the walk stops at the first pair in contact.
 float walk_pairs(const capsule_family& f, const capsule_scene& scene);
 
+// One pair of the walk: two capsules (a tool sphere as a segment of no length).
+struct capsule_pair {
+    point3 a0, a1;
+    float ra;
+    point3 b0, b1;
+    float rb;
+};
+// The pairs that walk_pairs tests for `scene`, in its order, without stopping
+// at contact. Writes at most `capacity`; returns the count.
+int list_pairs(const capsule_family& f, const capsule_scene& scene, capsule_pair* out, int capacity);
+
 // Clearance of joints q (radians, float[8]) on the arm in the process-wide
 // model with the current tool envelope: metres, negative in contact. 1.0 for
 // an arm without a collision model; -1.0 for null or non-finite joints.
