@@ -271,7 +271,13 @@ int zq_command_exchange(const char* function_name, zq_robot_handle* handle, cons
     // The session is held by reference, not under the pool lock, so that a
     // delete or a store into a handle never waits for a command's wait.
     SessionRef session = session_ref(handle);
-    if (!session) return -1;
+    if (!session) {
+        // The request takes over its JSON entries: without a request they are freed here.
+        for (int i = 0; values && i < count; ++i) {
+            if (values[i].type == ZQ_VALUE_JSON) cJSON_Delete(values[i].value.json);
+        }
+        return -1;
+    }
     const char* command = values && values[0].type == ZQ_VALUE_STRING && values[0].value.str ? values[0].value.str : "";
     if (values && zq_send_request(function_name, session.get(), values, count) != 0) {
         log_error("[%s] %s send error\n", function_name, command);
