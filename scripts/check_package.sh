@@ -19,7 +19,9 @@ echo "-- exported symbols"
 bash scripts/check_abi.sh "$build/libapi_cpp.so"
 
 echo "-- install, moved to another prefix"
-cmake --install "$build" --prefix "$tmp/first" >/dev/null
+for component in runtime dev; do
+    cmake --install "$build" --prefix "$tmp/first" --component $component >/dev/null
+done
 mv "$tmp/first" "$tmp/moved"
 prefix=$tmp/moved
 libdir=$(dirname "$(find "$prefix" -name 'libapi_cpp.so' | head -n1)")
