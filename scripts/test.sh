@@ -21,21 +21,21 @@ echo "== plain build and tests"
 build build-ci -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZQ_BUILD_BENCH=ON
 (cd build-ci && ctest --output-on-failure)
 
+echo "== Python package against the simulator, and its plot example"
+PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
+PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 python/examples/plot_move.py build-ci/plot_move.png
+
 echo "== examples built against an installed package, run against zq_sim"
 bash scripts/examples.sh build-ci
 
 echo "== API reference: no undocumented public declaration"
 cmake --build build-ci --target docs >/dev/null
 
-echo "== Python package against the simulator, and its plot example"
-PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
-PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 python/examples/plot_move.py build-ci/plot_move.png
-
 echo "== service class, exported symbols, relocated install and packages"
 bash scripts/check_package.sh build-ci
 
 echo "== AddressSanitizer and UndefinedBehaviorSanitizer"
-build build-asan -DCMAKE_BUILD_TYPE=Debug -DZQ_SANITIZE=address,undefined
+build build-asan -DCMAKE_BUILD_TYPE=Debug -DZQ_SANITIZE=address,undefined,float-cast-overflow
 (cd build-asan && ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1 ctest --output-on-failure)
 
 echo "== ThreadSanitizer on the threaded suites"
