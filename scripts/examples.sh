@@ -20,6 +20,7 @@ libdir=$(dirname "$(find "$prefix" -name 'libapi_cpp.so*' | head -n 1)")
 export LD_LIBRARY_PATH="$libdir${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}"
 
 for dir in examples/*/; do
+    [ -f "$dir/CMakeLists.txt" ] || continue  # common/: the examples' shared command line
     name=$(basename "$dir")
     echo "-- example $name"
     cmake -S "$dir" -B "$prefix/build/$name" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_BUILD_TYPE=Release \

@@ -12,48 +12,10 @@
 
 #include <zq_api.h>
 
-namespace {
+#include "example_cli.h"
 
-// --host, --port and --help; returns -1 to go on, otherwise the exit status.
-int parse_args(int argc, char** argv, std::string* host, int* port, const char* usage) {
-    static const option kOptions[] = {{"host", required_argument, nullptr, 'H'},
-                                      {"port", required_argument, nullptr, 'p'},
-                                      {"help", no_argument, nullptr, 'h'},
-                                      {nullptr, 0, nullptr, 0}};
-    for (int c; (c = getopt_long(argc, argv, "H:p:h", kOptions, nullptr)) != -1;) {
-        if (c == 'H') {
-            *host = optarg;
-        } else if (c == 'p') {
-            *port = std::atoi(optarg);
-        } else if (c == 'h') {
-            std::printf("%s\n  -H, --host ADDR  controller address (default 127.0.0.1)\n"
-                        "  -p, --port N     controller port (default 8080)\n  -h, --help       this text\n",
-                        usage);
-            return 0;
-        } else {
-            std::fprintf(stderr, "%s\n", usage);
-            return 2;
-        }
-    }
-    return -1;
-}
-
-// Starts the library and connects; nullptr after printing why not.
-zq_robot_handle* connect_arm(const std::string& host, int port, zq_thread_mode_e mode) {
-    if (zq_init(mode) != 0) {
-        std::fprintf(stderr, "zq_init failed\n");
-        return nullptr;
-    }
-    zq_robot_handle* arm = zq_create_robot_arm(host.c_str(), port);
-    if (!arm || arm->id < 0) {
-        std::fprintf(stderr, "cannot connect to %s:%d\n", host.c_str(), port);
-        zq_destroy();
-        return nullptr;
-    }
-    return arm;
-}
-
-}  // namespace
+using example::connect_arm;
+using example::parse_args;
 
 int main(int argc, char** argv) {
     std::string host = "127.0.0.1";

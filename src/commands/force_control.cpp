@@ -3,7 +3,8 @@
 #include <cstring>
 
 #include "commands/catalogue.h"
-#include "commands/input_checks.h"
+#include "commands/bounded_input.h"
+#include "session/wire_input.h"
 #include "session/log.h"
 #include "zq_api.h"
 
@@ -48,14 +49,14 @@ int calibrate(const char* fn, zq_robot_handle* handle, const zq_send_value_t* va
 int joints_to_wire(const char* fn, zq_robot_handle* handle, const float* joint, int32_t* wire) {
     const int dof = cat::joint_count(fn, handle);
     if (dof < 0) return -1;
-    if (!check::wire_numbers(joint, dof, 1000.0)) return -4;
+    if (!values_ok(joint, dof, 1000.0)) return -4;
     for (int i = 0; i < dof; ++i) wire[i] = scale_double(joint[i], 1000.0);
     return dof;
 }
 
 // Force of the first command generation: whole newtons, then × 10.
 bool whole_newtons(float force, int32_t* wire) {
-    if (!check::wire_number(force, 10.0)) return false;
+    if (!value_ok(force, 10.0)) return false;
     *wire = static_cast<int32_t>(force) * 10;
     return true;
 }
@@ -67,7 +68,7 @@ struct ForceArrays {
 };
 
 bool force_arrays(const float* desired, const float* limit, ForceArrays* out) {
-    if (!check::wire_numbers(desired, 6, 10.0) || !check::wire_numbers(limit, 6, 1000.0)) return false;
+    if (!values_ok(desired, 6, 10.0) || !values_ok(limit, 6, 1000.0)) return false;
     for (int i = 0; i < 6; ++i) {
         out->desired[i] = scale_single(desired[i], 10.0f);
         out->limit[i] = scale_single(limit[i], 1000.0f);
@@ -83,7 +84,7 @@ bool pose_target(const zq_pose_t& p, int32_t* wire, zq_send_value_t* entry) {
     const zq_quat_t& q = p.quaternion;
     const float norm = q.w * q.w + q.x * q.x + q.y * q.y + q.z * q.z;
     const float position[3] = {p.position.x, p.position.y, p.position.z};
-    if (!check::wire_numbers(position, 3, 1000000.0)) return false;
+    if (!values_ok(position, 3, 1000000.0)) return false;
     for (int i = 0; i < 3; ++i) wire[i] = scale_single(position[i], 1000000.0f);
     if (norm > 0.99f && norm < 1.1f) {
         const float quat[4] = {q.w, q.x, q.y, q.z};
@@ -92,7 +93,7 @@ bool pose_target(const zq_pose_t& p, int32_t* wire, zq_send_value_t* entry) {
         return true;
     }
     const float euler[3] = {p.euler.rx, p.euler.ry, p.euler.rz};
-    if (!check::wire_numbers(euler, 3, 1000.0)) return false;
+    if (!values_ok(euler, 3, 1000.0)) return false;
     for (int i = 0; i < 3; ++i) wire[3 + i] = scale_single(euler[i], 1000.0f);
     *entry = send_ints("pose", wire, 6);
     return true;
@@ -250,7 +251,7 @@ int zq_force_position_move(zq_robot_handle* handle, zq_force_position_move_t par
         const int dof = cat::joint_count(fn, handle);
         if (dof < 0) return -1;
         const int n = dof < 7 ? dof : 7;
-        if (!check::wire_numbers(param.joint, n, 1000.0)) return -4;
+        if (!values_ok(param.joint, n, 1000.0)) return -4;
         for (int i = 0; i < n; ++i) wire[i] = scale_single(param.joint[i], 1000.0f);
         target = send_ints("joint", wire, n);
     } else if (!pose_target(param.pose, wire, &target)) {

@@ -4,7 +4,8 @@
 #include <memory>
 
 #include "commands/catalogue.h"
-#include "commands/input_checks.h"
+#include "commands/bounded_input.h"
+#include "session/wire_input.h"
 #include "commands/paged_lists.h"
 #include "motion/device_wait.h"
 #include "session/log.h"
@@ -117,7 +118,7 @@ int zq_get_program_trajectory_list(zq_robot_handle* handle, int page_num, int pa
     const char* fn = "zq_get_program_trajectory_list";
     if (!list) return -4;
     char fragment[32];
-    check::copy_text(fragment, vague_search, sizeof fragment - 1);
+    copy_text(fragment, sizeof fragment, vague_search);
     zq_send_value_t values[] = {send_str("command", "get_program_trajectory_list"),
                                 send_str("vague_search", vague_search ? fragment : nullptr),
                                 send_int("page_num", page_num), send_int("page_size", page_size)};
@@ -132,7 +133,7 @@ int zq_get_program_trajectory_list(zq_robot_handle* handle, int page_num, int pa
     list->page_num = table[0].value.i;
     list->page_size = table[1].value.i;
     list->total_size = table[2].value.i;
-    if (vague_search) check::copy_text(list->vague_search, table[3].value.str, 28);
+    if (vague_search) copy_text(list->vague_search, 28 + 1, table[3].value.str);
     Tree root(cJSON_Parse(out.get()), cJSON_Delete);
     const cJSON* entries = cJSON_GetObjectItemCaseSensitive(root.get(), "list");
     if (!cJSON_IsArray(entries)) {

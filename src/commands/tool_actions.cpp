@@ -1,7 +1,8 @@
 // Recorded trajectory files and hand tool actions, both of the generation 4
 // controllers: lists, run, save, change and delete by name.
 #include "commands/catalogue.h"
-#include "commands/input_checks.h"
+#include "commands/bounded_input.h"
+#include "session/wire_input.h"
 #include "commands/paged_lists.h"
 #include "motion/device_wait.h"
 #include "zq_api.h"
@@ -29,7 +30,7 @@ int by_name(const NamedRow& row, zq_robot_handle* handle, const char* name) {
     const int gate = generation_gate(handle, 4, -4);
     if (gate != 0) return gate;
     char cut[kNameField];
-    check::copy_text(cut, name, sizeof cut - 1);
+    copy_text(cut, sizeof cut, name);
     zq_send_value_t values[] = {send_str("command", row.command), send_str("name", cut)};
     return cat::set(row.fn, handle, values, 2, row.command, row.result_key, query_timeout());
 }
@@ -41,8 +42,8 @@ int action_values(const char* fn, const char* command, const char* result_key, z
     const int gate = generation_gate(handle, 4, -4);
     if (gate != 0) return gate;
     char cut[kNameField], cut_new[kNameField];
-    check::copy_text(cut, name, sizeof cut - 1);
-    check::copy_text(cut_new, new_name, sizeof cut_new - 1);
+    copy_text(cut, sizeof cut, name);
+    copy_text(cut_new, sizeof cut_new, new_name);
     zq_send_value_t values[4] = {send_str("command", command), send_str("name", cut)};
     int n = 2;
     if (new_name) values[n++] = send_str("new_name", cut_new);
@@ -77,7 +78,7 @@ int zq_get_trajectory_file_list(zq_robot_handle* handle, int page_num, int page_
     const int gate = generation_gate(handle, 4, -4);
     if (gate != 0) return gate;
     char fragment[32];
-    check::copy_text(fragment, vague_search, sizeof fragment - 1);
+    copy_text(fragment, sizeof fragment, vague_search);
     const lists::Request req{"zq_get_trajectory_file_list", "get_trajectory_file_list", page_num, page_size,
                              vague_search ? fragment : nullptr, config_timeout() + 1000};
     const lists::Head head{&list->page_num, &list->page_size, &list->total_size, list->vague_search, &list->list_len};
@@ -105,7 +106,7 @@ int zq_get_tool_action_list(zq_robot_handle* handle, int page_num, int page_size
     const int gate = generation_gate(handle, 4, -4);
     if (gate != 0) return gate;
     char fragment[32];
-    check::copy_text(fragment, vague_search, sizeof fragment - 1);
+    copy_text(fragment, sizeof fragment, vague_search);
     const lists::Request req{"zq_get_tool_action_list", "get_tool_action_list", page_num, page_size,
                              vague_search ? fragment : nullptr, query_timeout()};
     const lists::Head head{&list->page_num, &list->page_size, &list->total_size, list->vague_search, &list->list_len};

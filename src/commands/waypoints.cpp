@@ -6,7 +6,8 @@
 #include <memory>
 
 #include "commands/catalogue.h"
-#include "commands/input_checks.h"
+#include "commands/bounded_input.h"
+#include "session/wire_input.h"
 #include "commands/paged_lists.h"
 #include "commands/wire_forms.h"
 #include "session/log.h"
@@ -21,14 +22,14 @@ using Text = std::unique_ptr<char, void (*)(void*)>;
 // name or a failed conversion.
 Text wire_name(const char* name) {
     char local[sizeof(zq_waypoint_t::point_name)];
-    check::copy_text(local, name, sizeof local - 1);
+    copy_text(local, sizeof local, name);
     return Text(local[0] ? gbk_to_utf8(local) : nullptr, std::free);
 }
 
 // A received name in the local code page, the raw text when that fails.
 void local_name(const char* wire, char* field, std::size_t size) {
     Text converted(utf8_to_gbk(wire), std::free);
-    check::copy_text(field, converted ? converted.get() : wire, size - 1);
+    copy_text(field, size, converted ? converted.get() : wire);
 }
 
 // "%04d-%02d-%02d %02d:%02d:%02d" of the local time.
@@ -53,8 +54,8 @@ int send_waypoint(const WaypointRow& row, zq_robot_handle* handle, const zq_wayp
     const int joints = dof < 7 ? dof : 7;
     const float position[3] = {wp.pose.position.x, wp.pose.position.y, wp.pose.position.z};
     const float euler[3] = {wp.pose.euler.rx, wp.pose.euler.ry, wp.pose.euler.rz};
-    if (!check::wire_numbers(wp.joint, joints, 1000.0) || !check::wire_numbers(position, 3, 1000000.0) ||
-        !check::wire_numbers(euler, 3, 1000.0))
+    if (!values_ok(wp.joint, joints, 1000.0) || !values_ok(position, 3, 1000000.0) ||
+        !values_ok(euler, 3, 1000.0))
         return -4;
     int32_t joint[7], pose[6];
     for (int i = 0; i < joints; ++i) joint[i] = scale_double(wp.joint[i], 1000.0);
@@ -64,8 +65,8 @@ int send_waypoint(const WaypointRow& row, zq_robot_handle* handle, const zq_wayp
     Text name = wire_name(wp.point_name);
     if (!name) return -2;
     char work[sizeof wp.work_frame], tool[sizeof wp.tool_frame];
-    check::copy_text(work, wp.work_frame, sizeof work - 1);
-    check::copy_text(tool, wp.tool_frame, sizeof tool - 1);
+    copy_text(work, sizeof work, wp.work_frame);
+    copy_text(tool, sizeof tool, wp.tool_frame);
     zq_send_value_t values[] = {send_str("command", row.command), send_str("point_name", name.get()),
                                 send_ints("joint", joint, joints),  send_ints("pose", pose, 6),
                                 send_str("work_frame", work),      send_str("tool_frame", tool),
@@ -153,9 +154,9 @@ int zq_get_given_global_waypoint(zq_robot_handle* handle, const char* point_name
     local_name(table[0].value.str, wp.point_name, sizeof wp.point_name);
     for (int i = 0; i < dof && i < 7; ++i) wp.joint[i] = unscale(table[1].value.arr[i], 1000.0f);
     pose_from_wire(table[2].value.arr, &wp.pose);
-    check::copy_text(wp.work_frame, table[3].value.str, 10);
-    check::copy_text(wp.tool_frame, table[4].value.str, 10);
-    check::copy_text(wp.time, table[5].value.str, 28);
+    copy_text(wp.work_frame, 10 + 1, table[3].value.str);
+    copy_text(wp.tool_frame, 10 + 1, table[4].value.str);
+    copy_text(wp.time, 28 + 1, table[5].value.str);
     *waypoint = wp;
     return 0;
 }
