@@ -42,14 +42,19 @@ const char* kStatusNames[] = {"idle",
 
 std::atomic<int> g_dof{6};
 std::atomic<int> g_reports{0};
-std::atomic<int> g_arm_port{-1};  // reports of other arms (other sessions, other programs) are skipped
+std::atomic<zq_robot_handle*> g_arm{nullptr};  // reports of other arms (other sessions, other programs) are skipped
 std::mutex g_print_lock;
 std::chrono::steady_clock::time_point g_last_line;
 
 // Realtime reports arrive on the library's UDP thread: print a progress
 // line at most every 200 ms.
-void on_report(zq_realtime_arm_joint_state_t s) {
-    if (s.errCode != 0 || s.arm_port != g_arm_port.load()) return;
+void on_report(zq_realtime_arm_joint_state_t) {
+    // A report names its arm by address only; the library's latest-state
+    // cache knows which reports are this arm's. A fresh entry there means
+    // the report just handed over was ours.
+    zq_realtime_arm_joint_state_t s{};
+    int32_t age_ms = 0;
+    if (zq_get_realtime_arm_state(g_arm.load(), &s, &age_ms) != 0 || s.errCode != 0 || age_ms > 5) return;
     ++g_reports;
     std::lock_guard<std::mutex> lock(g_print_lock);
     const auto now = std::chrono::steady_clock::now();
@@ -140,9 +145,8 @@ int main(int argc, char** argv) {
     std::printf("joint  min(deg)  max(deg)  speed(deg/s)  acc(deg/s^2)\n");
     for (int j = 0; j < dof; ++j)
         std::printf("%5d  %8.2f  %8.2f  %12.2f  %12.2f\n", j + 1, min_pos[j], max_pos[j], speed[j], acc[j]);
-    // Realtime reports: to a port of our own, every 100 ms. The callback keeps only the reports
-    // of this arm's session (arm_port is the TCP port of the session that listens).
-    g_arm_port = port;
+    // Realtime reports: to a port of our own, every 100 ms. The callback shows only this arm's state.
+    g_arm = arm;
     zq_realtime_push_config_t push{};
     push.cycle = 20;  // 20 x 5 ms
     push.enable = 1;
