@@ -10,6 +10,7 @@
 #include "ik/ik_mode.h"
 #include "ik/pinv_step.h"
 #include "ik/solvers.h"
+#include "ik/target_forms.h"
 #include "kinematics/links.h"
 #include "kinematics/sys_data.h"
 
@@ -347,26 +348,7 @@ int joint7_sweep_offset_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8
 
 // The arm ends in a fixed flange row: the sweep works on frame 7.
 int joint7_sweep_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
-    const zq_dh_block_t& dh = sys_data.dh;
-    float sa, ca;
-    twist_sin_cos(dh.alpha[7], &sa, &ca);
-    const float ct = std::cos(dh.offset[7]), st = std::sin(dh.offset[7]), a = dh.a[7], d = dh.d[7];
-    const float T78[4][4] = {
-        {ct, -st, 0, a}, {st * ca, ct * ca, -sa, -d * sa}, {st * sa, ct * sa, ca, d * ca}, {0, 0, 0, 1}};
-    // inverse(T78) of a rigid transform.
-    float inv[4][4] = {{0}};
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) inv[i][j] = T78[j][i];
-        inv[i][3] = -(T78[0][i] * T78[0][3] + T78[1][i] * T78[1][3] + T78[2][i] * T78[2][3]);
-    }
-    inv[3][3] = 1;
-    zq_Mat_t T07 = target;
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j) {
-            double v = 0;
-            for (int k = 0; k < 4; ++k) v += static_cast<double>(target.data[i][k]) * inv[k][j];
-            T07.data[i][j] = static_cast<float>(v);
-        }
+    const zq_Mat_t T07 = remove_flange_link(target, sys_data.dh);
     return sweep_solve(T07, q_ref, q_out);
 }
 

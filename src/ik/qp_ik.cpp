@@ -7,6 +7,7 @@
 #include "ik/fk_jacobian.h"
 #include "ik/qp_increment.h"
 #include "ik/solvers.h"
+#include "ik/target_forms.h"
 #include "kinematics/chain.h"
 #include "kinematics/jacobian.h"
 #include "kinematics/links.h"
@@ -84,28 +85,6 @@ QpModel generic_row(int dof) {
     return m;
 }
 
-// target x inverse(T78), T78 the fixed flange link.
-zq_Mat_t remove_flange_row(const zq_Mat_t& target, const zq_dh_block_t& dh) {
-    float sa, ca;
-    twist_sin_cos(dh.alpha[7], &sa, &ca);
-    const float ct = std::cos(dh.offset[7]), st = std::sin(dh.offset[7]), a = dh.a[7], d = dh.d[7];
-    const float T78[4][4] = {
-        {ct, -st, 0, a}, {st * ca, ct * ca, -sa, -d * sa}, {st * sa, ct * sa, ca, d * ca}, {0, 0, 0, 1}};
-    float inv[4][4] = {{0}};
-    for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) inv[i][j] = T78[j][i];
-        inv[i][3] = -(T78[0][i] * T78[0][3] + T78[1][i] * T78[1][3] + T78[2][i] * T78[2][3]);
-    }
-    inv[3][3] = 1;
-    zq_Mat_t T07 = target;
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j) {
-            double v = 0;
-            for (int k = 0; k < 4; ++k) v += static_cast<double>(target.data[i][k]) * inv[k][j];
-            T07.data[i][j] = static_cast<float>(v);
-        }
-    return T07;
-}
 
 // T0 and the end-effector Jacobian at q (offsets added).
 void pose_and_jacobian(const QpModel& m, const zq_dh_block_t& dh, const float q[8], float T[4][4],
@@ -172,7 +151,7 @@ int ik_qp(const zq_Mat_t& target_in, float q_ref[8], float q_out[8]) {
 
     float T[4][4], J[6][7];
     pose_and_jacobian(model, dh, q_ref, T, J);
-    const zq_Mat_t target = model.flange_row ? remove_flange_row(target_in, dh) : target_in;
+    const zq_Mat_t target = model.flange_row ? remove_flange_link(target_in, dh) : target_in;
     zq_Mat_t T0 = mat_eye(4, 4);
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j) T0.data[i][j] = T[i][j];

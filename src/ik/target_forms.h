@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "kinematics/kin_types.h"
+#include "kinematics/sys_data.h"
 
 namespace zq {
 
@@ -16,5 +17,9 @@ zq_matrix_t rigid_inverse(const zq_matrix_t& T);
 
 // Tbase_world x Tworld_tool x Ttool_flange.
 zq_matrix_t tool_pose_to_flange(const zq_matrix_t& Tworld_tool);
+
+// target x inverse(T78), T78 the fixed flange link of the arms that end in one:
+// the target of the last moving joint's frame.
+zq_Mat_t remove_flange_link(const zq_Mat_t& target, const zq_dh_block_t& dh);
 
 }  // namespace zq
