@@ -178,8 +178,6 @@ void mark_deleted(zq_robot_session& session) {
     }
 }
 
-bool on_library_thread() { return t_library_thread; }
-
 int snapshot_sessions(SessionRef* out) {
     std::lock_guard<pf::Mutex> lock(g_slots_lock);
     int n = 0;

@@ -70,8 +70,6 @@ zq_robot_session* find_session(const zq_robot_handle* handle);
 SessionRef session_ref(const zq_robot_handle* handle);
 // Marks a session that left the pool and wakes everything waiting on it.
 void mark_deleted(zq_robot_session& session);
-// True on the library's own receive threads (where the callbacks run).
-bool on_library_thread();
 // a + b for time-outs in milliseconds, without passing INT_MAX.
 inline int add_ms(int a, int b) { return a > 2147483647 - b ? 2147483647 : a + b; }
 // The most joints a public record holds.
