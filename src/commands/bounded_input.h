@@ -1,5 +1,5 @@
-// Checks at the boundary of the command families: numbers that must fit the
-// wire, texts that must fit their fields, dotted IPv4 addresses.
+// Checks at the boundary of the command families: texts that must fit their
+// fields, dotted IPv4 addresses. Numbers are checked in session/wire_input.h.
 #pragma once
 
 #include <cmath>
@@ -7,15 +7,6 @@
 #include <cstring>
 
 namespace zq {
-
-// `v` × `factor` in single precision, truncated toward zero, when finite and
-// inside the 32-bit range of the wire; false otherwise.
-inline bool wire_scaled(float v, float factor, int32_t* out) {
-    const float s = v * factor;
-    if (!std::isfinite(s) || s >= 2147483648.0f || s < -2147483648.0f) return false;
-    *out = static_cast<int32_t>(s);
-    return true;
-}
 
 // Copies at most `cap` - 1 characters of `src` and a terminator.
 inline void copy_text(char* dst, std::size_t cap, const char* src) {

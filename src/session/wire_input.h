@@ -3,6 +3,9 @@
 // array must be there. A command refuses anything else with -4.
 #pragma once
 
+#include <cmath>
+#include <cstdint>
+
 #include "zq_api.h"
 
 namespace zq {
@@ -23,6 +26,15 @@ inline bool joints_ok(const float* joint, int dof) { return values_ok(joint, dof
 inline bool pose_ok(const zq_pose_t& p) {
     return value_ok(p.position.x, 1e6) && value_ok(p.position.y, 1e6) && value_ok(p.position.z, 1e6) &&
            value_ok(p.euler.rx, 1e3) && value_ok(p.euler.ry, 1e3) && value_ok(p.euler.rz, 1e3);
+}
+
+// Checks and scales in one step: `v` × `factor` in single precision, truncated toward zero, when finite and
+// inside the 32-bit range of the wire; false otherwise.
+inline bool wire_scaled(float v, float factor, int32_t* out) {
+    const float s = v * factor;
+    if (!std::isfinite(s) || s >= 2147483648.0f || s < -2147483648.0f) return false;
+    *out = static_cast<int32_t>(s);
+    return true;
 }
 
 // Logs the refusal of a command's input and returns -4.
