@@ -21,6 +21,9 @@ echo "== plain build and tests"
 build build-ci -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZQ_BUILD_BENCH=ON
 (cd build-ci && ctest --output-on-failure)
 
+echo "== benchmark figures table, smallest samples (checks that every figure is still read)"
+python3 bench/run_all.py --build-dir build-ci --no-build --quick >/dev/null
+
 echo "== Python package against the simulator, and its plot example"
 PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
 PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 python/examples/plot_move.py build-ci/plot_move.png
