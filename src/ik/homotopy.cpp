@@ -18,6 +18,7 @@ constexpr int kNewtonSteps = 3;
 constexpr float kSolvedError = 5e-6f;
 constexpr float kDistinct = 0.05f;  // rad, in at least one joint
 constexpr float kFirstCost = 1000.0f;
+constexpr int kBatch = 2;  // seeds run side by side
 
 // Direction vectors of the Sobol sequence, bit by bit, as multiples of 1/256.
 constexpr uint8_t kDirection[8][7] = {
@@ -65,21 +66,27 @@ struct Newton {
         chain_error(chain, Hd, theta, e, Jn);
     }
 
-    // The continuation of one seed; q enters as the start and leaves as the
-    // end of the last pass.
-    void continuation(const float theta_0[8], float q[8]) const {
-        float e0[6], e[6], Jn[6][7], F[6];
-        error_at(theta_0, e0, nullptr);
+    // The continuations of `count` seeds side by side, step by step, so that
+    // their independent work overlaps; each seed's numbers are those of its
+    // own continuation. q enters as the starts and leaves as the ends of the
+    // last pass.
+    void continuation(const float theta_0[][8], float q[][8], int count) const {
+        float e0[kBatch][6], e[kBatch][6], Jn[kBatch][6][7];
+        for (int b = 0; b < count; ++b) error_at(theta_0[b], e0[b], nullptr);
         for (float lambda = 0.0f; lambda <= 1.0f; lambda += kLambdaStep) {
             if (lambda > kLambdaLast) lambda = 1.0f;
-            float F0[6];
-            for (int k = 0; k < 6; ++k) F0[k] = (lambda - 1.0f) * e0[k];
+            float F0[kBatch][6];
+            for (int b = 0; b < count; ++b)
+                for (int k = 0; k < 6; ++k) F0[b][k] = (lambda - 1.0f) * e0[b][k];
             for (int s = 0; s < kNewtonSteps; ++s) {
-                error_at(q, e, Jn);
-                for (int k = 0; k < 6; ++k) F[k] = e[k] + F0[k];
-                float dq[7] = {0, 0, 0, 0, 0, 0, 0};
-                step(Jn, F, dq);
-                for (int i = 0; i < n; ++i) q[i] += dq[i];
+                for (int b = 0; b < count; ++b) error_at(q[b], e[b], Jn[b]);
+                for (int b = 0; b < count; ++b) {
+                    float F[6];
+                    for (int k = 0; k < 6; ++k) F[k] = e[b][k] + F0[b][k];
+                    float dq[7] = {0, 0, 0, 0, 0, 0, 0};
+                    step(Jn[b], F, dq);
+                    for (int i = 0; i < n; ++i) q[b][i] += dq[i];
+                }
             }
         }
     }
@@ -271,22 +278,28 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
     out->count = 0;
     const int n = joints < 1 ? 1 : (joints > 7 ? 7 : joints);
     const Newton newton{general_chain(n), Hd, n, step};
-    for (int row = 0; row < kHomotopySeeds && out->count < kHomotopyMaxSolutions; ++row) {
-        float theta_0[8] = {0, 0, 0, 0, 0, 0, 0, 0}, q[8] = {0, 0, 0, 0, 0, 0, 0, 0};
-        for (int i = 0; i < n; ++i) {
-            const float s = kSeeds.s[row][i];
-            theta_0[i] = -kPi + kTwoPi * (1.0f - s);  // the anchor mirrors the start
-            q[i] = -kPi + kTwoPi * s;
+    for (int first = 0; first < kHomotopySeeds && out->count < kHomotopyMaxSolutions; first += kBatch) {
+        const int count = kHomotopySeeds - first < kBatch ? kHomotopySeeds - first : kBatch;
+        float theta_0[kBatch][8] = {}, q[kBatch][8] = {};
+        for (int b = 0; b < count; ++b)
+            for (int i = 0; i < n; ++i) {
+                const float s = kSeeds.s[first + b][i];
+                theta_0[b][i] = -kPi + kTwoPi * (1.0f - s);  // the anchor mirrors the start
+                q[b][i] = -kPi + kTwoPi * s;
+            }
+        newton.continuation(theta_0, q, count);
+        // The seeds in order; the loop ends at the eighth solution, so a seed
+        // after it in the same batch does not count.
+        for (int b = 0; b < count && out->count < kHomotopyMaxSolutions; ++b) {
+            for (int i = 0; i < n; ++i) q[b][i] = wrap(q[b][i]);
+            float e[6];
+            newton.error_at(q[b], e, nullptr);
+            float e2 = 0.0f;
+            for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
+            if (!(std::sqrt(e2) <= kSolvedError) || !distinct(*out, q[b], n)) continue;
+            for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[b][i] : 0.0f;
+            ++out->count;
         }
-        newton.continuation(theta_0, q);
-        for (int i = 0; i < n; ++i) q[i] = wrap(q[i]);
-        float e[6];
-        newton.error_at(q, e, nullptr);
-        float e2 = 0.0f;
-        for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
-        if (!(std::sqrt(e2) <= kSolvedError) || !distinct(*out, q, n)) continue;
-        for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[i] : 0.0f;
-        ++out->count;
     }
 }
 
