@@ -12,34 +12,39 @@ namespace {
 
 constexpr float kPi = 3.14159265358979f;
 
-// U (3 rows of a rigid transform, the fourth is 0 0 0 1) premultiplied by
-// Rz(theta) Tz(d).
-void turn_z(float s, float c, float d, float U[3][4]) {
-    for (int j = 0; j < 4; ++j) {
-        const float u0 = U[0][j], u1 = U[1][j];
-        U[0][j] = c * u0 - s * u1;
-        U[1][j] = s * u0 + c * u1;
-    }
-    U[2][3] += d;
+// U, a rigid transform without its last row (0 0 0 1), one row per vector.
+using Vec4 = float __attribute__((vector_size(16)));
+
+struct Rows {
+    Vec4 r[3];
+};
+
+inline Vec4 splat(float x) {
+    return Vec4{x, x, x, x};
+}
+
+// U premultiplied by Rz(theta) Tz(d).
+inline void turn_z(float s, float c, float d, Rows& U) {
+    const Vec4 u0 = U.r[0], u1 = U.r[1];
+    U.r[0] = splat(c) * u0 - splat(s) * u1;
+    U.r[1] = splat(s) * u0 + splat(c) * u1;
+    U.r[2][3] += d;
 }
 
 // U premultiplied by Tx(a) Rx(alpha).
-void turn_x(float sa, float ca, float a, float U[3][4]) {
-    for (int j = 0; j < 4; ++j) {
-        const float u1 = U[1][j], u2 = U[2][j];
-        U[1][j] = ca * u1 - sa * u2;
-        U[2][j] = sa * u1 + ca * u2;
-    }
-    U[0][3] += a;
+inline void turn_x(float sa, float ca, float a, Rows& U) {
+    const Vec4 u1 = U.r[1], u2 = U.r[2];
+    U.r[1] = splat(ca) * u1 - splat(sa) * u2;
+    U.r[2] = splat(sa) * u1 + splat(ca) * u2;
+    U.r[0][3] += a;
 }
 
 // The column of the joint whose axis is the z axis of the frame U starts in,
-// in the frame of the flange.
-void column(const float U[3][4], float J[6][7], int i) {
-    for (int j = 0; j < 3; ++j) {
-        J[j][i] = -U[0][j] * U[1][3] + U[1][j] * U[0][3];
-        J[3 + j][i] = U[2][j];
-    }
+// in the frame of the flange: linear part in lanes 0 to 2 of `lin`, angular
+// part in those of `ang`.
+inline void column(const Rows& U, Vec4& lin, Vec4& ang) {
+    lin = -U.r[0] * splat(U.r[1][3]) + U.r[1] * splat(U.r[0][3]);
+    ang = U.r[2];
 }
 
 // Axis-angle of Re: the rotation vector, with the half-turn fallback on the
@@ -77,34 +82,37 @@ GeneralChain general_chain(int joints) {
 
 void chain_error(const GeneralChain& c, const zq_Mat_t& Hd, const float q[8], float e[6], float Jn[6][7]) {
     // Backward from the flange: U is the flange in the frame of link i.
-    float U[3][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}};
-    float J[6][7];
+    Rows U{{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}};
+    Vec4 lin[7], ang[7];
     for (int i = c.joints - 1; i >= 0; --i) {
         float s, co;
         joint_sin_cos(q[i], &s, &co);
         if (c.standard) {
             turn_x(c.sa[i], c.ca[i], c.a[i], U);
             turn_z(s, co, c.d[i], U);
-            column(U, J, i);
+            column(U, lin[i], ang[i]);
         } else {
             turn_z(s, co, c.d[i], U);
-            column(U, J, i);
+            column(U, lin[i], ang[i]);
             turn_x(c.sa[i], c.ca[i], c.a[i], U);
         }
     }
     float Re[3][3];
     for (int i = 0; i < 3; ++i) {
-        e[i] = U[i][3] - Hd.data[i][3];
-        for (int j = 0; j < 3; ++j)
-            Re[i][j] = U[i][0] * Hd.data[j][0] + U[i][1] * Hd.data[j][1] + U[i][2] * Hd.data[j][2];
+        const Vec4 u = U.r[i];
+        e[i] = u[3] - Hd.data[i][3];
+        for (int j = 0; j < 3; ++j) Re[i][j] = u[0] * Hd.data[j][0] + u[1] * Hd.data[j][1] + u[2] * Hd.data[j][2];
     }
     rotation_vector(Re, e + 3);
     if (!Jn) return;
     // The flange-frame Jacobian turned into the base by the flange rotation.
-    for (int b = 0; b < 6; b += 3)
-        for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < c.joints; ++j)
-                Jn[b + i][j] = U[i][0] * J[b][j] + U[i][1] * J[b + 1][j] + U[i][2] * J[b + 2][j];
+    for (int i = 0; i < 3; ++i) {
+        const Vec4 u = U.r[i];
+        for (int j = 0; j < c.joints; ++j) {
+            Jn[i][j] = u[0] * lin[j][0] + u[1] * lin[j][1] + u[2] * lin[j][2];
+            Jn[3 + i][j] = u[0] * ang[j][0] + u[1] * ang[j][1] + u[2] * ang[j][2];
+        }
+    }
 }
 
 bool transform_finite(const zq_Mat_t& T) {

@@ -18,6 +18,7 @@ constexpr int kNewtonSteps = 3;
 constexpr float kSolvedError = 5e-6f;
 constexpr float kDistinct = 0.05f;  // rad, in at least one joint
 constexpr float kFirstCost = 1000.0f;
+constexpr int kBatch = 2;  // seeds run side by side
 
 // Direction vectors of the Sobol sequence, bit by bit, as multiples of 1/256.
 constexpr uint8_t kDirection[8][7] = {
@@ -65,21 +66,27 @@ struct Newton {
         chain_error(chain, Hd, theta, e, Jn);
     }
 
-    // The continuation of one seed; q enters as the start and leaves as the
-    // end of the last pass.
-    void continuation(const float theta_0[8], float q[8]) const {
-        float e0[6], e[6], Jn[6][7], F[6];
-        error_at(theta_0, e0, nullptr);
+    // The continuations of `count` seeds side by side, step by step, so that
+    // their independent work overlaps; each seed's numbers are those of its
+    // own continuation. q enters as the starts and leaves as the ends of the
+    // last pass.
+    void continuation(const float theta_0[][8], float q[][8], int count) const {
+        float e0[kBatch][6], e[kBatch][6], Jn[kBatch][6][7];
+        for (int b = 0; b < count; ++b) error_at(theta_0[b], e0[b], nullptr);
         for (float lambda = 0.0f; lambda <= 1.0f; lambda += kLambdaStep) {
             if (lambda > kLambdaLast) lambda = 1.0f;
-            float F0[6];
-            for (int k = 0; k < 6; ++k) F0[k] = (lambda - 1.0f) * e0[k];
+            float F0[kBatch][6];
+            for (int b = 0; b < count; ++b)
+                for (int k = 0; k < 6; ++k) F0[b][k] = (lambda - 1.0f) * e0[b][k];
             for (int s = 0; s < kNewtonSteps; ++s) {
-                error_at(q, e, Jn);
-                for (int k = 0; k < 6; ++k) F[k] = e[k] + F0[k];
-                float dq[7] = {0, 0, 0, 0, 0, 0, 0};
-                step(Jn, F, dq);
-                for (int i = 0; i < n; ++i) q[i] += dq[i];
+                for (int b = 0; b < count; ++b) error_at(q[b], e[b], Jn[b]);
+                for (int b = 0; b < count; ++b) {
+                    float F[6];
+                    for (int k = 0; k < 6; ++k) F[k] = e[b][k] + F0[b][k];
+                    float dq[7] = {0, 0, 0, 0, 0, 0, 0};
+                    step(Jn[b], F, dq);
+                    for (int i = 0; i < n; ++i) q[b][i] += dq[i];
+                }
             }
         }
     }
@@ -162,6 +169,83 @@ int choose(HomotopySolutions& s, const float q_ref[8], float q_out[8], int n) {
     return 0;
 }
 
+// Elimination with full pivoting on the rows [A | b], each held as two vectors
+// of four lanes: columns 0 to 3, then 4, 5, b and a spare lane.
+using Vec4 = float __attribute__((vector_size(16)));
+using Mask4 = int __attribute__((vector_size(16)));
+
+struct Elimination {
+    Vec4 m[6][2];
+    int unknown[6];  // the unknown of each column after the column swaps
+    float inv_pivot[6];
+};
+
+inline float entry(const Vec4 (&row)[2], int j) {
+    return row[j >> 2][j & 3];
+}
+
+inline Vec4 magnitude(Vec4 v) {
+    return reinterpret_cast<Vec4>(reinterpret_cast<Mask4>(v) & 0x7fffffff);
+}
+
+// Step k: the pivot is the entry of greatest magnitude of the remaining block,
+// the first in row-major order on a tie (a NaN entry never wins, and a NaN at
+// (k, k) keeps its place); rows and columns are swapped to bring it to (k, k)
+// and the rows below are reduced. Lanes left of k + 1 of those rows are not
+// read again, so whole vectors are reduced. False as soon as the reciprocal
+// of the pivot or a multiplier is not finite.
+template <int k>
+bool eliminate(Elimination& s) {
+    const float at_k = s.m[k][k >> 2][k & 3];
+    if (at_k != at_k) return false;
+    constexpr Mask4 live0 = {k <= 0 ? -1 : 0, k <= 1 ? -1 : 0, k <= 2 ? -1 : 0, k <= 3 ? -1 : 0};
+    constexpr Mask4 live1 = {k <= 4 ? -1 : 0, -1, 0, 0};
+    const Vec4 none = {-1.0f, -1.0f, -1.0f, -1.0f};
+    Vec4 big0 = none, big1 = none;
+    for (int i = k; i < 6; ++i) {
+        const Vec4 a0 = live0 ? magnitude(s.m[i][0]) : none;
+        const Vec4 a1 = live1 ? magnitude(s.m[i][1]) : none;
+        big0 = a0 > big0 ? a0 : big0;
+        big1 = a1 > big1 ? a1 : big1;
+    }
+    const Vec4 both = big1 > big0 ? big1 : big0;
+    float big = both[0];
+    for (int l = 1; l < 4; ++l) big = both[l] > big ? both[l] : big;
+    int ip = k, jp = k;
+    for (int i = k; i < 6; ++i) {
+        int j = k;
+        while (j < 6 && std::fabs(entry(s.m[i], j)) != big) ++j;
+        if (j < 6) {
+            ip = i;
+            jp = j;
+            break;
+        }
+    }
+    if (ip != k) {
+        std::swap(s.m[k][0], s.m[ip][0]);
+        std::swap(s.m[k][1], s.m[ip][1]);
+    }
+    if (jp != k) {
+        for (int i = 0; i < 6; ++i) {
+            const float t = s.m[i][k >> 2][k & 3];
+            s.m[i][k >> 2][k & 3] = s.m[i][jp >> 2][jp & 3];
+            s.m[i][jp >> 2][jp & 3] = t;
+        }
+        std::swap(s.unknown[k], s.unknown[jp]);
+    }
+    const float inv = 1.0f / s.m[k][k >> 2][k & 3];
+    s.inv_pivot[k] = inv;
+    if (!std::isfinite(inv)) return false;
+    const Vec4 r0 = s.m[k][0], r1 = s.m[k][1];
+    for (int i = k + 1; i < 6; ++i) {
+        const float f = s.m[i][k >> 2][k & 3] * inv;
+        if (!std::isfinite(f)) return false;
+        if (k < 3) s.m[i][0] -= f * r0;
+        s.m[i][1] -= f * r1;
+    }
+    return true;
+}
+
 }  // namespace
 
 float homotopy_seed(int row, int joint) {
@@ -170,47 +254,23 @@ float homotopy_seed(int row, int joint) {
 }
 
 bool solve6(const float A[6][6], const float b[6], float x[6]) {
-    constexpr int n = 6;
-    float m[n][n + 1];
-    int unknown[n];  // the unknown of each column after the column swaps
-    for (int i = 0; i < n; ++i) {
-        for (int j = 0; j < n; ++j) m[i][j] = A[i][j];
-        m[i][n] = b[i];
-        unknown[i] = i;
+    Elimination s;
+    for (int i = 0; i < 6; ++i) {
+        s.m[i][0] = Vec4{A[i][0], A[i][1], A[i][2], A[i][3]};
+        s.m[i][1] = Vec4{A[i][4], A[i][5], b[i], 0.0f};
+        s.unknown[i] = i;
     }
-    float inv_pivot[n];
-    for (int k = 0; k < n; ++k) {
-        int ip = k, jp = k;
-        float big = std::fabs(m[k][k]);
-        for (int i = k; i < n; ++i)
-            for (int j = k; j < n; ++j)
-                if (std::fabs(m[i][j]) > big) {
-                    big = std::fabs(m[i][j]);
-                    ip = i;
-                    jp = j;
-                }
-        if (ip != k)
-            for (int j = 0; j <= n; ++j) std::swap(m[k][j], m[ip][j]);
-        if (jp != k) {
-            for (int i = 0; i < n; ++i) std::swap(m[i][k], m[i][jp]);
-            std::swap(unknown[k], unknown[jp]);
-        }
-        inv_pivot[k] = 1.0f / m[k][k];
-        if (!std::isfinite(inv_pivot[k])) return false;
-        for (int i = k + 1; i < n; ++i) {
-            const float f = m[i][k] * inv_pivot[k];
-            if (!std::isfinite(f)) return false;
-            for (int j = k + 1; j <= n; ++j) m[i][j] -= f * m[k][j];
-        }
-    }
-    float y[n];
-    for (int k = n - 1; k >= 0; --k) {
-        float s = m[k][n];
-        for (int j = k + 1; j < n; ++j) s -= m[k][j] * y[j];
-        y[k] = s * inv_pivot[k];
+    if (!eliminate<0>(s) || !eliminate<1>(s) || !eliminate<2>(s) || !eliminate<3>(s) || !eliminate<4>(s) ||
+        !eliminate<5>(s))
+        return false;
+    float y[6];
+    for (int k = 5; k >= 0; --k) {
+        float t = s.m[k][1][2];
+        for (int j = k + 1; j < 6; ++j) t -= entry(s.m[k], j) * y[j];
+        y[k] = t * s.inv_pivot[k];
         if (!std::isfinite(y[k])) return false;
     }
-    for (int k = 0; k < n; ++k) x[unknown[k]] = y[k];
+    for (int k = 0; k < 6; ++k) x[s.unknown[k]] = y[k];
     return true;
 }
 
@@ -218,22 +278,28 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
     out->count = 0;
     const int n = joints < 1 ? 1 : (joints > 7 ? 7 : joints);
     const Newton newton{general_chain(n), Hd, n, step};
-    for (int row = 0; row < kHomotopySeeds && out->count < kHomotopyMaxSolutions; ++row) {
-        float theta_0[8] = {0, 0, 0, 0, 0, 0, 0, 0}, q[8] = {0, 0, 0, 0, 0, 0, 0, 0};
-        for (int i = 0; i < n; ++i) {
-            const float s = kSeeds.s[row][i];
-            theta_0[i] = -kPi + kTwoPi * (1.0f - s);  // the anchor mirrors the start
-            q[i] = -kPi + kTwoPi * s;
+    for (int first = 0; first < kHomotopySeeds && out->count < kHomotopyMaxSolutions; first += kBatch) {
+        const int count = kHomotopySeeds - first < kBatch ? kHomotopySeeds - first : kBatch;
+        float theta_0[kBatch][8] = {}, q[kBatch][8] = {};
+        for (int b = 0; b < count; ++b)
+            for (int i = 0; i < n; ++i) {
+                const float s = kSeeds.s[first + b][i];
+                theta_0[b][i] = -kPi + kTwoPi * (1.0f - s);  // the anchor mirrors the start
+                q[b][i] = -kPi + kTwoPi * s;
+            }
+        newton.continuation(theta_0, q, count);
+        // The seeds in order; the loop ends at the eighth solution, so a seed
+        // after it in the same batch does not count.
+        for (int b = 0; b < count && out->count < kHomotopyMaxSolutions; ++b) {
+            for (int i = 0; i < n; ++i) q[b][i] = wrap(q[b][i]);
+            float e[6];
+            newton.error_at(q[b], e, nullptr);
+            float e2 = 0.0f;
+            for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
+            if (!(std::sqrt(e2) <= kSolvedError) || !distinct(*out, q[b], n)) continue;
+            for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[b][i] : 0.0f;
+            ++out->count;
         }
-        newton.continuation(theta_0, q);
-        for (int i = 0; i < n; ++i) q[i] = wrap(q[i]);
-        float e[6];
-        newton.error_at(q, e, nullptr);
-        float e2 = 0.0f;
-        for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
-        if (!(std::sqrt(e2) <= kSolvedError) || !distinct(*out, q, n)) continue;
-        for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[i] : 0.0f;
-        ++out->count;
     }
 }
 

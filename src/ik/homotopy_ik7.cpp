@@ -10,10 +10,10 @@ namespace {
 void pseudo_inverse_step(const float Jn[6][7], const float F[6], float dq[7]) {
     float JJT[6][6], minus_F[6], w[6];
     for (int i = 0; i < 6; ++i) {
-        for (int j = 0; j < 6; ++j) {
+        for (int j = i; j < 6; ++j) {
             float s = 0.0f;
             for (int k = 0; k < 7; ++k) s += Jn[i][k] * Jn[j][k];
-            JJT[i][j] = s;
+            JJT[i][j] = JJT[j][i] = s;  // the same products in the same order either way
         }
         minus_F[i] = 0.0f - F[i];
     }
