@@ -31,22 +31,21 @@ constexpr Family kZql36Offset{false, 6, {Z, N, Z, P, N, N}, static_cast<uint8_t>
 constexpr Family kVda{false, 6, {Z, N, Z, Z, P, N}, bits(0, 3, 4, 5), bits(1, 2, 3)};
 constexpr Family kHtr27{false, 7, {Z, N, P, P, N, P, P}, bits(0, 2, 4, 6), bits(3, 4, 6)};
 
-// Rigid transform kept as its three rotation columns and its translation.
+// Rigid transform kept as its three rotation columns and its translation,
+// each in four lanes (the last unused) so that an update is one vector step.
 struct Frame {
-    float c[3][3];  // c[k] is column k
-    float p[3];
+    float c[3][4];  // c[k] is column k
+    float p[4];
 };
 
-inline void axpy(float k, const float x[3], float y[3]) {
-    y[0] += k * x[0];
-    y[1] += k * x[1];
-    y[2] += k * x[2];
+inline void axpy(float k, const float x[4], float y[4]) {
+    for (int r = 0; r < 4; ++r) y[r] += k * x[r];
 }
 
 // Right-multiplies by Rx(twist): columns 1 and 2 exchange, with signs.
 inline void apply_twist(Frame& f, Twist t) {
     if (t == Z) return;
-    for (int r = 0; r < 3; ++r) {
+    for (int r = 0; r < 4; ++r) {
         const float c1 = f.c[1][r], c2 = f.c[2][r];
         f.c[1][r] = t == P ? c2 : -c2;
         f.c[2][r] = t == P ? -c1 : c1;
@@ -55,7 +54,7 @@ inline void apply_twist(Frame& f, Twist t) {
 
 // Right-multiplies by Rz(theta).
 inline void apply_rz(Frame& f, float st, float ct) {
-    for (int r = 0; r < 3; ++r) {
+    for (int r = 0; r < 4; ++r) {
         const float c0 = f.c[0][r], c1 = f.c[1][r];
         f.c[0][r] = ct * c0 + st * c1;
         f.c[1][r] = ct * c1 - st * c0;
@@ -66,10 +65,10 @@ template <const Family& F>
 zq_matrix_t evaluate(const zq_dh_block_t& dh, const float q[8], int kind) {
     // All sines and cosines first: they are independent of each other and
     // overlap, while the frame updates below form one dependent chain.
-    float sn[7], cs[7];
-#pragma GCC unroll 7
-    for (int i = 0; i < F.n; ++i) joint_sin_cos(q[i] + dh.offset[i], &sn[i], &cs[i]);
-    Frame f = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, {0, 0, 0}};
+    float theta[8] = {}, sn[8], cs[8];
+    for (int i = 0; i < F.n; ++i) theta[i] = q[i] + dh.offset[i];
+    joint_sin_cos8(theta, sn, cs);
+    Frame f = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}}, {0, 0, 0, 0}};
 #pragma GCC unroll 7
     for (int i = 0; i < F.n; ++i) {
         const float st = sn[i], ct = cs[i];

@@ -9,10 +9,31 @@ namespace {
 
 int clamp4(int n) { return n < 0 ? 0 : (n > 4 ? 4 : n); }
 
+// Rows 0 to n - 1 of the product of two 4 by 4 records: the sums of
+// matrix_mul, each over k in the same order, with a row's four sums side by
+// side so that they run as vectors.
+void mul4_rows(const zq_matrix_t& A, const zq_matrix_t& B, int n, zq_matrix_t& r) {
+    for (int i = 0; i < n; ++i) {
+        double s[4] = {0.0, 0.0, 0.0, 0.0};
+        for (int k = 0; k < 4; ++k)
+            for (int j = 0; j < 4; ++j) s[j] += static_cast<double>(A.data[i][k] * B.data[k][j]);
+        for (int j = 0; j < 4; ++j) r.data[i][j] = static_cast<float>(s[j]);
+    }
+}
+
+bool both_4x4(const zq_matrix_t& A, const zq_matrix_t& B) {
+    return A.rows == 4 && A.cols == 4 && B.rows == 4 && B.cols == 4;
+}
+
 }  // namespace
 
 zq_matrix_t matrix_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     zq_matrix_t r{};
+    if (both_4x4(A, B)) {
+        r.rows = r.cols = 4;
+        mul4_rows(A, B, 4, r);
+        return r;
+    }
     const int rows = clamp4(A.rows), cols = clamp4(B.cols);
     const int inner = clamp4(A.cols < B.rows ? A.cols : B.rows);
     r.rows = static_cast<int16_t>(rows);
@@ -27,6 +48,14 @@ zq_matrix_t matrix_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     return r;
 }
 
+zq_matrix_t matrix_mul_top(const zq_matrix_t& A, const zq_matrix_t& B) {
+    if (!both_4x4(A, B)) return matrix_mul(A, B);
+    zq_matrix_t r{};
+    r.rows = r.cols = 4;
+    mul4_rows(A, B, 3, r);
+    return r;
+}
+
 zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     zq_matrix_t r{};
     r.rows = r.cols = 4;
@@ -37,6 +66,11 @@ zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     }
     r.data[3][3] = 1.0f;
     return r;
+}
+
+bool is_identity4(const zq_matrix_t& M) {
+    static constexpr zq_matrix_t kEye = {4, 4, {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
+    return std::memcmp(&M, &kEye, sizeof M) == 0;
 }
 
 zq_matrix_t matrix_transpose(const zq_matrix_t& A) {
