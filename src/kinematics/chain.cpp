@@ -12,8 +12,6 @@
 namespace zq {
 namespace {
 
-zq_matrix_t T02{}, T05{}, T06{};
-
 enum class Product { Twt, T0n, T06, T02, T05, T0t, Tbt, Tbn, Twn, Tww };
 
 struct KeyName {
@@ -45,9 +43,38 @@ struct Frame {
 
 constexpr Frame kIdentity = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 0}}};
 
+// The chain after joints 2, 5 and 6 as the last evaluation that reached
+// each joint left it; all zero before.
+struct Cached {
+    Frame f;
+    bool set;
+};
+Cached T02{kIdentity, false}, T05{kIdentity, false}, T06{kIdentity, false};
+
 // The twist of a link after snapping: the exact values 0, +-1 in its sine and
 // cosine turn most of the link matrix into zeros and signs.
 enum class Twist : uint8_t { Zero, Plus, Minus, Pi, Other };
+
+// twist_sin_cos, with the table's own twists (0, +-pi/2, +-pi in single
+// precision, all inside the snapping bands) recognised at once.
+void link_twist(float alpha, float* sa, float* ca) {
+    constexpr float kHalf = 1.5707964f, kPi = 3.1415927f;
+    if (alpha == 0.0f) {
+        *sa = 0.0f;
+        *ca = 1.0f;
+    } else if (alpha == kHalf) {
+        *sa = 1.0f;
+        *ca = 0.0f;
+    } else if (alpha == -kHalf) {
+        *sa = -1.0f;
+        *ca = 0.0f;
+    } else if (alpha == kPi || alpha == -kPi) {
+        *sa = 0.0f;
+        *ca = -1.0f;
+    } else {
+        twist_sin_cos(alpha, sa, ca);
+    }
+}
 
 Twist twist_of(float sa, float ca) {
     if (sa == 0.0f && ca == 1.0f) return Twist::Zero;
@@ -61,7 +88,7 @@ Twist twist_of(float sa, float ca) {
 // column. Every sum is the one of the full product, with the same operands in
 // the same order; only the terms whose link entry is an exact zero are left
 // out (they could only change the sign of a zero result).
-void right_modified(Frame& f, float st, float ct, float sa, float ca, Twist t, float a, float d) {
+[[gnu::always_inline]] inline void right_modified(Frame& f, float st, float ct, float sa, float ca, Twist t, float a, float d) {
     const float* c0 = f.c[0];
     const float* c1 = f.c[1];
     const float* c2 = f.c[2];
@@ -116,7 +143,7 @@ void right_modified(Frame& f, float st, float ct, float sa, float ca, Twist t, f
 }
 
 // F x L for the standard link L = Rz(theta) Tz(d) Tx(a) Rx(alpha), the full product.
-void right_standard(Frame& f, float st, float ct, float sa, float ca, float a, float d) {
+[[gnu::always_inline]] inline void right_standard(Frame& f, float st, float ct, float sa, float ca, float a, float d) {
     const float m01 = -ca * st, m02 = sa * st, m03 = a * ct;
     const float m11 = ca * ct, m12 = -sa * ct, m13 = a * st;
     Frame n;
@@ -162,18 +189,18 @@ zq_matrix_t chain_base_flange(const float q[8], bool add_offset) {
     Frame f = kIdentity;
     for (int i = 0; i < dof; ++i) {
         float sa, ca;
-        twist_sin_cos(dh.alpha[i], &sa, &ca);
+        link_twist(dh.alpha[i], &sa, &ca);
         if (standard)
             right_standard(f, st[i], ct[i], sa, ca, dh.a[i], dh.d[i]);
         else
             right_modified(f, st[i], ct[i], sa, ca, twist_of(sa, ca), dh.a[i], dh.d[i]);
-        if (i == 1) T02 = matrix_of(f);
-        if (i == 4) T05 = matrix_of(f);
-        if (i == 5) T06 = matrix_of(f);
+        if (i == 1) T02 = {f, true};
+        if (i == 4) T05 = {f, true};
+        if (i == 5) T06 = {f, true};
     }
     if (flange_link) {
         float sa, ca;
-        twist_sin_cos(dh.alpha[kFlangeLink], &sa, &ca);
+        link_twist(dh.alpha[kFlangeLink], &sa, &ca);
         right_modified(f, flange_st, flange_ct, sa, ca, twist_of(sa, ca), dh.a[kFlangeLink],
                        dh.d[kFlangeLink]);
     }
@@ -190,9 +217,9 @@ zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key)
         case Product::Twt:
             return matrix_mul(matrix_mul(matrix_mul(Twork_world, Tworld_base), Tbase_flange), Tflange_tool);
         case Product::T0n: return Tbase_flange;
-        case Product::T06: return T06;
-        case Product::T02: return T02;
-        case Product::T05: return T05;
+        case Product::T06: return cached_T06();
+        case Product::T02: return cached_T02();
+        case Product::T05: return cached_T05();
         case Product::T0t: return matrix_mul(Tbase_flange, Tflange_tool);
         case Product::Tbt: return matrix_mul(matrix_mul(Tworld_base, Tbase_flange), Tflange_tool);
         case Product::Tbn: return matrix_mul(Tworld_base, Tbase_flange);
@@ -202,8 +229,8 @@ zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key)
     return matrix_mul(Twork_world, Tworld_base);
 }
 
-zq_matrix_t cached_T02() { return T02; }
-zq_matrix_t cached_T05() { return T05; }
-zq_matrix_t cached_T06() { return T06; }
+zq_matrix_t cached_T02() { return T02.set ? matrix_of(T02.f) : zq_matrix_t{}; }
+zq_matrix_t cached_T05() { return T05.set ? matrix_of(T05.f) : zq_matrix_t{}; }
+zq_matrix_t cached_T06() { return T06.set ? matrix_of(T06.f) : zq_matrix_t{}; }
 
 }  // namespace zq
