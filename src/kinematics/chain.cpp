@@ -34,14 +34,17 @@ Product product_of(const char* key) {
 
 constexpr int kFlangeLink = 7;
 
-// Rows 0 to 2 of a rigid transform as four columns of four lanes (the last
-// lane unused): the three rotation columns, then the translation. Each
-// column update below is then one short vector operation.
+// A column of four lanes (the last unused): each update below is one vector
+// operation, lane by lane the same float arithmetic as on scalars.
+typedef float Lanes __attribute__((vector_size(16)));
+
+// Rows 0 to 2 of a rigid transform as four columns: the three rotation
+// columns, then the translation.
 struct Frame {
-    float c[4][4];
+    Lanes c[4];
 };
 
-constexpr Frame kIdentity = {{{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 0}}};
+constexpr Frame kIdentity = {{Lanes{1, 0, 0, 0}, Lanes{0, 1, 0, 0}, Lanes{0, 0, 1, 0}, Lanes{0, 0, 0, 0}}};
 
 // The chain after joints 2, 5 and 6 as the last evaluation that reached
 // each joint left it; all zero before.
@@ -88,73 +91,55 @@ Twist twist_of(float sa, float ca) {
 // column. Every sum is the one of the full product, with the same operands in
 // the same order; only the terms whose link entry is an exact zero are left
 // out (they could only change the sign of a zero result).
-[[gnu::always_inline]] inline void right_modified(Frame& f, float st, float ct, float sa, float ca, Twist t, float a, float d) {
-    const float* c0 = f.c[0];
-    const float* c1 = f.c[1];
-    const float* c2 = f.c[2];
-    const float* p = f.c[3];
-    Frame n;
+[[gnu::always_inline]] inline void right_modified(Frame& f, float st, float ct, float sa, float ca, Twist t, float a,
+                                                  float d) {
+    const Lanes c0 = f.c[0], c1 = f.c[1], c2 = f.c[2], p = f.c[3];
     switch (t) {
         case Twist::Zero:
-            for (int r = 0; r < 4; ++r) {
-                n.c[0][r] = c0[r] * ct + c1[r] * st;
-                n.c[1][r] = c0[r] * -st + c1[r] * ct;
-                n.c[2][r] = c2[r];
-                n.c[3][r] = (c0[r] * a + c2[r] * d) + p[r];
-            }
+            f.c[0] = c0 * ct + c1 * st;
+            f.c[1] = c0 * -st + c1 * ct;
+            f.c[3] = (c0 * a + c2 * d) + p;
             break;
         case Twist::Plus:
-            for (int r = 0; r < 4; ++r) {
-                n.c[0][r] = c0[r] * ct + c2[r] * st;
-                n.c[1][r] = c0[r] * -st + c2[r] * ct;
-                n.c[2][r] = -c1[r];
-                n.c[3][r] = (c0[r] * a + c1[r] * -d) + p[r];
-            }
+            f.c[0] = c0 * ct + c2 * st;
+            f.c[1] = c0 * -st + c2 * ct;
+            f.c[2] = -c1;
+            f.c[3] = (c0 * a + c1 * -d) + p;
             break;
         case Twist::Minus:
-            for (int r = 0; r < 4; ++r) {
-                n.c[0][r] = c0[r] * ct + c2[r] * -st;
-                n.c[1][r] = c0[r] * -st + c2[r] * -ct;
-                n.c[2][r] = c1[r];
-                n.c[3][r] = (c0[r] * a + c1[r] * d) + p[r];
-            }
+            f.c[0] = c0 * ct + c2 * -st;
+            f.c[1] = c0 * -st + c2 * -ct;
+            f.c[2] = c1;
+            f.c[3] = (c0 * a + c1 * d) + p;
             break;
         case Twist::Pi:
-            for (int r = 0; r < 4; ++r) {
-                n.c[0][r] = c0[r] * ct + c1[r] * -st;
-                n.c[1][r] = c0[r] * -st + c1[r] * -ct;
-                n.c[2][r] = -c2[r];
-                n.c[3][r] = (c0[r] * a + c2[r] * -d) + p[r];
-            }
+            f.c[0] = c0 * ct + c1 * -st;
+            f.c[1] = c0 * -st + c1 * -ct;
+            f.c[2] = -c2;
+            f.c[3] = (c0 * a + c2 * -d) + p;
             break;
         case Twist::Other: {
             const float m10 = st * ca, m11 = ct * ca, m12 = -sa, m13 = -sa * d;
             const float m20 = st * sa, m21 = ct * sa, m22 = ca, m23 = ca * d;
-            for (int r = 0; r < 4; ++r) {
-                n.c[0][r] = c0[r] * ct + c1[r] * m10 + c2[r] * m20;
-                n.c[1][r] = c0[r] * -st + c1[r] * m11 + c2[r] * m21;
-                n.c[2][r] = c0[r] * 0.0f + c1[r] * m12 + c2[r] * m22;
-                n.c[3][r] = ((c0[r] * a + c1[r] * m13) + c2[r] * m23) + p[r];
-            }
+            f.c[0] = c0 * ct + c1 * m10 + c2 * m20;
+            f.c[1] = c0 * -st + c1 * m11 + c2 * m21;
+            f.c[2] = c0 * 0.0f + c1 * m12 + c2 * m22;
+            f.c[3] = ((c0 * a + c1 * m13) + c2 * m23) + p;
             break;
         }
     }
-    f = n;
 }
 
 // F x L for the standard link L = Rz(theta) Tz(d) Tx(a) Rx(alpha), the full product.
-[[gnu::always_inline]] inline void right_standard(Frame& f, float st, float ct, float sa, float ca, float a, float d) {
+[[gnu::always_inline]] inline void right_standard(Frame& f, float st, float ct, float sa, float ca, float a,
+                                                  float d) {
     const float m01 = -ca * st, m02 = sa * st, m03 = a * ct;
     const float m11 = ca * ct, m12 = -sa * ct, m13 = a * st;
-    Frame n;
-    for (int r = 0; r < 4; ++r) {
-        const float c0 = f.c[0][r], c1 = f.c[1][r], c2 = f.c[2][r];
-        n.c[0][r] = c0 * ct + c1 * st + c2 * 0.0f;
-        n.c[1][r] = c0 * m01 + c1 * m11 + c2 * sa;
-        n.c[2][r] = c0 * m02 + c1 * m12 + c2 * ca;
-        n.c[3][r] = ((c0 * m03 + c1 * m13) + c2 * d) + f.c[3][r];
-    }
-    f = n;
+    const Lanes c0 = f.c[0], c1 = f.c[1], c2 = f.c[2], p = f.c[3];
+    f.c[0] = c0 * ct + c1 * st + c2 * 0.0f;
+    f.c[1] = c0 * m01 + c1 * m11 + c2 * sa;
+    f.c[2] = c0 * m02 + c1 * m12 + c2 * ca;
+    f.c[3] = ((c0 * m03 + c1 * m13) + c2 * d) + p;
 }
 
 zq_matrix_t matrix_of(const Frame& f) {

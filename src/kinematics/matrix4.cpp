@@ -1,6 +1,7 @@
 #include "kinematics/matrix4.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -69,8 +70,15 @@ zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
 }
 
 bool is_identity4(const zq_matrix_t& M) {
-    static constexpr zq_matrix_t kEye = {4, 4, {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}}};
-    return std::memcmp(&M, &kEye, sizeof M) == 0;
+    // Bit patterns, compared all at once; a -0 fails the test, which only
+    // sends the record down the general path.
+    static constexpr float kEye[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    uint32_t m[16], e[16];
+    std::memcpy(m, M.data, sizeof m);
+    std::memcpy(e, kEye, sizeof e);
+    uint32_t diff = 0;
+    for (int i = 0; i < 16; ++i) diff |= m[i] ^ e[i];
+    return M.rows == 4 && M.cols == 4 && diff == 0;
 }
 
 zq_matrix_t matrix_transpose(const zq_matrix_t& A) {
