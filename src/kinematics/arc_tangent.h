@@ -20,7 +20,7 @@ inline int32_t word(float x) {
 
 }  // namespace arc_detail
 
-inline float arc_tangent(float x) {
+[[gnu::always_inline]] inline float arc_tangent(float x) {
     static constexpr float kHi[] = {4.6364760399e-01f, 7.8539812565e-01f, 9.8279368877e-01f, 1.5707962513e+00f};
     static constexpr float kLo[] = {5.0121582440e-09f, 3.7748947079e-08f, 3.4473217170e-08f, 7.5497894159e-08f};
     static constexpr float kT[] = {3.3333334327e-01f, -2.0000000298e-01f, 1.4285714924e-01f, -1.1111110449e-01f,
@@ -62,7 +62,7 @@ inline float arc_tangent(float x) {
     return hx < 0 ? -r : r;
 }
 
-inline float arc_tangent2(float y, float x) {
+[[gnu::always_inline]] inline float arc_tangent2(float y, float x) {
     constexpr float kTiny = 1.0e-30f;
     constexpr float kPiOver4 = 7.8539818525e-01f;
     constexpr float kPiOver2 = 1.5707963705e+00f;
