@@ -31,7 +31,7 @@ zq_pose_t get_work_tool_pose(const float q[8]) {
     // The product of a finite record with the identity is the record with any
     // -0 made +0, and a later product makes that change itself: identity
     // frames (the usual work, installation or tool frame) are left out of
-    // the product, with the same result to the bit.
+    // the product, with the same result to the bit for finite values.
     const zq_sys_data_t& s = sys_data;
     const bool work = !is_identity4(s.Twork_world), base = !is_identity4(s.Tworld_base);
     zq_matrix_t T = get_Tbase_flange(q);

@@ -14,7 +14,7 @@ zq_matrix_t matrix_mul(const zq_matrix_t& A, const zq_matrix_t& B);
 zq_matrix_t matrix_mul_top(const zq_matrix_t& A, const zq_matrix_t& B);
 // Product of two rigid 4 by 4 transforms (last rows 0, 0, 0, 1), in float.
 zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B);
-// A 4 by 4 record that equals the identity (a -0 counts as 0).
+// A 4 by 4 record that is the identity bit for bit (a -0 is not 0 here).
 bool is_identity4(const zq_matrix_t& M);
 zq_matrix_t matrix_transpose(const zq_matrix_t& A);
 zq_matrix_t matrix_eye(int n);
