@@ -1,7 +1,10 @@
 #include "kinematics/chain.h"
 
+#include <cstdint>
 #include <cstring>
 
+#include "kinematics/frame_lanes.h"
+#include "kinematics/joint_trig.h"
 #include "kinematics/links.h"
 #include "kinematics/matrix4.h"
 #include "kinematics/model_table.h"
@@ -10,7 +13,7 @@
 namespace zq {
 namespace {
 
-zq_matrix_t T02{}, T05{}, T06{};
+using namespace lanes;
 
 enum class Product { Twt, T0n, T06, T02, T05, T0t, Tbt, Tbn, Twn, Tww };
 
@@ -32,31 +35,60 @@ Product product_of(const char* key) {
     return Product::Tww;
 }
 
+constexpr int kFlangeLink = 7;
+
+// The chain after joints 2, 5 and 6 as the last evaluation that reached
+// each joint left it; all zero before.
+struct Cached {
+    Frame f;
+    bool set;
+};
+Cached T02{kIdentity, false}, T05{kIdentity, false}, T06{kIdentity, false};
+
 }  // namespace
 
 bool is_modeling(const char* mode) { return mode && std::strcmp(mode, kModeling) == 0; }
 
+zq_matrix_t chain_base_flange(const float q[8], bool add_offset) {
+    const zq_sys_data_t& s = sys_data;
+    const zq_dh_block_t& dh = s.dh;
+    const int dof = s.dof < 0 ? 0 : (s.dof > kMaxJoints ? kMaxJoints : s.dof);
+    const bool standard = uses_standard_dh(s.model_code);
+    const bool flange_link = has_flange_link(s.model_code);
+
+    // The sines and cosines first: they do not depend on each other, while
+    // the link products form one dependent chain.
+    float theta[8] = {}, st[8], ct[8];
+    for (int i = 0; i < dof; ++i) theta[i] = q[i] + (add_offset ? dh.offset[i] : 0.0f);
+    if (flange_link && dof <= kFlangeLink) theta[kFlangeLink] = dh.offset[kFlangeLink];
+    joint_sin_cos8(theta, st, ct);
+    float flange_st = st[kFlangeLink], flange_ct = ct[kFlangeLink];
+    if (flange_link && dof > kFlangeLink) joint_sin_cos(dh.offset[kFlangeLink], &flange_st, &flange_ct);
+
+    Frame f = kIdentity;
+    for (int i = 0; i < dof; ++i) {
+        float sa, ca;
+        link_twist(dh.alpha[i], &sa, &ca);
+        if (standard)
+            right_standard(f, st[i], ct[i], sa, ca, dh.a[i], dh.d[i]);
+        else
+            right_modified(f, st[i], ct[i], sa, ca, twist_of(sa, ca), dh.a[i], dh.d[i]);
+        if (i == 1) T02 = {f, true};
+        if (i == 4) T05 = {f, true};
+        if (i == 5) T06 = {f, true};
+    }
+    if (flange_link) {
+        float sa, ca;
+        link_twist(dh.alpha[kFlangeLink], &sa, &ca);
+        right_modified(f, flange_st, flange_ct, sa, ca, twist_of(sa, ca), dh.a[kFlangeLink],
+                       dh.d[kFlangeLink]);
+    }
+    return matrix_of(f);
+}
+
 zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key) {
     const zq_sys_data_t& s = sys_data;
-    const int code = s.model_code;
-    const int dof = s.dof < 0 ? 0 : (s.dof > kMaxJoints ? kMaxJoints : s.dof);
-    const bool add_offset = !is_modeling(mode);
-
-    float theta[8] = {};
-    for (int i = 0; i < dof; ++i) theta[i] = q[i] + (add_offset ? s.dh.offset[i] : 0.0f);
-    zq_matrix_t Tbase_flange = matrix_eye(4);
-    for (int i = 0; i < dof; ++i) {
-        Tbase_flange = rigid_mul(Tbase_flange, link_transform(code, i, s.dh, theta));
-        if (i == 1) T02 = Tbase_flange;
-        if (i == 4) T05 = Tbase_flange;
-        if (i == 5) T06 = Tbase_flange;
-    }
-    if (has_flange_link(code)) {
-        float extend_joint[8] = {};
-        extend_joint[7] = s.dh.offset[7];
-        Tbase_flange = rigid_mul(Tbase_flange, link_transform_modified(7, s.dh, extend_joint));
-    }
-
+    const zq_matrix_t Tbase_flange = chain_base_flange(q, !is_modeling(mode));
     const zq_matrix_t& Twork_world = s.Twork_world;
     const zq_matrix_t& Tflange_tool = s.Tflange_tool;
     const zq_matrix_t& Tworld_base = s.Tworld_base;
@@ -64,9 +96,9 @@ zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key)
         case Product::Twt:
             return matrix_mul(matrix_mul(matrix_mul(Twork_world, Tworld_base), Tbase_flange), Tflange_tool);
         case Product::T0n: return Tbase_flange;
-        case Product::T06: return T06;
-        case Product::T02: return T02;
-        case Product::T05: return T05;
+        case Product::T06: return cached_T06();
+        case Product::T02: return cached_T02();
+        case Product::T05: return cached_T05();
         case Product::T0t: return matrix_mul(Tbase_flange, Tflange_tool);
         case Product::Tbt: return matrix_mul(matrix_mul(Tworld_base, Tbase_flange), Tflange_tool);
         case Product::Tbn: return matrix_mul(Tworld_base, Tbase_flange);
@@ -76,8 +108,8 @@ zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key)
     return matrix_mul(Twork_world, Tworld_base);
 }
 
-zq_matrix_t cached_T02() { return T02; }
-zq_matrix_t cached_T05() { return T05; }
-zq_matrix_t cached_T06() { return T06; }
+zq_matrix_t cached_T02() { return T02.set ? matrix_of(T02.f) : zq_matrix_t{}; }
+zq_matrix_t cached_T05() { return T05.set ? matrix_of(T05.f) : zq_matrix_t{}; }
+zq_matrix_t cached_T06() { return T06.set ? matrix_of(T06.f) : zq_matrix_t{}; }
 
 }  // namespace zq

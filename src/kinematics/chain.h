@@ -23,6 +23,9 @@ bool is_modeling(const char* mode);
 // Every evaluation refreshes the caches T02, T05 and T06 (the chain after
 // joints 2, 5 and 6).
 zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key);
+// Tbase_flange alone, the "T0n" product, with the offsets added when
+// `add_offset` (the "machine" mode); refreshes the same caches.
+zq_matrix_t chain_base_flange(const float q[8], bool add_offset);
 
 // The cached partial chains of the last evaluation.
 zq_matrix_t cached_T02();

@@ -16,7 +16,7 @@ zq_matrix_t base_to_flange_matrix(const float q[8], int kind) {
         case 4: return T_1N_zql36_offset(dh, q, kind);
         case 5: case 6: case 8: return T_1N_vda(dh, q, kind);
         case 7: case 11: case 18: return T_1N_htr27(dh, q, kind);
-        default: return shape_of(chain_transform(q, kMachine, "T0n"), kind);
+        default: return shape_of(chain_base_flange(q, true), kind);
     }
 }
 
@@ -27,6 +27,22 @@ zq_matrix_t get_Twork_tool(const float q[8]) {
     return matrix_mul(matrix_mul(matrix_mul(s.Twork_world, s.Tworld_base), get_Tbase_flange(q)), s.Tflange_tool);
 }
 
-zq_pose_t get_work_tool_pose(const float q[8]) { return matrix_to_pose(get_Twork_tool(q)); }
+zq_pose_t get_work_tool_pose(const float q[8]) {
+    // The product of a finite record with the identity is the record with any
+    // -0 made +0, and a later product makes that change itself: identity
+    // frames (the usual work, installation or tool frame) are left out of
+    // the product, with the same result to the bit for finite values.
+    const zq_sys_data_t& s = sys_data;
+    const bool work = !is_identity4(s.Twork_world), base = !is_identity4(s.Tworld_base);
+    zq_matrix_t T = get_Tbase_flange(q);
+    if (work && base)
+        T = matrix_mul_top(matrix_mul_top(s.Twork_world, s.Tworld_base), T);
+    else if (work || base)
+        T = matrix_mul_top(work ? s.Twork_world : s.Tworld_base, T);
+    if (!is_identity4(s.Tflange_tool)) return matrix_to_pose(matrix_mul_top(T, s.Tflange_tool));
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 4; ++c) T.data[r][c] += 0.0f;
+    return matrix_to_pose(T);
+}
 
 }  // namespace zq

@@ -1,6 +1,8 @@
 #include "kinematics/jacobian.h"
 
 #include "kinematics/chain.h"
+#include "kinematics/frame_lanes.h"
+#include "kinematics/joint_trig.h"
 #include "kinematics/links.h"
 #include "kinematics/matrix4.h"
 #include "kinematics/model_table.h"
@@ -53,26 +55,52 @@ zq_matrix7_t jacobian_backward(const float theta[8], int dof, int coord) {
     return J;
 }
 
+// diag(R, R) x J with the sums of matrix7_mul: the terms of the zero blocks
+// are left out, which leaves every sum as it was (a sum that starts at +0
+// and gains a zero stays what it was).
+zq_matrix7_t rotate_blocks(const zq_matrix_t& R, const zq_matrix7_t& J) {
+    zq_matrix7_t r{};
+    r.rows = 6;
+    r.cols = J.cols;
+    for (int b = 0; b < 6; b += 3)
+        for (int i = 0; i < 3; ++i)
+            for (int j = 0; j < J.cols; ++j) {
+                double s = 0.0;
+                for (int t = 0; t < 3; ++t) s += static_cast<double>(R.data[i][t] * J.data[b + t][j]);
+                r.data[b + i][j] = static_cast<float>(s);
+            }
+    return r;
+}
+
 // Forward in the base frame for arms that end in a fixed flange link.
 zq_matrix7_t jacobian_forward(float theta[8], int dof, int coord) {
+    using namespace lanes;
     const zq_sys_data_t& s = sys_data;
     theta[kFlangeIndex] = s.dh.offset[kFlangeIndex];
-    zq_matrix_t T0[8];
-    T0[0] = link_transform_modified(0, s.dh, theta);
-    for (int i = 1; i <= kFlangeIndex; ++i) T0[i] = rigid_mul(T0[i - 1], link_transform_modified(i, s.dh, theta));
+    float st[8], ct[8];
+    joint_sin_cos8(theta, st, ct);
+    // The chain after each link: its z axis and origin.
+    Lanes z[8], o[8];
+    Frame f = kIdentity;
+    for (int i = 0; i <= kFlangeIndex; ++i) {
+        float sa, ca;
+        link_twist(s.dh.alpha[i], &sa, &ca);
+        right_modified(f, st[i], ct[i], sa, ca, twist_of(sa, ca), s.dh.a[i], s.dh.d[i]);
+        z[i] = f.c[2];
+        o[i] = f.c[3];
+    }
     zq_matrix7_t Jb{};
     Jb.rows = 6;
     Jb.cols = static_cast<int16_t>(dof);
-    const zq_matrix_t& Tend = T0[kFlangeIndex];
     for (int i = 0; i < dof; ++i) {
-        const float P[3] = {Tend.data[0][3] - T0[i].data[0][3], Tend.data[1][3] - T0[i].data[1][3],
-                            Tend.data[2][3] - T0[i].data[2][3]};
-        const float Z[3] = {T0[i].data[0][2], T0[i].data[1][2], T0[i].data[2][2]};
+        const Lanes P = o[kFlangeIndex] - o[i];
+        const Lanes& Z = z[i];
         Jb.data[0][i] = Z[1] * P[2] - Z[2] * P[1];
         Jb.data[1][i] = Z[2] * P[0] - Z[0] * P[2];
         Jb.data[2][i] = Z[0] * P[1] - Z[1] * P[0];
         for (int j = 0; j < 3; ++j) Jb.data[3 + j][i] = Z[j];
     }
+    const zq_matrix_t Tend = matrix_of(f);
     zq_matrix_t R;
     switch (coord) {
         case kJacFlange: R = matrix_transpose(matrix_rotation(Tend)); break;
@@ -80,8 +108,11 @@ zq_matrix7_t jacobian_forward(float theta[8], int dof, int coord) {
         case kJacWorld: R = matrix_rotation(s.Tworld_base); break;
         default: return Jb;
     }
-    const zq_matrix7_t B = matrix7_block_rotation(R);
-    return matrix7_mul(&B, &Jb);
+    if (dof < 1) {
+        const zq_matrix7_t B = matrix7_block_rotation(R);
+        return matrix7_mul(&B, &Jb);
+    }
+    return rotate_blocks(R, Jb);
 }
 
 }  // namespace

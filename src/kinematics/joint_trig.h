@@ -8,17 +8,16 @@
 
 namespace zq {
 
-inline void joint_sin_cos(float x, float* s, float* c) {
+namespace trig_detail {
+
+constexpr float kLimit = 8192.0f;
+
+// The reduction and polynomials for |x| < kLimit, free of branches.
+inline void reduced_sin_cos(float x, float* s, float* c) {
     constexpr float kTwoOverPi = 0.636619772367581343f;
-    constexpr float kLimit = 8192.0f;
     constexpr float kP1 = 1.5703125f;                    // pi/2 in three parts
     constexpr float kP2 = 4.837512969970703125e-4f;
     constexpr float kP3 = 7.54978995489188216e-8f;
-    if (!(std::fabs(x) < kLimit)) {
-        *s = std::sin(x);
-        *c = std::cos(x);
-        return;
-    }
     constexpr float kRound = 12582912.0f;  // 1.5 * 2^23: adding it rounds to an integer
     const float k = (x * kTwoOverPi + kRound) - kRound;
     const int quadrant = static_cast<int>(k);
@@ -31,6 +30,29 @@ inline void joint_sin_cos(float x, float* s, float* c) {
     const float cv = (quadrant & 1) ? sp : cp;
     *s = (quadrant & 2) ? -sv : sv;
     *c = ((quadrant + 1) & 2) ? -cv : cv;
+}
+
+}  // namespace trig_detail
+
+inline void joint_sin_cos(float x, float* s, float* c) {
+    if (!(std::fabs(x) < trig_detail::kLimit)) {
+        *s = std::sin(x);
+        *c = std::cos(x);
+        return;
+    }
+    trig_detail::reduced_sin_cos(x, s, c);
+}
+
+// joint_sin_cos of eight angles at once, the same values lane by lane: with
+// all angles in the reduced range the loop has no branch and runs as vectors.
+inline void joint_sin_cos8(const float x[8], float s[8], float c[8]) {
+    bool reduced = true;
+    for (int i = 0; i < 8; ++i) reduced &= std::fabs(x[i]) < trig_detail::kLimit;
+    if (!reduced) {
+        for (int i = 0; i < 8; ++i) joint_sin_cos(x[i], &s[i], &c[i]);
+        return;
+    }
+    for (int i = 0; i < 8; ++i) trig_detail::reduced_sin_cos(x[i], &s[i], &c[i]);
 }
 
 }  // namespace zq

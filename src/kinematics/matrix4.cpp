@@ -1,6 +1,7 @@
 #include "kinematics/matrix4.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -9,10 +10,31 @@ namespace {
 
 int clamp4(int n) { return n < 0 ? 0 : (n > 4 ? 4 : n); }
 
+// Rows 0 to n - 1 of the product of two 4 by 4 records: the sums of
+// matrix_mul, each over k in the same order, with a row's four sums side by
+// side so that they run as vectors.
+void mul4_rows(const zq_matrix_t& A, const zq_matrix_t& B, int n, zq_matrix_t& r) {
+    for (int i = 0; i < n; ++i) {
+        double s[4] = {0.0, 0.0, 0.0, 0.0};
+        for (int k = 0; k < 4; ++k)
+            for (int j = 0; j < 4; ++j) s[j] += static_cast<double>(A.data[i][k] * B.data[k][j]);
+        for (int j = 0; j < 4; ++j) r.data[i][j] = static_cast<float>(s[j]);
+    }
+}
+
+bool both_4x4(const zq_matrix_t& A, const zq_matrix_t& B) {
+    return A.rows == 4 && A.cols == 4 && B.rows == 4 && B.cols == 4;
+}
+
 }  // namespace
 
 zq_matrix_t matrix_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     zq_matrix_t r{};
+    if (both_4x4(A, B)) {
+        r.rows = r.cols = 4;
+        mul4_rows(A, B, 4, r);
+        return r;
+    }
     const int rows = clamp4(A.rows), cols = clamp4(B.cols);
     const int inner = clamp4(A.cols < B.rows ? A.cols : B.rows);
     r.rows = static_cast<int16_t>(rows);
@@ -27,6 +49,14 @@ zq_matrix_t matrix_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     return r;
 }
 
+zq_matrix_t matrix_mul_top(const zq_matrix_t& A, const zq_matrix_t& B) {
+    if (!both_4x4(A, B)) return matrix_mul(A, B);
+    zq_matrix_t r{};
+    r.rows = r.cols = 4;
+    mul4_rows(A, B, 3, r);
+    return r;
+}
+
 zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     zq_matrix_t r{};
     r.rows = r.cols = 4;
@@ -37,6 +67,18 @@ zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B) {
     }
     r.data[3][3] = 1.0f;
     return r;
+}
+
+bool is_identity4(const zq_matrix_t& M) {
+    // Bit patterns, compared all at once; a -0 fails the test, which only
+    // sends the record down the general path.
+    static constexpr float kEye[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    uint32_t m[16], e[16];
+    std::memcpy(m, M.data, sizeof m);
+    std::memcpy(e, kEye, sizeof e);
+    uint32_t diff = 0;
+    for (int i = 0; i < 16; ++i) diff |= m[i] ^ e[i];
+    return M.rows == 4 && M.cols == 4 && diff == 0;
 }
 
 zq_matrix_t matrix_transpose(const zq_matrix_t& A) {

@@ -8,8 +8,14 @@ namespace zq {
 
 // Rows of A by columns of B; each product in float, each sum in double.
 zq_matrix_t matrix_mul(const zq_matrix_t& A, const zq_matrix_t& B);
+// matrix_mul with row 3 left zero when both are 4 by 4: rows 0 to 2 of a
+// product depend on rows 0 to 2 of A only, so a chain of these gives the
+// exact top rows, all that a pose reads.
+zq_matrix_t matrix_mul_top(const zq_matrix_t& A, const zq_matrix_t& B);
 // Product of two rigid 4 by 4 transforms (last rows 0, 0, 0, 1), in float.
 zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B);
+// A 4 by 4 record that is the identity bit for bit (a -0 is not 0 here).
+bool is_identity4(const zq_matrix_t& M);
 zq_matrix_t matrix_transpose(const zq_matrix_t& A);
 zq_matrix_t matrix_eye(int n);
 void matrix_identity4(zq_matrix_t* m);
