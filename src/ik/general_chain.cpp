@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "kinematics/joint_trig.h"
+#include "kinematics/lanes.h"
 #include "kinematics/links.h"
 #include "kinematics/model_table.h"
 #include "kinematics/sys_data.h"
@@ -13,15 +14,11 @@ namespace {
 constexpr float kPi = 3.14159265358979f;
 
 // U, a rigid transform without its last row (0 0 0 1), one row per vector.
-using Vec4 = float __attribute__((vector_size(16)));
+using Vec4 = Lanes;
 
 struct Rows {
     Vec4 r[3];
 };
-
-inline Vec4 splat(float x) {
-    return Vec4{x, x, x, x};
-}
 
 // U premultiplied by Rz(theta) Tz(d).
 inline void turn_z(float s, float c, float d, Rows& U) {

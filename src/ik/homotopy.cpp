@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "ik/general_chain.h"
+#include "kinematics/lanes.h"
 #include "kinematics/sys_data.h"
 
 namespace zq {
@@ -171,8 +172,8 @@ int choose(HomotopySolutions& s, const float q_ref[8], float q_out[8], int n) {
 
 // Elimination with full pivoting on the rows [A | b], each held as two vectors
 // of four lanes: columns 0 to 3, then 4, 5, b and a spare lane.
-using Vec4 = float __attribute__((vector_size(16)));
-using Mask4 = int __attribute__((vector_size(16)));
+using Vec4 = Lanes;
+using Mask4 = LaneMask;
 
 struct Elimination {
     Vec4 m[6][2];

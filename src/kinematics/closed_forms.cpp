@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "kinematics/joint_trig.h"
+#include "kinematics/lanes.h"
 
 namespace zq {
 namespace {
@@ -30,10 +31,6 @@ constexpr Family kZql36{false, 6, {Z, N, Z, P, N, N}, bits(0, 3, 5), bits(1, 2, 
 constexpr Family kZql36Offset{false, 6, {Z, N, Z, P, N, N}, static_cast<uint8_t>(bits(0, 1, 3, 5)), bits(1, 2, 3)};
 constexpr Family kVda{false, 6, {Z, N, Z, Z, P, N}, bits(0, 3, 4, 5), bits(1, 2, 3)};
 constexpr Family kHtr27{false, 7, {Z, N, P, P, N, P, P}, bits(0, 2, 4, 6), bits(3, 4, 6)};
-
-// A column of four lanes (the last unused): each update below is one vector
-// operation, lane by lane the same float arithmetic as on scalars.
-typedef float Lanes __attribute__((vector_size(16)));
 
 // Rigid transform kept as its three rotation columns and its translation.
 struct Frame {

@@ -5,14 +5,14 @@
 #include <cstdint>
 
 #include "kinematics/kin_types.h"
+#include "kinematics/lanes.h"
 #include "kinematics/links.h"
 
 namespace zq {
 namespace lanes {
 
-// A column of four lanes (the last unused): each update below is one vector
-// operation, lane by lane the same float arithmetic as on scalars.
-typedef float Lanes __attribute__((vector_size(16)));
+// Columns are four lanes, the last unused.
+using zq::Lanes;
 
 // Rows 0 to 2 of a rigid transform as four columns: the three rotation
 // columns, then the translation.

@@ -2,8 +2,6 @@
 
 #include <cmath>
 
-#include "kinematics/arc_tangent.h"
-
 namespace zq {
 namespace {
 
@@ -52,16 +50,16 @@ zq_matrix_t euler_to_rotation(const zq_euler_t& e) {
 zq_euler_t rotation_to_euler(const zq_matrix_t& R) {
     const auto& r = R.data;
     zq_euler_t e{};
-    e.ry = arc_tangent2(-r[2][0], std::sqrt(r[0][0] * r[0][0] + r[1][0] * r[1][0]));
+    e.ry = std::atan2(-r[2][0], std::sqrt(r[0][0] * r[0][0] + r[1][0] * r[1][0]));
     if (r[2][0] > kPoleLimit) {
-        e.rx = -arc_tangent2(r[0][1], r[1][1]);
+        e.rx = -std::atan2(r[0][1], r[1][1]);
         e.rz = 0.0f;
     } else if (r[2][0] < -kPoleLimit) {
-        e.rx = arc_tangent2(r[0][1], r[1][1]);
+        e.rx = std::atan2(r[0][1], r[1][1]);
         e.rz = 0.0f;
     } else {
-        e.rx = arc_tangent2(r[2][1], r[2][2]);
-        e.rz = arc_tangent2(r[1][0], r[0][0]);
+        e.rx = std::atan2(r[2][1], r[2][2]);
+        e.rz = std::atan2(r[1][0], r[0][0]);
     }
     e.rx = wrap(e.rx);
     e.ry = wrap(e.ry);
