@@ -99,6 +99,8 @@ struct Sweep {
     V3 p7e;  // origin of frame 7
     float q_max[8], q_min[8], dq_max[8], dt;
     float ref[7];  // offsets added, whole turns of joint 7 removed
+    float L1, L2;  // shoulder to elbow, elbow to wrist
+    float a4p, g;  // forearm offset along z5 x z4, and its angle to the forearm
 };
 
 // Joint angle that turns the axis of the next joint onto `want`; B is the frame
@@ -147,8 +149,7 @@ int rows_at(const Sweep& s, float th7, int pos, bool near, bool exact, Best* bes
     const V3 p2{0, 0, dh.d[0]};
     const V3 p26 = p6 - p2;
     const float D = norm(p26);
-    const float L1 = std::sqrt(dh.d[2] * dh.d[2] + dh.a[3] * dh.a[3]);
-    const float L2 = std::sqrt(dh.d[4] * dh.d[4] + dh.a[4] * dh.a[4]);
+    const float L1 = s.L1, L2 = s.L2;
     if (D <= 0) return -1;
     // Elbow: p26 . v = K for the forearm v = d5 z5 + a4' (z5 x z4).
     float ck = (D * D + L2 * L2 - L1 * L1) / (2 * D * L2);
@@ -157,8 +158,7 @@ int rows_at(const Sweep& s, float th7, int pos, bool near, bool exact, Best* bes
         ck = ck > 0 ? 1.0f : -1.0f;
     }
     const float beta = std::acos(ck);
-    const float a4p = -s.sa[4] * dh.a[4];
-    const float g = std::atan2(a4p, dh.d[4]);
+    const float a4p = s.a4p, g = s.g;
     const float xs = dot(p26, x6), ys = dot(p26, y6);
     const float r = std::sqrt(xs * xs + ys * ys), phi = std::atan2(ys, xs);
     int n = 0;
@@ -252,6 +252,10 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
         for (int j = 0; j < 3; ++j) s.R7.m[i][j] = T07.data[i][j];
     const V3 pE{T07.data[0][3], T07.data[1][3], T07.data[2][3]};
     s.p7e = pE - dh.d[6] * s.R7.col(2);
+    s.L1 = std::sqrt(dh.d[2] * dh.d[2] + dh.a[3] * dh.a[3]);
+    s.L2 = std::sqrt(dh.d[4] * dh.d[4] + dh.a[4] * dh.a[4]);
+    s.a4p = -s.sa[4] * dh.a[4];
+    s.g = std::atan2(s.a4p, dh.d[4]);
     get_joint_max_with_offset(s.q_max);
     get_joint_min_with_offset(s.q_min);
     get_joint_vel(s.dq_max);
