@@ -38,7 +38,7 @@ F arm_angle_of(const ArmAngleGeometry<F>& g, F q1, F q2);
 // least cost sum (q - ref)^2 among the rows inside [lo, hi], the first in
 // sweep order on a tie; false when no row is inside. psi_ref, the arm angle
 // of the reference, only tells where to start.
-bool arm_angle_sweep(const ArmAngleGeometry<float>& g, const float GC[3], const float ref[7], const float lo[7],
-                     const float hi[7], float psi_ref, float q_out[7]);
+bool arm_angle_sweep(const ArmAngleGeometry<float>& g, const float GC[3], const float ref[7],
+                     const float lo[7], const float hi[7], float psi_ref, float q_out[7]);
 
 }  // namespace zq

@@ -110,10 +110,12 @@ int arm_angle_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     if (keep)
         for (int i = 0; i < 7; ++i) q_tmp[i] += dqH[i];
     // Near the singular configurations the Jacobian step is the answer.
-    if (in_zone(q_ref[1], 5 * kZoneUnit) || in_zone(q_ref[2], 8 * kZoneUnit) || in_zone(q_ref[5], 5 * kZoneUnit)) {
+    if (in_zone(q_ref[1], 5 * kZoneUnit) || in_zone(q_ref[2], 8 * kZoneUnit) ||
+        in_zone(q_ref[5], 5 * kZoneUnit)) {
         for (int i = 0; i < 7; ++i) q_out[i] = q_tmp[i];
         for (int i = 0; i < 7; ++i) {
-            if (q_out[i] < q_min[i] - kLimitMargin || q_out[i] > q_max[i] + kLimitMargin) return kIkOutsideLimits;
+            if (q_out[i] < q_min[i] - kLimitMargin || q_out[i] > q_max[i] + kLimitMargin)
+                return kIkOutsideLimits;
             q_out[i] -= dh.offset[i];
         }
         return kIkOk;

@@ -64,8 +64,9 @@ float half_turn(float a) {
 // 0.5, 0, -0.5 and -0.9.
 // A non-number stays one, so that it rules nothing out.
 double sq_bound(double k) {
-    const double t[4] = {2.3058222873882963 - 2.4183991523122907 * k, 2.4674011002723395 - 3.141592653589793 * k,
-                         1.968091692616314 - 4.8367983046245815 * k, -3.8715019191721876 - 12.345162742442575 * k};
+    const double t[4] = {
+        2.3058222873882963 - 2.4183991523122907 * k, 2.4674011002723395 - 3.141592653589793 * k,
+        1.968091692616314 - 4.8367983046245815 * k, -3.8715019191721876 - 12.345162742442575 * k};
     double b = 2 * (1 - k);
     for (double v : t) b = v > b ? v : b;
     return b;
@@ -121,8 +122,8 @@ struct Ranking {
 };
 
 // The four rows of one elbow set at grid point k.
-void rank_set(const ArmAngleGeometry<float>& g, int set, const float GC[3], float q4, float sp, float cp, int at,
-              Ranking* rk) {
+void rank_set(const ArmAngleGeometry<float>& g, int set, const float GC[3], float q4, float sp, float cp,
+              int at, Ranking* rk) {
     auto R03 = [&](int i, int j) { return g.As[set][i][j] * sp + g.Bs[set][i][j] * cp + g.Cs[set][i][j]; };
     auto R47 = [&](int i, int j) { return g.Aw[set][i][j] * sp + g.Bw[set][i][j] * cp + g.Cw[set][i][j]; };
     const float g0 = GC[0], g2 = GC[2];
@@ -131,7 +132,8 @@ void rank_set(const ArmAngleGeometry<float>& g, int set, const float GC[3], floa
     if (lb3 > rk->cut) return;
     // Joints 2 and 6 first: the flip nearer the reference bounds both rows.
     const float c2 = clamp_sign(R03(2, 2)), c6 = clamp_sign(-R47(1, 2));
-    const double sn2 = std::sqrt(1 - static_cast<double>(c2) * c2), sn6 = std::sqrt(1 - static_cast<double>(c6) * c6);
+    const double sn2 = std::sqrt(1 - static_cast<double>(c2) * c2),
+                 sn6 = std::sqrt(1 - static_cast<double>(c6) * c6);
     const double k2 = c2 * rk->cr[1], k6 = c6 * rk->cr[5];
     const double e2 = std::fabs(sn2 * rk->sr[1]), e6 = std::fabs(sn6 * rk->sr[5]);
     if (lb3 + sq_bound(k2 + e2) + sq_bound(k6 + e6) > rk->cut) return;
@@ -171,8 +173,8 @@ void rank_set(const ArmAngleGeometry<float>& g, int set, const float GC[3], floa
 
 }  // namespace
 
-bool arm_angle_sweep(const ArmAngleGeometry<float>& g, const float GC[3], const float ref[7], const float lo[7],
-                     const float hi[7], float psi_ref, float q_out[7]) {
+bool arm_angle_sweep(const ArmAngleGeometry<float>& g, const float GC[3], const float ref[7],
+                     const float lo[7], const float hi[7], float psi_ref, float q_out[7]) {
     const PsiGrid& grid = psi_grid();
     Ranking rk;
     for (int i = 0; i < 7; ++i) {
