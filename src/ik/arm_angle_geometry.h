@@ -34,4 +34,11 @@ void arm_angle_rows(const ArmAngleGeometry<F>& g, const F GC[3], F psi, int rows
 template <typename F>
 F arm_angle_of(const ArmAngleGeometry<F>& g, F q1, F q2);
 
+// The full sweep of the arm angle over both elbow sets: q_out gets the row of
+// least cost sum (q - ref)^2 among the rows inside [lo, hi], the first in
+// sweep order on a tie; false when no row is inside. psi_ref, the arm angle
+// of the reference, only tells where to start.
+bool arm_angle_sweep(const ArmAngleGeometry<float>& g, const float GC[3], const float ref[7],
+                     const float lo[7], const float hi[7], float psi_ref, float q_out[7]);
+
 }  // namespace zq

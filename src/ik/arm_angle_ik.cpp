@@ -12,10 +12,6 @@
 namespace zq {
 namespace {
 
-constexpr float kNoBest = 1000.0f;
-constexpr float kSweepStep = 0.06f;
-constexpr float kSweepFrom = -3.1415927f;
-constexpr float kSweepTo = 3.1415927f;
 constexpr float kCentring = -0.014285715f;
 constexpr float kLimitMargin = 0.0087f;
 constexpr float kZoneUnit = 0.017453292f;
@@ -29,6 +25,20 @@ bool in_zone(float q, float w) {
 
 float sign_of(float v) {
     return v >= 0 ? 1.0f : -1.0f;
+}
+
+// The chosen row: a turn into the limits, within half a turn of the
+// reference, joint 7 with its whole turns back, checked with the margin.
+int finish(const zq_dh_block_t& dh, float q_out[8], const float q_ref[8], const float q_min[8],
+           const float q_max[8], int rev) {
+    for (int i = 0; i < 7; ++i) {
+        q_out[i] = wrap_once(q_out[i], q_min[i], q_max[i]);
+        q_out[i] = toward(q_out[i], q_ref[i]);
+        if (i == 6) q_out[i] = static_cast<float>(q_out[i] + rev * kIkTwoPi);
+        if (q_out[i] < q_min[i] - kLimitMargin || q_out[i] > q_max[i] + kLimitMargin) return kIkOutsideLimits;
+        q_out[i] -= dh.offset[i];
+    }
+    return kIkOk;
 }
 
 }  // namespace
@@ -64,89 +74,63 @@ int arm_angle_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     float T[4][4];
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j) T[i][j] = target.data[i][j];
+    if (!tracking) {
+        // Traversal reads neither the Jacobian step nor the singular zones.
+        const float GC[3] = {sign_of(q_ref[1]), sign_of(q_ref[3]), sign_of(q_ref[5])};
+        ArmAngleGeometry<float> g;
+        arm_angle_geometry<float>(dh, T, GC, true, &g);
+        const float psi_ref = arm_angle_of<float>(g, q_ref[0], q_ref[1]);
+        if (!arm_angle_sweep(g, GC, _q_ref, q_min_sel, q_max_sel, psi_ref, q_out)) return kIkNoSolution;
+        return finish(dh, q_out, q_ref, q_min, q_max, rev);
+    }
+
     PinvStep<float> step;
     pinv_step<float>(kFkZq52, dh, q_ref, T, &step);
     float q_tmp[7];
     for (int i = 0; i < 7; ++i) q_tmp[i] = q_ref[i] + step.dq[i];
 
-    if (tracking) {
-        // Null-space pull toward the middle of each joint range.
-        float dH[7], dqH[7];
-        for (int i = 0; i < 7; ++i) {
-            const float span = q_max[i] - q_min[i];
-            dH[i] = kCentring * (q_ref[i] - (q_max[i] + q_min[i]) / 2) / (span * span);
-        }
-        bool keep = true;
-        float JdH[6];  // (I - Jstar J) dH, as dH - Jstar (J dH)
-        for (int r = 0; r < 6; ++r) {
-            JdH[r] = 0;
-            for (int k = 0; k < 7; ++k) JdH[r] += step.J[r][k] * dH[k];
-        }
-        for (int i = 0; i < 7; ++i) {
-            float s = dH[i];
-            for (int r = 0; r < 6; ++r) s -= step.Jstar[i][r] * JdH[r];
-            dqH[i] = s;
-            if (std::fabs(step.dq[i] + dqH[i]) > dq_max[i] * dt) keep = false;
-        }
-        if (keep)
-            for (int i = 0; i < 7; ++i) q_tmp[i] += dqH[i];
-        // Near the singular configurations the Jacobian step is the answer.
-        if (in_zone(q_ref[1], 5 * kZoneUnit) || in_zone(q_ref[2], 8 * kZoneUnit) ||
-            in_zone(q_ref[5], 5 * kZoneUnit)) {
-            for (int i = 0; i < 7; ++i) q_out[i] = q_tmp[i];
-            for (int i = 0; i < 7; ++i) {
-                if (q_out[i] < q_min[i] - kLimitMargin || q_out[i] > q_max[i] + kLimitMargin)
-                    return kIkOutsideLimits;
-                q_out[i] -= dh.offset[i];
-            }
-            return kIkOk;
-        }
-    }
-
-    const float* src = tracking ? q_tmp : q_ref;
-    const float GC[3] = {sign_of(src[1]), sign_of(src[3]), sign_of(src[5])};
-    ArmAngleGeometry<float> g;
-    arm_angle_geometry<float>(dh, T, GC, !tracking, &g);
-
-    float lower = kSweepFrom, upper = kSweepTo;
-    if (tracking) lower = upper = arm_angle_of<float>(g, q_tmp[0], q_tmp[1]);
-
-    float best = kNoBest;
-    bool found = false;
-    float q_all[8][7];
-    for (float psi = lower; psi <= upper; psi += kSweepStep) {
-        const int rows = tracking ? 1 : 8;
-        arm_angle_rows<float>(g, GC, psi, rows, q_all);
-        if (tracking) {
-            for (int i = 0; i < 7; ++i) q_out[i] = q_all[0][i];
-            found = true;
-            break;
-        }
-        for (int r = 0; r < rows; ++r) {
-            bool counts = true;
-            float cost = 0;
-            for (int i = 0; i < 7; ++i) {
-                const float d = q_all[r][i] - _q_ref[i];
-                cost += d * d;
-                counts = counts && q_all[r][i] >= q_min_sel[i] && q_all[r][i] <= q_max_sel[i];
-            }
-            if (counts && cost < best) {
-                best = cost;
-                for (int i = 0; i < 7; ++i) q_out[i] = q_all[r][i];
-                found = true;
-            }
-        }
-    }
-    if (!found) return kIkNoSolution;
-
+    // Null-space pull toward the middle of each joint range.
+    float dH[7], dqH[7];
     for (int i = 0; i < 7; ++i) {
-        q_out[i] = wrap_once(q_out[i], q_min[i], q_max[i]);
-        q_out[i] = toward(q_out[i], q_ref[i]);
-        if (i == 6) q_out[i] = static_cast<float>(q_out[i] + rev * kIkTwoPi);
-        if (q_out[i] < q_min[i] - kLimitMargin || q_out[i] > q_max[i] + kLimitMargin) return kIkOutsideLimits;
-        q_out[i] -= dh.offset[i];
+        const float span = q_max[i] - q_min[i];
+        dH[i] = kCentring * (q_ref[i] - (q_max[i] + q_min[i]) / 2) / (span * span);
     }
-    return kIkOk;
+    bool keep = true;
+    float JdH[6];  // (I - Jstar J) dH, as dH - Jstar (J dH)
+    for (int r = 0; r < 6; ++r) {
+        JdH[r] = 0;
+        for (int k = 0; k < 7; ++k) JdH[r] += step.J[r][k] * dH[k];
+    }
+    for (int i = 0; i < 7; ++i) {
+        float s = dH[i];
+        for (int r = 0; r < 6; ++r) s -= step.Jstar[i][r] * JdH[r];
+        dqH[i] = s;
+        if (std::fabs(step.dq[i] + dqH[i]) > dq_max[i] * dt) keep = false;
+    }
+    if (keep)
+        for (int i = 0; i < 7; ++i) q_tmp[i] += dqH[i];
+    // Near the singular configurations the Jacobian step is the answer.
+    if (in_zone(q_ref[1], 5 * kZoneUnit) || in_zone(q_ref[2], 8 * kZoneUnit) ||
+        in_zone(q_ref[5], 5 * kZoneUnit)) {
+        for (int i = 0; i < 7; ++i) q_out[i] = q_tmp[i];
+        for (int i = 0; i < 7; ++i) {
+            if (q_out[i] < q_min[i] - kLimitMargin || q_out[i] > q_max[i] + kLimitMargin)
+                return kIkOutsideLimits;
+            q_out[i] -= dh.offset[i];
+        }
+        return kIkOk;
+    }
+
+    // Tracking solves at the arm angle of the prediction alone.
+    const float GC[3] = {sign_of(q_tmp[1]), sign_of(q_tmp[3]), sign_of(q_tmp[5])};
+    ArmAngleGeometry<float> g;
+    arm_angle_geometry<float>(dh, T, GC, false, &g);
+    float q_all[8][7];
+    const float psi = arm_angle_of<float>(g, q_tmp[0], q_tmp[1]);
+    if (std::isnan(psi)) return kIkNoSolution;
+    arm_angle_rows<float>(g, GC, psi, 1, q_all);
+    for (int i = 0; i < 7; ++i) q_out[i] = q_all[0][i];
+    return finish(dh, q_out, q_ref, q_min, q_max, rev);
 }
 
 }  // namespace zq

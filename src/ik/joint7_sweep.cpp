@@ -30,6 +30,7 @@ constexpr double kCentringCap = 300.0 * 0.0174532925199433;  // x dt^2
 constexpr float kNearMargin = 0.0001f;
 constexpr int kMaxRows = 16;
 constexpr float kBoundSlack = 1e-4f;
+constexpr int kMaxValues = 128;  // joint-7 values of a sweep over one turn
 
 struct V3 {
     float x, y, z;
@@ -98,6 +99,8 @@ struct Sweep {
     V3 p7e;  // origin of frame 7
     float q_max[8], q_min[8], dq_max[8], dt;
     float ref[7];  // offsets added, whole turns of joint 7 removed
+    float L1, L2;  // shoulder to elbow, elbow to wrist
+    float a4p, g;  // forearm offset along z5 x z4, and its angle to the forearm
 };
 
 // Joint angle that turns the axis of the next joint onto `want`; B is the frame
@@ -111,27 +114,33 @@ float joint_for_axis(const M3& B, V3 want, float sa_next, float* sn, float* cs) 
     return ik_atan2(y, x);
 }
 
-// The best row so far. A row is dropped as soon as a joint leaves its limits
-// or its partial cost reaches the best: the cost only grows joint by joint,
-// so this ranks exactly as a full pass over all rows would.
+// The best row so far: the least cost, the first in sweep order on a tie, so
+// that the values of joint 7 may be visited in any order. `at` is the place
+// of its joint-7 value in the sweep. A row is dropped as soon as a joint
+// leaves its limits or its partial cost can no longer beat the best: the cost
+// only grows joint by joint, so this ranks exactly as a full pass over all
+// rows would.
 struct Best {
     float cost;
+    int at;
     float row[7];
+    // A row at place `pos` with (partial) cost c can still win.
+    bool beaten_by(float c, int pos) const { return c < cost || (c == cost && pos < at); }
 };
 
 // Joint j of a row: a turn into the limits, then within half a turn of the
 // reference; false once the row cannot win.
-bool place_joint(const Sweep& s, int j, float* q, float* cost, float best) {
+bool place_joint(const Sweep& s, int j, float* q, float* cost, const Best& best, int pos) {
     *q = toward(wrap_once(*q, s.q_min[j], s.q_max[j]), s.ref[j]);
     const float d = *q - s.ref[j];
     *cost += kWeight[j] * d * d;
-    return *cost < best && inside(*q, s.q_min[j], s.q_max[j]);
+    return best.beaten_by(*cost, pos) && inside(*q, s.q_min[j], s.q_max[j]);
 }
 
 // All branches at joint 7 = th7 (offset added). Returns the number of rows;
 // -1 when the elbow cannot close (beyond the band) at this value. `exact`
 // refuses the arguments just beyond 1 that the bands would take.
-int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
+int rows_at(const Sweep& s, float th7, int pos, bool near, bool exact, Best* best) {
     const zq_dh_block_t& dh = *s.dh;
     const float c7 = std::cos(th7), s7 = std::sin(th7);
     const V3 x6 = s.R7 * V3{c7, -s7, 0};
@@ -140,8 +149,7 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
     const V3 p2{0, 0, dh.d[0]};
     const V3 p26 = p6 - p2;
     const float D = norm(p26);
-    const float L1 = std::sqrt(dh.d[2] * dh.d[2] + dh.a[3] * dh.a[3]);
-    const float L2 = std::sqrt(dh.d[4] * dh.d[4] + dh.a[4] * dh.a[4]);
+    const float L1 = s.L1, L2 = s.L2;
     if (D <= 0) return -1;
     // Elbow: p26 . v = K for the forearm v = d5 z5 + a4' (z5 x z4).
     float ck = (D * D + L2 * L2 - L1 * L1) / (2 * D * L2);
@@ -150,8 +158,7 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
         ck = ck > 0 ? 1.0f : -1.0f;
     }
     const float beta = std::acos(ck);
-    const float a4p = -s.sa[4] * dh.a[4];
-    const float g = std::atan2(a4p, dh.d[4]);
+    const float a4p = s.a4p, g = s.g;
     const float xs = dot(p26, x6), ys = dot(p26, y6);
     const float r = std::sqrt(xs * xs + ys * ys), phi = std::atan2(ys, xs);
     int n = 0;
@@ -170,8 +177,8 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
                 // value from below (the slack covers the rounding of joint 6 when
                 // it is solved again at the end of the row).
                 float q6 = th6, q7 = th7, bound = 0;
-                place_joint(s, 6, &q7, &bound, kNoBest);
-                place_joint(s, 5, &q6, &bound, kNoBest);
+                place_joint(s, 6, &q7, &bound, Best{kNoBest, -1, {}}, pos);
+                place_joint(s, 5, &q6, &bound, Best{kNoBest, -1, {}}, pos);
                 if (bound > best->cost + kBoundSlack) continue;
             }
             const V3 z5 = s.sa[5] * (std::sin(th6) * x6 + std::cos(th6) * y6);
@@ -195,7 +202,7 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
                     float q[7], sn, cs;
                     float cost = 0;
                     q[6] = th7;
-                    if (!place_joint(s, 6, &q[6], &cost, best->cost)) continue;
+                    if (!place_joint(s, 6, &q[6], &cost, *best, pos)) continue;
                     M3 R{{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
                     M3 B = times_rx(R, s.sa[0], s.ca[0]);
                     if (norm(m) < kAxisFloor) {
@@ -207,7 +214,7 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
                         q[0] = joint_for_axis(B, (t == 0 ? 1.0f : -1.0f) * unit(m), s.sa[1], &sn, &cs);
                     }
                     ++n;
-                    if (!place_joint(s, 0, &q[0], &cost, best->cost)) continue;
+                    if (!place_joint(s, 0, &q[0], &cost, *best, pos)) continue;
                     const V3 want[5] = {z3, z4, z5, cross(x6, y6), x6};
                     R = times_rz(B, sn, cs);
                     bool alive = true;
@@ -215,14 +222,15 @@ int rows_at(const Sweep& s, float th7, bool near, bool exact, Best* best) {
                         B = times_rx(R, s.sa[j], s.ca[j]);
                         q[j] = joint_for_axis(B, want[j - 1], s.sa[j + 1], &sn, &cs);
                         R = times_rz(B, sn, cs);
-                        alive = place_joint(s, j, &q[j], &cost, best->cost);
+                        alive = place_joint(s, j, &q[j], &cost, *best, pos);
                     }
                     if (!alive) continue;
                     B = times_rx(R, s.sa[5], s.ca[5]);
                     const V3 wx = B.tmul(x6);
                     q[5] = ik_atan2(wx.y, wx.x);
-                    if (!place_joint(s, 5, &q[5], &cost, best->cost)) continue;
+                    if (!place_joint(s, 5, &q[5], &cost, *best, pos)) continue;
                     best->cost = cost;
+                    best->at = pos;
                     for (int j = 0; j < 7; ++j) best->row[j] = q[j];
                 }
             }
@@ -244,6 +252,10 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
         for (int j = 0; j < 3; ++j) s.R7.m[i][j] = T07.data[i][j];
     const V3 pE{T07.data[0][3], T07.data[1][3], T07.data[2][3]};
     s.p7e = pE - dh.d[6] * s.R7.col(2);
+    s.L1 = std::sqrt(dh.d[2] * dh.d[2] + dh.a[3] * dh.a[3]);
+    s.L2 = std::sqrt(dh.d[4] * dh.d[4] + dh.a[4] * dh.a[4]);
+    s.a4p = -s.sa[4] * dh.a[4];
+    s.g = std::atan2(s.a4p, dh.d[4]);
     get_joint_max_with_offset(s.q_max);
     get_joint_min_with_offset(s.q_min);
     get_joint_vel(s.dq_max);
@@ -276,20 +288,43 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
 
     Best best;
     best.cost = kNoBest;
+    best.at = -1;
     for (int i = 0; i < 7; ++i) best.row[i] = tracking ? q_add_dq[i] : s.ref[i];
-    bool inserted = tracking;
-    float prev = lower;
-    for (int it = 0; it < 1000; ++it) {
-        float th7 = lower + it * kSweepStep;
-        if (th7 > upper) break;
-        if (!inserted && prev < s.ref[6] && th7 > s.ref[6]) {
-            th7 = s.ref[6];  // the reference itself is one of the values
-            inserted = true;
+    if (tracking) {
+        // One value; a prediction clipped off the range of joint 7 gives none.
+        const float th7 = lower + 0 * kSweepStep;
+        if (!(th7 > upper)) {
+            const int n = rows_at(s, th7, 0, near, false, &best);
+            if (n < 0 || (n == 0 && !near)) return kIkNoSolution;
         }
-        prev = th7;
-        const int n = rows_at(s, th7, near, !tracking, &best);
-        if ((n < 0 || (n == 0 && !near)) && tracking) return kIkNoSolution;
-        if (tracking) break;
+    } else {
+        // The values of joint 7: steps from the lower bound, the reference
+        // itself taking the place of the first step beyond it.
+        float th7s[kMaxValues] = {lower};
+        int n = 0, first = 0;
+        bool inserted = false;
+        float prev = lower;
+        for (int it = 0; it < kMaxValues; ++it) {
+            float th7 = lower + it * kSweepStep;
+            if (th7 > upper) break;
+            if (!inserted && prev < s.ref[6] && th7 > s.ref[6]) {
+                th7 = s.ref[6];
+                inserted = true;
+            }
+            prev = th7;
+            if (std::fabs(th7 - s.ref[6]) < std::fabs(th7s[first] - s.ref[6])) first = n;
+            th7s[n++] = th7;
+        }
+        // The value at the reference first, then outwards: a close row found
+        // early rules out most values by the cost of joint 7 alone, which is
+        // the first term of every row at that value.
+        for (int j = 0; j < 2 * n; ++j) {
+            const int k = first + ((j & 1) ? (j + 1) / 2 : -(j / 2));
+            if (k < 0 || k >= n) continue;
+            float q7 = th7s[k], cost7 = 0;
+            if (!place_joint(s, 6, &q7, &cost7, best, k)) continue;
+            rows_at(s, th7s[k], k, near, true, &best);
+        }
     }
     if (!tracking && std::fabs(best.cost - kNoBest) < 0.1f) return kIkNoSolution;
 
