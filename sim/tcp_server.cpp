@@ -291,8 +291,9 @@ void TcpServer::run() {
                 c.dead = true;
             } else {
                 c.out += item.bytes;
+                // Stamped just before the write: a reader woken by it may look before this thread runs again.
+                if (item.push) last_push_written_.store(Clock::now().time_since_epoch().count());
                 c.flush();
-                if (item.push && c.out.empty()) last_push_written_.store(Clock::now().time_since_epoch().count());
             }
         }
 

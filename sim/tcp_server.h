@@ -53,7 +53,8 @@ class TcpServer {
     void push(int connection, std::string bytes);
     // Closes `connection` (-1: all open ones) once what was queued before is written.
     void close(int connection);
-    // When the last push() was written to a socket (steady clock); the clock's epoch if none.
+    // When the last push() was written to a socket (steady clock, taken just before the
+    // write); the clock's epoch if none.
     std::chrono::steady_clock::time_point last_push_written() const;
 
   private:
