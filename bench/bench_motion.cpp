@@ -2,7 +2,8 @@
 //   zq_movej_canfd set points per second from one thread, and the growth of the heap in use and
 //   of the resident set over a million of them;
 //   latency from the simulator's completion push to the return of a blocking zq_movej
-//   (median and 99th percentile).
+//   (median and 99th percentile), beside a plain socket that sends the same move to a
+//   second simulator and reads the push, in the same loop.
 // The library starts once per process: ZQ_BENCH_MODE (0, 1, 2; default 2) picks the thread mode.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -12,9 +13,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 #include "motion_engine.h"
+#include "sim_client.h"
 #include "simulator.h"
 #include "zq_api.h"
 
@@ -91,27 +94,59 @@ void BM_MovejCanfdStream(benchmark::State& state) {
 }
 BENCHMARK(BM_MovejCanfdStream)->Iterations(1000000)->UseRealTime()->Unit(benchmark::kMillisecond);
 
+double micros(Clock::time_point t0, Clock::time_point t1) {
+    return std::chrono::duration<double, std::micro>(t1 - t0).count();
+}
+
+// Two clocks for a push: when the simulator's motion engine handed it on
+// (`median_us`, `p99_us`), and when the simulator's socket took its bytes
+// (`wire_*`). The wire figures leave out the simulator's own hand-over
+// between its threads and are the ones to set beside the plain socket's
+// (`raw_*`), which reads the same push of the same move from a second
+// simulator, in the same loop.
 void BM_BlockingMovejReturnLatency(benchmark::State& state) {
     MovingArm a;
-    if (!a.arm || a.arm->id < 0) {
+    zqsim::Simulator peer{zqsim::ArmConfig::for_model("ZQ41-B-1.0")};
+    peer.set_recording(false);
+    simtest::RawClient raw(peer.start(0));
+    if (!a.arm || a.arm->id < 0 || !raw.ok()) {
         state.SkipWithError("no connection");
         return;
     }
-    std::vector<double> us;
+    std::vector<double> us, wire_us, raw_us;
     int failures = 0;
     int k = 0;
+    std::string line;
     for (auto _ : state) {
-        const float q[6] = {(k++ % 2) ? 0.0f : 2.0f, 0, 0, 0, 0, 0};
+        const bool out = (k++ % 2) != 0;
+        const float q[6] = {out ? 0.0f : 2.0f, 0, 0, 0, 0, 0};
         const int rc = zq_movej(a.arm, q, 100, 0, 0, 5);
         const Clock::time_point back = Clock::now();
         if (rc != 0) {
             ++failures;
-            continue;
+        } else {
+            us.push_back(micros(a.motion.last_report_at(), back));
+            wire_us.push_back(micros(a.sim.last_push_written_at(), back));
         }
-        us.push_back(std::chrono::duration<double, std::micro>(back - a.motion.last_report_at()).count());
+        // The same request bytes over the plain socket; the move's reply, then its push.
+        raw.send(out ? "{\"command\":\"movej\",\"v\":100,\"joint\":[0,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}\r\n"
+                     : "{\"command\":\"movej\",\"v\":100,\"joint\":[2000,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}\r\n");
+        bool pushed = false;
+        while (!pushed && raw.read_line(&line, 5000)) pushed = line.find("current_trajectory_state") != std::string::npos;
+        const Clock::time_point raw_back = Clock::now();
+        if (pushed) {
+            raw_us.push_back(micros(peer.last_push_written_at(), raw_back));
+        } else {
+            ++failures;
+        }
     }
+    state.counters["mode"] = bench_mode();
     state.counters["median_us"] = percentile(us, 0.5);
     state.counters["p99_us"] = percentile(us, 0.99);
+    state.counters["wire_p50_us"] = percentile(wire_us, 0.5);
+    state.counters["wire_p99_us"] = percentile(wire_us, 0.99);
+    state.counters["raw_p50_us"] = percentile(raw_us, 0.5);
+    state.counters["raw_p99_us"] = percentile(raw_us, 0.99);
     state.counters["failures"] = failures;
 }
 BENCHMARK(BM_BlockingMovejReturnLatency)->Iterations(40)->UseRealTime()->Unit(benchmark::kMillisecond);

@@ -166,7 +166,10 @@ void Simulator::send_split(const std::string& bytes, std::vector<std::size_t> cu
     impl_->server.send(connection, bytes.substr(from), delay);
 }
 
-void Simulator::push(const std::string& json, int connection) { impl_->server.send(connection, json + "\r\n"); }
+void Simulator::push(const std::string& json, int connection) { impl_->server.push(connection, json + "\r\n"); }
+std::chrono::steady_clock::time_point Simulator::last_push_written_at() const {
+    return impl_->server.last_push_written();
+}
 void Simulator::close_connections(int connection) { impl_->server.close(connection); }
 
 std::vector<std::string> Simulator::received_lines() const { return impl_->recorder.lines(); }

@@ -82,6 +82,9 @@ public:
                     int connection = -1);
     // Writes one pushed message: `json` and CR LF.
     void push(const std::string& json, int connection = -1);
+    // When the last pushed message was written to the socket (steady clock, taken just before
+    // the write); the clock's epoch if none.
+    std::chrono::steady_clock::time_point last_push_written_at() const;
     // Closes connections (-1: all) after what was queued for them; the listener stays open.
     void close_connections(int connection = -1);
 

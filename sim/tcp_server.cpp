@@ -143,6 +143,14 @@ void TcpServer::send(int connection, std::string bytes, int delay_ms) {
     enqueue(connection, false, std::move(bytes), delay_ms);
 }
 
+void TcpServer::push(int connection, std::string bytes) {
+    enqueue(connection, false, std::move(bytes), 0, true);
+}
+
+std::chrono::steady_clock::time_point TcpServer::last_push_written() const {
+    return Clock::time_point(Clock::duration(last_push_written_.load()));
+}
+
 void TcpServer::close(int connection) {
     enqueue(connection, true, std::string(), 0);
 }
@@ -152,13 +160,13 @@ std::vector<int> TcpServer::targets(int connection) const {
     return open_;
 }
 
-void TcpServer::enqueue(int connection, bool close, std::string bytes, int delay_ms) {
+void TcpServer::enqueue(int connection, bool close, std::string bytes, int delay_ms, bool push) {
     {
         std::lock_guard<std::mutex> lock(mu_);
         if (wake_w_ < 0) return;  // not running
         const auto due = Clock::now() + std::chrono::milliseconds(std::max(delay_ms, 0));
         for (int id : targets(connection))
-            queue_.emplace(std::make_pair(due, seq_++), Item{id, close, bytes});
+            queue_.emplace(std::make_pair(due, seq_++), Item{id, close, bytes, push});
     }
     wake();
 }
@@ -283,6 +291,8 @@ void TcpServer::run() {
                 c.dead = true;
             } else {
                 c.out += item.bytes;
+                // Stamped just before the write: a reader woken by it may look before this thread runs again.
+                if (item.push) last_push_written_.store(Clock::now().time_since_epoch().count());
                 c.flush();
             }
         }

@@ -49,8 +49,13 @@ class TcpServer {
     // Queues `bytes` for `connection` (-1: every connection open at the time of the call),
     // to be written `delay_ms` from now. Items with the same due time go out in call order.
     void send(int connection, std::string bytes, int delay_ms = 0);
+    // As send(), with no delay, and the time at which the socket took the bytes is kept.
+    void push(int connection, std::string bytes);
     // Closes `connection` (-1: all open ones) once what was queued before is written.
     void close(int connection);
+    // When the last push() was written to a socket (steady clock, taken just before the
+    // write); the clock's epoch if none.
+    std::chrono::steady_clock::time_point last_push_written() const;
 
   private:
     using Clock = std::chrono::steady_clock;
@@ -58,11 +63,12 @@ class TcpServer {
         int connection;
         bool close;
         std::string bytes;
+        bool push = false;
     };
     struct Connection;
 
     void run();
-    void enqueue(int connection, bool close, std::string bytes, int delay_ms);
+    void enqueue(int connection, bool close, std::string bytes, int delay_ms, bool push = false);
     void wake();
     std::vector<int> targets(int connection) const;  // caller holds mu_
 
@@ -77,6 +83,7 @@ class TcpServer {
     int listen_fd_ = -1;
     int wake_r_ = -1, wake_w_ = -1;
     std::atomic<bool> stop_{false};
+    std::atomic<Clock::rep> last_push_written_{0};
     std::thread thread_;
 };
 

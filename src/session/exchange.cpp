@@ -62,6 +62,7 @@ bool someone_waits_for(const zq_robot_session& s, const char* key) {
 }
 
 constexpr int kReaderClosed = -3;
+constexpr int kSmallRequest = 1024;  // a request printed without a heap allocation, CR LF included
 
 // Single-thread mode, the reader's part: assembles lines from `bytes`. A line
 // with `key` is copied to `out` and its length returned; the bytes after it
@@ -89,8 +90,13 @@ int assemble_lines(zq_robot_session& s, const char* key, const char* bytes, int 
         const bool match = k && std::strcmp(k, key) == 0;
         if (!match && k) {
             ReplyFifo& fifo = *s.fifo_handle;
-            std::lock_guard<pf::Mutex> lock(fifo.lock);
-            if (someone_waits_for(s, k)) fifo.file(k, line, n - 2);
+            bool filed = false;
+            {
+                std::lock_guard<pf::Mutex> lock(fifo.lock);
+                filed = someone_waits_for(s, k);
+                if (filed) fifo.file(k, line, n - 2);
+            }
+            if (filed) fifo.filed.notify_all();
         }
         cJSON_Delete(root);
         if (!match) continue;
@@ -228,32 +234,47 @@ int zq_send_request(const char* function_name, zq_robot_session* session, const 
                 break;
         }
     }
-    char* text = cJSON_PrintUnformatted(root);
+    // A request that fits is printed into a buffer on the stack, CR LF
+    // after it; a larger one goes through the heap. Same bytes either way.
+    char small[kSmallRequest];
+    char* text = nullptr;
+    char* line = nullptr;
+    size_t len = 0;
+    if (cJSON_PrintPreallocated(root, small, kSmallRequest - 2, 0)) {
+        len = std::strlen(small);
+        line = small;
+    } else {
+        text = cJSON_PrintUnformatted(root);
+    }
     cJSON_Delete(root);
-    if (!text) {
-        log_error("Failed to print JSON");
-        return -1;
-    }
-    const size_t len = std::strlen(text);
-    char* line = static_cast<char*>(std::malloc(len + 3));
     if (!line) {
-        cJSON_free(text);
-        log_error("Failed to allocate memory");
-        return -1;
+        if (!text) {
+            log_error("Failed to print JSON");
+            return -1;
+        }
+        len = std::strlen(text);
+        line = static_cast<char*>(std::malloc(len + 3));
+        if (!line) {
+            cJSON_free(text);
+            log_error("Failed to allocate memory");
+            return -1;
+        }
+        std::memcpy(line, text, len);
     }
-    std::memcpy(line, text, len);
     line[len] = '\r';
     line[len + 1] = '\n';
     line[len + 2] = '\0';
     int rc = session->socket ? session->socket->zq_socket_send_retry(session->socket, line, static_cast<int>(len + 2))
                              : -2;
     if (rc == 0) {
-        log_debug("handle: %d send is: %s \n", session->session_id, text);
+        log_debug("handle: %d send is: %.*s \n", session->session_id, static_cast<int>(len), line);
     } else {
-        log_error("send is: %s send err: %d\n", text, rc);
+        log_error("send is: %.*s send err: %d\n", static_cast<int>(len), line, rc);
     }
-    std::free(line);
-    cJSON_free(text);
+    if (line != small) {
+        std::free(line);
+        cJSON_free(text);
+    }
     return rc;
 }
 

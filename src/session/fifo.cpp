@@ -1,10 +1,25 @@
 // Reply FIFO: fixed entries, claimed by key, aged by message count.
 #include "session/fifo.h"
 
-#include <cstdio>
 #include <cstring>
 
 namespace zq {
+namespace {
+
+// Empties a taken entry: the fields to zero, and of the text the stored
+// bytes and their terminator. Nothing reads an entry's text past its length
+// (a store writes its own terminator), so the 10 kB text is not swept whole.
+void clear(FifoEntry& e) {
+    const int used = e.len >= 0 && e.len < kFifoDataSize ? e.len + 1 : kFifoDataSize;
+    std::memset(e.data, 0, static_cast<size_t>(used));
+    e.valid = 0;
+    e.len = 0;
+    std::memset(e.key, 0, sizeof e.key);
+    e.id = 0;
+    e.stamp = 0;
+}
+
+}  // namespace
 
 ReplyFifo::ReplyFifo() : fifo{}, receive_tick(0) {}
 
@@ -35,14 +50,13 @@ void ReplyFifo::store(int slot, const char* text, int len) {
     e.stamp = receive_tick;
     e.len = n;
     e.valid = 1;
-    filed.notify_all();
 }
 
 void ReplyFifo::set_key(int slot, const char* key) {
     FifoEntry& e = fifo[slot];
     e.valid = 0;  // a reused entry never shows its old text under the new key
     std::memset(e.key, 0, sizeof e.key);
-    if (key) std::snprintf(e.key, sizeof e.key, "%s", key);
+    if (key) std::memcpy(e.key, key, strnlen(key, sizeof e.key - 1));
 }
 
 void ReplyFifo::file(const char* key, const char* text, int len) {
@@ -65,7 +79,7 @@ int ReplyFifo::take(const char* key, char* out, int cap) {
             out[n] = '\0';
             len = n;
         }
-        std::memset(&e, 0, sizeof e);
+        clear(e);
         return len;
     }
     return -1;

@@ -35,14 +35,15 @@ struct ReplyFifo {
     // Replaces the key of entry `slot` (null clears it) and invalidates the
     // entry until its new text is stored. Caller holds `lock`.
     void set_key(int slot, const char* key);
-    // Stores the text (cut to the entry's size) into entry `slot`, marks it
-    // valid and wakes the waiters. Caller holds `lock`.
+    // Stores the text (cut to the entry's size) into entry `slot` and marks
+    // it valid. Caller holds `lock`, and wakes the waiters on `filed` once it
+    // has let go of it: a waiter woken under the lock would only block on it.
     void store(int slot, const char* text, int len);
     // Files one message under its key: begin_store, set_key and store in
-    // one step. Caller holds `lock`.
+    // one step. Caller holds `lock` and wakes the waiters as for `store`.
     void file(const char* key, const char* text, int len);
     // Takes the first valid entry with this key: copies at most cap - 1 bytes
-    // and a terminator, zeroes the entry, returns the stored length or -1.
+    // and a terminator, clears the entry, returns the stored length or -1.
     // Caller holds `lock`.
     int take(const char* key, char* out, int cap);
 };

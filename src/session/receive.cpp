@@ -23,9 +23,9 @@ int int_member(const cJSON* root, const char* name) {
     return item ? item->valueint : 0;
 }
 
-void clear_key(ReplyFifo& fifo, int slot) {
+void set_key(ReplyFifo& fifo, int slot, const char* key) {
     std::lock_guard<platform::Mutex> lock(fifo.lock);
-    fifo.set_key(slot, nullptr);
+    fifo.set_key(slot, key);
 }
 
 void notify(zq_event_push_data_t event) {
@@ -59,13 +59,10 @@ void route_message(zq_robot_session& session, const char* text, int len) {
         cJSON_Delete(root);
         return;
     }
-    if (key) {
-        std::lock_guard<platform::Mutex> lock(fifo.lock);
-        fifo.set_key(slot, key);
-    }
 
     bool swallowed = false;
     if (key && std::strcmp(key, "current_trajectory_state") == 0) {
+        set_key(fifo, slot, key);  // the entry takes its key before the callback runs
         zq_event_push_data_t event{};
         event.handle_id = atomic_get(session.handle.id);
         event.event_type = ZQ_EVENT_TRAJECTORY;
@@ -76,6 +73,7 @@ void route_message(zq_robot_session& session, const char* text, int len) {
         notify(event);
         swallowed = atomic_take(session.handle.pending_trajectory);
     } else if (key && std::strcmp(key, "program_run_finish") == 0) {
+        set_key(fifo, slot, key);
         zq_event_push_data_t event{};
         event.handle_id = atomic_get(session.handle.id);
         event.event_type = ZQ_EVENT_PROGRAM;
@@ -87,14 +85,17 @@ void route_message(zq_robot_session& session, const char* text, int len) {
     } else if (key && (std::strcmp(key, "hand_follow_angle") == 0 || std::strcmp(key, "hand_follow_pos") == 0)) {
         swallowed = !hand_follow_enabled();
     }
-    cJSON_Delete(root);
-    if (swallowed) {
-        clear_key(fifo, slot);
-        return;
+    {
+        // A reply takes its key and its text in one hold of the lock.
+        std::lock_guard<platform::Mutex> lock(fifo.lock);
+        if (key) fifo.set_key(slot, swallowed ? nullptr : key);
+        if (!swallowed) {
+            log_debug("fifo str_json %s----handle->fifo_handle->fifo->id %d\n", text, fifo.fifo[slot].id);
+            fifo.store(slot, text, len);
+        }
     }
-    std::lock_guard<platform::Mutex> lock(fifo.lock);
-    log_debug("fifo str_json %s----handle->fifo_handle->fifo->id %d\n", text, fifo.fifo[slot].id);
-    fifo.store(slot, text, len);
+    cJSON_Delete(root);  // `key` points into the tree
+    if (!swallowed) fifo.filed.notify_all();  // after the lock: a waiter wakes to a free lock
 }
 
 void stream_feed(zq_robot_session& session, const char* bytes, int len) {
