@@ -21,9 +21,10 @@ echo "== plain build and tests"
 build build-ci -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZQ_BUILD_BENCH=ON
 (cd build-ci && ctest --output-on-failure)
 
-echo "== Python package against the simulator, and its plot example"
+echo "== Python package against the simulator, and its plot examples"
 PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
 PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 python/examples/plot_move.py build-ci/plot_move.png
+PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 python/examples/plot_path.py build-ci/plot_path.png
 
 echo "== examples built against an installed package, run against zq_sim"
 bash scripts/examples.sh build-ci
