@@ -631,6 +631,26 @@ PYBIND11_MODULE(_zq, m) {
     zqpy::bind_calls(arm);
     bind_qp(m);
 
+    arm.def("inverse_kinematics_all", [](PyArm& s, py::object reference, py::object target) {
+        zq::Arm& a = s.a();
+        const auto ref = joints_from(reference, "inverse_kinematics_all");
+        const auto pose = to_pose(target);
+        zq_inverse_kinematics_all_solve_t all{};
+        {
+            py::gil_scoped_release release;
+            all = a.inverse_kinematics_all(ref, pose);
+        }
+        if (all.result != 0) throw zq::Error(all.result, "zq_algo_inverse_kinematics_all",
+                                             all.result == 1 ? "no solution" : "refused");
+        const py::ssize_t n = all.num < 0 ? 0 : (all.num > 8 ? 8 : all.num), dof = static_cast<py::ssize_t>(a.joint_count());
+        py::array_t<double> q({n, dof});
+        auto o = q.mutable_unchecked<2>();
+        for (py::ssize_t i = 0; i < n; ++i)
+            for (py::ssize_t j = 0; j < dof; ++j) o(i, j) = all.q_solve[i][j];
+        return q;
+    }, py::arg("reference"), py::arg("target"),
+       "Every closed-form solution (six-joint arms) of one target pose, one row each; zq.Error if none.");
+
     // ---- the in-process controller simulator ----
     py::class_<zqsim::Simulator>(m, "Simulator")
         .def(py::init([](const std::string& model) {

@@ -116,6 +116,9 @@ def test_kinematics_round_trip_on_arrays(arm):
         np.testing.assert_allclose(rot(a[3:]), rot(b[3:]), atol=1e-3)
     with pytest.raises(zq.Error):
         arm.inverse_kinematics(q[0], [5.0, 5.0, 5.0, 0, 0, 0])  # out of reach
+    every = arm.inverse_kinematics_all(q[0], poses[0])
+    assert every.shape[1] == 6 and len(every) >= 1
+    np.testing.assert_allclose(arm.forward_kinematics(every)[:, :3], np.tile(poses[0, :3], (len(every), 1)), atol=1e-3)
 
 
 def test_ctrl_c_stops_a_blocking_move(sim, arm):
