@@ -6,6 +6,7 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstring>
 #include <future>
@@ -19,6 +20,12 @@
 namespace py = pybind11;
 
 namespace zqpy {
+
+// Blocking calls whose worker threads are still running (one may outlive an interrupted call).
+inline std::atomic<int>& workers_running() {
+    static std::atomic<int> n{0};
+    return n;
+}
 
 // An arm of Python: the C++ arm, shared with a move's worker thread, which may outlive an
 // interrupted call.
@@ -44,13 +51,16 @@ struct PyArm {
         std::shared_ptr<zq::Arm> x = arm;
         auto result = std::make_shared<std::promise<void>>();
         std::future<void> done = result->get_future();
-        std::thread([x, f, result] {
+        workers_running().fetch_add(1);
+        std::thread([x, f, result]() mutable {
             try {
                 f(*x);
                 result->set_value();
             } catch (...) {
                 result->set_exception(std::current_exception());
             }
+            x.reset();  // the arm goes before the count does
+            workers_running().fetch_sub(1);
         }).detach();
         for (;;) {
             {

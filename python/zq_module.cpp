@@ -120,6 +120,10 @@ void shutdown() {
         py::gil_scoped_release nogil;
         for (int i = 0; i < 1000 && g_in_callback.load() > 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         zq_destroy();
+        // The worker of an interrupted move returns once the library is gone: let it end before
+        // the process does.
+        for (int i = 0; i < 2000 && zqpy::workers_running().load() > 0; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     delete g_realtime_fn;
     g_realtime_fn = nullptr;
