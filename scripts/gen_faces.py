@@ -238,7 +238,7 @@ public:
         else:
             rtype = "std::tuple<" + ", ".join(t for _, t, _ in outs) + ">"
         out.append(f"    /// {name}" + (f"; returns {', '.join(n for _, _, n in outs)}" if outs else "") + ".\n")
-        head = gen_service.wrap(f"{rtype} {mname}({decl})" + (" const" if outs and not ins else "") + " {", "    ")
+        head = gen_service.wrap(f"{rtype} {mname}({decl})" + (" const" if name.startswith("zq_get_") else "") + " {", "    ")
         out.append(head + "\n")
         args = ", ".join(["h()"] + [cpp_arg(k, n) for k, _, n in ins] + [f"&{n}" for _, _, n in outs])
         if outs:

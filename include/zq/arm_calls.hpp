@@ -313,7 +313,7 @@ public:
         check(zq_set_DO_state(h(), io_num, state), "zq_set_DO_state");
     }
     /// zq_get_IO_state; returns io.
-    zq_io_get_t io_state(int io_num) {
+    zq_io_get_t io_state(int io_num) const {
         zq_io_get_t io{};
         check(zq_get_IO_state(h(), io_num, &io), "zq_get_IO_state");
         return io;
@@ -424,14 +424,14 @@ public:
         check(zq_delete_modbus_tcp_master(h(), name.c_str()), "zq_delete_modbus_tcp_master");
     }
     /// zq_get_modbus_tcp_master; returns master.
-    zq_modbus_tcp_master_info_t modbus_tcp_master(const std::string& name) {
+    zq_modbus_tcp_master_info_t modbus_tcp_master(const std::string& name) const {
         zq_modbus_tcp_master_info_t master{};
         check(zq_get_modbus_tcp_master(h(), name.c_str(), &master), "zq_get_modbus_tcp_master");
         return master;
     }
     /// zq_get_modbus_tcp_master_list; returns list.
     zq_modbus_tcp_master_list_t modbus_tcp_master_list(int page_num, int page_size,
-                                                       const std::optional<std::string>& vague_search) {
+                                                       const std::optional<std::string>& vague_search) const {
         zq_modbus_tcp_master_list_t list{};
         check(zq_get_modbus_tcp_master_list(h(), page_num, page_size,
               vague_search ? vague_search->c_str() : nullptr, &list), "zq_get_modbus_tcp_master_list");
@@ -450,7 +450,7 @@ public:
     }
     /// zq_get_program_trajectory_list; returns list.
     zq_program_trajectorys_t program_trajectory_list(int page_num, int page_size,
-                                                     const std::optional<std::string>& vague_search) {
+                                                     const std::optional<std::string>& vague_search) const {
         zq_program_trajectorys_t list{};
         check(zq_get_program_trajectory_list(h(), page_num, page_size,
               vague_search ? vague_search->c_str() : nullptr, &list), "zq_get_program_trajectory_list");
@@ -504,7 +504,7 @@ public:
         check(zq_delete_global_waypoint(h(), point_name.c_str()), "zq_delete_global_waypoint");
     }
     /// zq_get_given_global_waypoint; returns waypoint.
-    zq_waypoint_t given_global_waypoint(const std::string& point_name) {
+    zq_waypoint_t given_global_waypoint(const std::string& point_name) const {
         zq_waypoint_t waypoint{};
         check(zq_get_given_global_waypoint(h(), point_name.c_str(), &waypoint),
               "zq_get_given_global_waypoint");
@@ -512,7 +512,7 @@ public:
     }
     /// zq_get_global_waypoints_list; returns list.
     zq_waypoint_list_t global_waypoints_list(int page_num, int page_size,
-                                             const std::optional<std::string>& vague_search) {
+                                             const std::optional<std::string>& vague_search) const {
         zq_waypoint_list_t list{};
         check(zq_get_global_waypoints_list(h(), page_num, page_size,
               vague_search ? vague_search->c_str() : nullptr, &list), "zq_get_global_waypoints_list");
@@ -520,7 +520,7 @@ public:
     }
     /// zq_get_trajectory_file_list; returns list.
     zq_trajectory_list_t trajectory_file_list(int page_num, int page_size,
-                                              const std::optional<std::string>& vague_search) {
+                                              const std::optional<std::string>& vague_search) const {
         zq_trajectory_list_t list{};
         check(zq_get_trajectory_file_list(h(), page_num, page_size,
               vague_search ? vague_search->c_str() : nullptr, &list), "zq_get_trajectory_file_list");
@@ -540,7 +540,7 @@ public:
     }
     /// zq_get_tool_action_list; returns list.
     zq_tool_action_list_t tool_action_list(int page_num, int page_size,
-                                           const std::optional<std::string>& vague_search) {
+                                           const std::optional<std::string>& vague_search) const {
         zq_tool_action_list_t list{};
         check(zq_get_tool_action_list(h(), page_num, page_size, vague_search ? vague_search->c_str() : nullptr,
               &list), "zq_get_tool_action_list");
@@ -574,7 +574,7 @@ public:
         check(zq_delete_electronic_fence_config(h(), name.c_str()), "zq_delete_electronic_fence_config");
     }
     /// zq_get_given_electronic_fence_config; returns config.
-    zq_fence_config_t given_electronic_fence_config(const std::string& name) {
+    zq_fence_config_t given_electronic_fence_config(const std::string& name) const {
         zq_fence_config_t config{};
         check(zq_get_given_electronic_fence_config(h(), name.c_str(), &config),
               "zq_get_given_electronic_fence_config");
@@ -665,7 +665,7 @@ public:
         check(zq_set_tool_envelope(h(), envelope), "zq_set_tool_envelope");
     }
     /// zq_get_tool_envelope; returns envelope.
-    zq_envelope_balls_list_t tool_envelope(const std::string& tool_name) {
+    zq_envelope_balls_list_t tool_envelope(const std::string& tool_name) const {
         zq_envelope_balls_list_t envelope{};
         check(zq_get_tool_envelope(h(), tool_name.c_str(), &envelope), "zq_get_tool_envelope");
         return envelope;
