@@ -309,7 +309,8 @@ void bind_hand(py::class_<PyArm>& c) {
     def_method(c, "read_modbus_tcp_input_registers", &A::read_modbus_tcp_input_registers, arg("params"));
     // programs, safety zones, network
     def_method(c, "save_tool_action", &A::save_tool_action, arg("name"), arg("values"), arg("type"));
-    def_method(c, "update_tool_action", &A::update_tool_action, arg("name"), arg("new_name"), arg("values"), arg("type"));
+    def_method(c, "update_tool_action", &A::update_tool_action, arg("name"), arg("new_name"), arg("values"),
+               arg("type"));
     def_method(c, "electronic_fence_list_names", &A::electronic_fence_list_names);
     def_method(c, "electronic_fence_list_infos", &A::electronic_fence_list_infos);
     c.def("wired_net", [](PyArm& s) {
@@ -333,7 +334,8 @@ py::object qp_step(py::object targets, py::object q) {
     Array m = Array::ensure(targets);
     if (!m) throw py::type_error("targets must be numbers");
     const bool single = m.ndim() == 2;
-    if (!((m.ndim() == 2 && m.shape(0) == 4 && m.shape(1) == 4) || (m.ndim() == 3 && m.shape(1) == 4 && m.shape(2) == 4)))
+    const bool one = m.ndim() == 2 && m.shape(0) == 4 && m.shape(1) == 4;
+    if (!one && !(m.ndim() == 3 && m.shape(1) == 4 && m.shape(2) == 4))
         throw py::value_error("targets must have shape (4, 4) or (k, 4, 4)");
     std::vector<float> cur = joints_from(q, "qp.step");
     if (cur.empty() || cur.size() > 7) throw py::value_error("qp.step: one to seven joints");
@@ -646,7 +648,8 @@ PYBIND11_MODULE(_zq, m) {
         }
         if (all.result != 0) throw zq::Error(all.result, "zq_algo_inverse_kinematics_all",
                                              all.result == 1 ? "no solution" : "refused");
-        const py::ssize_t n = all.num < 0 ? 0 : (all.num > 8 ? 8 : all.num), dof = static_cast<py::ssize_t>(a.joint_count());
+        const py::ssize_t n = all.num < 0 ? 0 : (all.num > 8 ? 8 : all.num);
+        const auto dof = static_cast<py::ssize_t>(a.joint_count());
         py::array_t<double> q({n, dof});
         auto o = q.mutable_unchecked<2>();
         for (py::ssize_t i = 0; i < n; ++i)

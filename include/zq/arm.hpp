@@ -623,14 +623,16 @@ public:
         int len = 0;
         detail::check(zq_get_electronic_fence_list_names(h_, n.data(), &len), "zq_get_electronic_fence_list_names");
         std::vector<std::string> out;
-        for (int i = 0; i < len && i < ZQ_FENCE_LIST_MAX; ++i) out.push_back(detail::text_of(n[static_cast<std::size_t>(i)].name));
+        for (int i = 0; i < len && i < ZQ_FENCE_LIST_MAX; ++i)
+            out.push_back(detail::text_of(n[static_cast<std::size_t>(i)].name));
         return out;
     }
     std::vector<zq_fence_config_t> electronic_fence_list_infos() const {
         zq_fence_config_list_t list{};
         int len = 0;
         detail::check(zq_get_electronic_fence_list_infos(h_, &list, &len), "zq_get_electronic_fence_list_infos");
-        return std::vector<zq_fence_config_t>(list.config, list.config + (len < 0 ? 0 : len > ZQ_FENCE_LIST_MAX ? ZQ_FENCE_LIST_MAX : len));
+        const int n = len < 0 ? 0 : (len > ZQ_FENCE_LIST_MAX ? ZQ_FENCE_LIST_MAX : len);
+        return std::vector<zq_fence_config_t>(list.config, list.config + n);
     }
 
     // ---- network ----
@@ -738,7 +740,8 @@ inline std::vector<float> step(const Matrix4& target, const std::vector<float>& 
     const int rc = zq_algo_ik_remote(m, cur, out);
     if (rc != 0)
         throw Error(rc, "zq_algo_ik_remote",
-                    rc == -2 ? "the step would leave the joint limits" : "no step (bad input, no set-up or no solution)");
+                    rc == -2 ? "the step would leave the joint limits"
+                             : "no step (bad input, no set-up or no solution)");
     return std::vector<float>(out, out + q.size());
 }
 // Weights of x, y, z, rx, ry, rz; returns them as clipped to [0.001, 1].
