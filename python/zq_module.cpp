@@ -10,19 +10,20 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <future>
 #include <limits>
 #include <memory>
+#include <optional>
+#include <type_traits>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "simulator.h"
-#include "zq/arm.hpp"
-
-namespace py = pybind11;
+#include "zq_calls.h"
 
 namespace {
+
+using zqpy::PyArm;
 
 using Array = py::array_t<double, py::array::c_style | py::array::forcecast>;
 
@@ -119,61 +120,14 @@ void shutdown() {
         py::gil_scoped_release nogil;
         for (int i = 0; i < 1000 && g_in_callback.load() > 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
         zq_destroy();
+        // The worker of an interrupted move returns once the library is gone: let it end before
+        // the process does.
+        for (int i = 0; i < 2000 && zqpy::workers_running().load() > 0; ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     delete g_realtime_fn;
     g_realtime_fn = nullptr;
 }
-
-// ---- an arm ------------------------------------------------------------------------------
-
-struct PyArm {
-    // Shared with a move's worker thread, which may outlive an interrupted call.
-    std::shared_ptr<zq::Arm> arm;
-
-    zq::Arm& a() {
-        if (!arm) throw zq::Error(-1, "the arm is closed");
-        return *arm;
-    }
-    // Runs a C call without the GIL.
-    template <class F>
-    auto nogil(F&& f) -> decltype(f(a())) {
-        zq::Arm& x = a();
-        py::gil_scoped_release release;
-        return f(x);
-    }
-    // A blocking move on a worker thread while the caller watches for signals: Ctrl-C stops
-    // the arm and raises KeyboardInterrupt at once; the worker ends with the library's wait.
-    template <class F>
-    void move(F f) {
-        a();
-        std::shared_ptr<zq::Arm> x = arm;
-        auto result = std::make_shared<std::promise<void>>();
-        std::future<void> done = result->get_future();
-        std::thread([x, f, result] {
-            try {
-                f(*x);
-                result->set_value();
-            } catch (...) {
-                result->set_exception(std::current_exception());
-            }
-        }).detach();
-        for (;;) {
-            {
-                py::gil_scoped_release release;
-                if (done.wait_for(std::chrono::milliseconds(20)) == std::future_status::ready) break;
-            }
-            if (PyErr_CheckSignals() != 0) {
-                py::error_already_set interrupted;
-                {
-                    py::gil_scoped_release release;
-                    zq_set_arm_stop(x->handle());
-                }
-                throw interrupted;
-            }
-        }
-        done.get();
-    }
-};
 
 py::dict frame_dict(const zq_frame_t& f) {
     py::dict d;
@@ -185,6 +139,251 @@ py::dict frame_dict(const zq_frame_t& f) {
 }
 
 std::string text(const char* s, std::size_t n) { return std::string(s, strnlen(s, n)); }
+
+
+// ---- methods written by hand in the C++ face, bound by their member pointers --------------
+
+template <class T>
+T py_out(T v) {
+    return v;
+}
+py::array_t<double> py_out(const std::vector<float>& v) { return to_array(v); }
+
+template <class Arm, class R, class... A>
+auto call_nogil(PyArm& s, R (Arm::*m)(A...), std::decay_t<A>... a) {
+    zq::Arm& arm = s.a();
+    if constexpr (std::is_void_v<R>) {
+        py::gil_scoped_release release;
+        (arm.*m)(a...);
+    } else {
+        std::optional<R> v;
+        {
+            py::gil_scoped_release release;
+            v.emplace((arm.*m)(a...));
+        }
+        return py_out(std::move(*v));
+    }
+}
+
+// One method without the GIL. (Not named bind: a std::string in the method makes std::bind a
+// candidate by argument-dependent lookup.)
+template <class Arm, class R, class... A, class... Extra>
+void def_method(py::class_<PyArm>& c, const char* name, R (Arm::*m)(A...), const Extra&... extra) {
+    c.def(name, [m](PyArm& s, std::decay_t<A>... a) { return call_nogil(s, m, a...); }, extra...);
+}
+template <class Arm, class R, class... A, class... Extra>
+void def_method(py::class_<PyArm>& c, const char* name, R (Arm::*m)(A...) const, const Extra&... extra) {
+    c.def(name, [m](PyArm& s, std::decay_t<A>... a) {
+        zq::Arm& arm = s.a();
+        std::optional<R> v;
+        {
+            py::gil_scoped_release release;
+            v.emplace((arm.*m)(a...));
+        }
+        return py_out(std::move(*v));
+    }, extra...);
+}
+// A blocking method (it takes `block`): on a worker thread, so that Ctrl-C ends the wait.
+template <class Arm, class... A, class... Extra>
+void def_blocking(py::class_<PyArm>& c, const char* name, void (Arm::*m)(A...), const Extra&... extra) {
+    c.def(name, [m](PyArm& s, std::decay_t<A>... a) { s.move([=](zq::Arm& arm) { (arm.*m)(a...); }); }, extra...);
+}
+
+void bind_hand(py::class_<PyArm>& c) {
+    using A = zq::Arm;
+    using py::arg;
+    // moves, steps and teaching
+    c.def("movel_offset", [](PyArm& s, py::object offset, int v, int r, int connect, int frame_type, int block) {
+        auto p = to_pose(offset);
+        s.move([=](A& a) { a.movel_offset(p, v, r, connect, frame_type, block); });
+    }, arg("offset"), arg("v"), arg("r") = 0, arg("connect") = 0, arg("frame_type") = 0, arg("block") = 1);
+    c.def("pos_step", [](PyArm& s, int axis, float step, int v, int block) {
+        s.move([=](A& a) { a.pos_step(static_cast<zq_pos_teach_type_e>(axis), step, v, block); });
+    }, arg("axis"), arg("step"), arg("v"), arg("block") = 1);
+    c.def("ort_step", [](PyArm& s, int axis, float step, int v, int block) {
+        s.move([=](A& a) { a.ort_step(static_cast<zq_ort_teach_type_e>(axis), step, v, block); });
+    }, arg("axis"), arg("step"), arg("v"), arg("block") = 1);
+    c.def("pos_teach", [](PyArm& s, int axis, int direction, int v) {
+        s.nogil([=](A& a) { a.pos_teach(static_cast<zq_pos_teach_type_e>(axis), direction, v); });
+    }, arg("axis"), arg("direction"), arg("v"));
+    c.def("ort_teach", [](PyArm& s, int axis, int direction, int v) {
+        s.nogil([=](A& a) { a.ort_teach(static_cast<zq_ort_teach_type_e>(axis), direction, v); });
+    }, arg("axis"), arg("direction"), arg("v"));
+    def_method(c, "joint_teach", &A::joint_teach, arg("joint"), arg("direction"), arg("v"));
+    def_method(c, "stop_teach", &A::stop_teach);
+    def_method(c, "set_teach_frame", &A::set_teach_frame, arg("frame_type"));
+    def_method(c, "teach_frame", &A::teach_frame);
+    def_method(c, "delete_current_trajectory", &A::delete_current_trajectory);
+    def_method(c, "delete_trajectory", &A::delete_trajectory);
+    def_method(c, "emergency_stop", &A::emergency_stop, arg("on"));
+    // streaming
+    def_method(c, "movej_canfd", &A::movej_canfd, arg("joints"), arg("follow"), arg("mode") = 0, arg("radio") = 0,
+         arg("expand") = 0.0f);
+    c.def("movep_canfd", [](PyArm& s, py::object pose, bool follow, int mode, int radio) {
+        auto p = to_pose(pose);
+        s.nogil([=](A& a) { a.movep_canfd(p, follow, mode, radio); });
+    }, arg("pose"), arg("follow"), arg("mode") = 0, arg("radio") = 0);
+    def_method(c, "movev_canfd", &A::movev_canfd, arg("velocity"), arg("follow"), arg("mode") = 0, arg("radio") = 0);
+    def_method(c, "movej_follow", &A::movej_follow, arg("joints"));
+    c.def("movep_follow", [](PyArm& s, py::object pose) {
+        auto p = to_pose(pose);
+        s.nogil([=](A& a) { a.movep_follow(p); });
+    }, arg("pose"));
+    def_method(c, "movev_canfd_init", &A::movev_canfd_init, arg("avoid_singularity"), arg("frame_type"), arg("dt"));
+    // state and limits
+    def_method(c, "realtime_push", &A::realtime_push);
+    def_method(c, "arm_all_state", &A::arm_all_state);
+    def_method(c, "init_pose", &A::init_pose);
+    def_method(c, "set_init_pose", &A::set_init_pose, arg("joints"));
+    def_method(c, "joint_drive_max_speed", &A::joint_drive_max_speed);
+    def_method(c, "joint_drive_max_acc", &A::joint_drive_max_acc);
+    def_method(c, "joint_drive_min_pos", &A::joint_drive_min_pos);
+    def_method(c, "joint_drive_max_pos", &A::joint_drive_max_pos);
+    def_method(c, "set_joint_en_state", &A::set_joint_en_state, arg("joint"), arg("state"));
+    def_method(c, "set_joint_zero_pos", &A::set_joint_zero_pos, arg("joint"));
+    def_method(c, "clear_joint_err", &A::clear_joint_err, arg("joint"));
+    def_method(c, "arm_max_line_acc", &A::arm_max_line_acc);
+    def_method(c, "arm_max_angular_speed", &A::arm_max_angular_speed);
+    def_method(c, "arm_max_angular_acc", &A::arm_max_angular_acc);
+    def_method(c, "set_arm_max_line_acc", &A::set_arm_max_line_acc, arg("value"));
+    def_method(c, "set_arm_max_angular_speed", &A::set_arm_max_angular_speed, arg("value"));
+    def_method(c, "set_arm_max_angular_acc", &A::set_arm_max_angular_acc, arg("value"));
+    // frames
+    def_method(c, "set_manual_tool_frame", &A::set_manual_tool_frame, arg("frame"));
+    c.def("set_manual_work_frame", [](PyArm& s, const std::string& name, py::object pose) {
+        auto p = to_pose(pose);
+        s.nogil([&](A& a) { a.set_manual_work_frame(name, p); });
+    }, arg("name"), arg("pose"));
+    def_method(c, "delete_tool_frame", &A::delete_tool_frame, arg("name"));
+    def_method(c, "delete_work_frame", &A::delete_work_frame, arg("name"));
+    def_method(c, "given_tool_frame", &A::given_tool_frame, arg("name"));
+    def_method(c, "given_work_frame", &A::given_work_frame, arg("name"));
+    def_method(c, "set_install_pose", &A::set_install_pose, arg("x"), arg("y"), arg("z"));
+    def_method(c, "dh_data", &A::dh_data);
+    // kinematics with this arm's frames
+    def_method(c, "end2tool", &A::end2tool, arg("flange"));
+    def_method(c, "tool2end", &A::tool2end, arg("tool"));
+    def_method(c, "cartesian_tool", &A::cartesian_tool, arg("joints"), arg("x"), arg("y"), arg("z"));
+    def_method(c, "pose_move", &A::pose_move, arg("current"), arg("move"), arg("frame_mode"));
+    def_method(c, "rotate_move", &A::rotate_move, arg("joints"), arg("axis"), arg("angle"), arg("frame"));
+    // joints
+    c.def("joint_software_version", [](PyArm& s) {
+        const zq::SoftwareVersions v = s.nogil([](A& a) { return a.joint_software_version(); });
+        return py::make_tuple(v.numbers, v.texts);
+    }, "(numbers, texts) of every joint: numbers on generation 3, texts on generation 4.");
+    def_method(c, "tool_software_version", &A::tool_software_version);
+    def_method(c, "joint_en_state", &A::joint_en_state);
+    def_method(c, "joint_err_flag", &A::joint_err_flag);
+    def_method(c, "joint_odom", &A::joint_odom);
+    // effectors
+    def_blocking(c, "set_hand_angle", &A::set_hand_angle, arg("angle"), arg("block"), arg("timeout"));
+    def_method(c, "set_hand_follow_angle", &A::set_hand_follow_angle, arg("angle"), arg("block"));
+    def_method(c, "set_hand_follow_pos", &A::set_hand_follow_pos, arg("pos"), arg("block"));
+    def_method(c, "zq_plus_reg", &A::zq_plus_reg, arg("addr"), arg("length"));
+    def_method(c, "set_zq_plus_reg", &A::set_zq_plus_reg, arg("addr"), arg("data"));
+    def_method(c, "tool_io_state", &A::tool_io_state);
+    // force
+    def_blocking(c, "manual_set_force", &A::manual_set_force, arg("type"), arg("joints"), arg("block"));
+    def_blocking(c, "manual_set_fz", &A::manual_set_fz, arg("joints1"), arg("joints2"), arg("block"));
+    def_method(c, "force_position_move_joint", &A::force_position_move_joint, arg("joints"), arg("sensor"), arg("mode"),
+         arg("dir"), arg("force"), arg("follow"));
+    // IO and Modbus
+    def_method(c, "io_input", &A::io_input);
+    def_method(c, "io_output", &A::io_output);
+    def_method(c, "read_coils", &A::read_coils, arg("params"));
+    def_method(c, "read_input_status", &A::read_input_status, arg("params"));
+    def_method(c, "read_holding_registers", &A::read_holding_registers, arg("params"));
+    def_method(c, "read_input_registers", &A::read_input_registers, arg("params"));
+    def_method(c, "read_multiple_coils", &A::read_multiple_coils, arg("params"));
+    def_method(c, "read_multiple_holding_registers", &A::read_multiple_holding_registers, arg("params"));
+    def_method(c, "read_multiple_input_registers", &A::read_multiple_input_registers, arg("params"));
+    def_method(c, "write_registers", &A::write_registers, arg("params"), arg("data"));
+    def_method(c, "write_coils", &A::write_coils, arg("params"), arg("data"));
+    def_method(c, "read_modbus_rtu_coils", &A::read_modbus_rtu_coils, arg("params"));
+    def_method(c, "read_modbus_rtu_input_status", &A::read_modbus_rtu_input_status, arg("params"));
+    def_method(c, "read_modbus_rtu_holding_registers", &A::read_modbus_rtu_holding_registers, arg("params"));
+    def_method(c, "read_modbus_rtu_input_registers", &A::read_modbus_rtu_input_registers, arg("params"));
+    def_method(c, "read_modbus_tcp_coils", &A::read_modbus_tcp_coils, arg("params"));
+    def_method(c, "read_modbus_tcp_input_status", &A::read_modbus_tcp_input_status, arg("params"));
+    def_method(c, "read_modbus_tcp_holding_registers", &A::read_modbus_tcp_holding_registers, arg("params"));
+    def_method(c, "read_modbus_tcp_input_registers", &A::read_modbus_tcp_input_registers, arg("params"));
+    // programs, safety zones, network
+    def_method(c, "save_tool_action", &A::save_tool_action, arg("name"), arg("values"), arg("type"));
+    def_method(c, "update_tool_action", &A::update_tool_action, arg("name"), arg("new_name"), arg("values"),
+               arg("type"));
+    def_method(c, "electronic_fence_list_names", &A::electronic_fence_list_names);
+    def_method(c, "electronic_fence_list_infos", &A::electronic_fence_list_infos);
+    c.def("wired_net", [](PyArm& s) {
+        const zq::WiredNet n = s.nogil([](A& a) { return a.wired_net(); });
+        return py::make_tuple(n.ip, n.mask, n.mac);
+    }, "(ip, mask, mac) of the wired interface.");
+}
+
+// ---- the QP teleoperation service: one step per period, or a stream of targets ----------
+
+zq::qp::Matrix4 matrix_at(const Array& m, py::ssize_t k) {
+    zq::qp::Matrix4 t{};
+    for (py::ssize_t r = 0; r < 4; ++r)
+        for (py::ssize_t c = 0; c < 4; ++c) t[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)] =
+            static_cast<float>(m.data()[k * 16 + r * 4 + c]);
+    return t;
+}
+
+py::object qp_step(py::object targets, py::object q) {
+    if (targets.is_none()) throw py::type_error("targets: a 4 by 4 pose matrix is needed, not None");
+    Array m = Array::ensure(targets);
+    if (!m) throw py::type_error("targets must be numbers");
+    const bool single = m.ndim() == 2;
+    const bool one = m.ndim() == 2 && m.shape(0) == 4 && m.shape(1) == 4;
+    if (!one && !(m.ndim() == 3 && m.shape(1) == 4 && m.shape(2) == 4))
+        throw py::value_error("targets must have shape (4, 4) or (k, 4, 4)");
+    std::vector<float> cur = joints_from(q, "qp.step");
+    if (cur.empty() || cur.size() > 7) throw py::value_error("qp.step: one to seven joints");
+    if (single) {
+        const auto t = matrix_at(m, 0);
+        py::gil_scoped_release release;
+        cur = zq::qp::step(t, cur);
+    }
+    if (single) return to_array(cur);
+    const py::ssize_t k = m.shape(0), n = static_cast<py::ssize_t>(cur.size());
+    py::array_t<double> out({k, n});
+    py::array_t<int> codes(k);
+    auto o = out.mutable_unchecked<2>();
+    for (py::ssize_t i = 0; i < k; ++i) {
+        int code = 0;
+        try {
+            cur = zq::qp::step(matrix_at(m, i), cur);  // on failure the joints hold
+        } catch (const zq::Error& e) {
+            code = e.code();
+        }
+        codes.mutable_at(i) = code;
+        for (py::ssize_t j = 0; j < n; ++j) o(i, j) = cur[static_cast<std::size_t>(j)];
+    }
+    return py::make_tuple(out, codes);
+}
+
+void bind_qp(py::module_& m) {
+    py::module_ qp = m.def_submodule("qp", "QP teleoperation service on the process-wide arm model.");
+    qp.def("init", &zq::qp::init, py::arg("dT"), py::arg("mode") = 1,
+           "Sets the service up: period dT (s), mode 1 absolute targets in the base frame, 0 relative to the tool.");
+    qp.def("step", &qp_step, py::arg("targets"), py::arg("joints"),
+           "One period toward a (4, 4) target from joints (degrees): the next joints, zq.Error when there is no "
+           "step. A (k, 4, 4) stream: each period from the last one's joints; (joints (k, n), codes (k,)), a row "
+           "holding the joints where its code is not 0.");
+    qp.def("set_error_weight", [](std::array<float, 6> w) {
+        const auto c = zq::qp::set_error_weight(w);
+        return py::array_t<double>(6, std::array<double, 6>{c[0], c[1], c[2], c[3], c[4], c[5]}.data());
+    }, py::arg("weights"), "Weights of x, y, z, rx, ry, rz; returns them clipped to [0.001, 1].");
+    qp.def("set_dq_weight", &zq::qp::set_dq_weight, py::arg("weights"));
+    qp.def("enable_q3_tracker", &zq::qp::enable_q3_tracker, py::arg("on"));
+    qp.def("set_7dof_q3_track_angle", &zq::qp::set_7dof_q3_track_angle, py::arg("degrees"));
+    qp.def("set_q3_tracker_velocity_level", &zq::qp::set_q3_tracker_velocity_level, py::arg("level"));
+    qp.def("set_enable_limit_holdon", &zq::qp::set_enable_limit_holdon, py::arg("on"));
+    qp.def("set_joint_limit_angle", [](int dof, int joint, int limit, float degrees) {
+        zq::qp::set_joint_limit_angle(static_cast<zq_dofType_e>(dof), static_cast<zq_jointType_e>(joint),
+                                      static_cast<zq_limitType_e>(limit), degrees);
+    }, py::arg("dof"), py::arg("joint"), py::arg("limit"), py::arg("degrees"));
+}
 
 }  // namespace
 
@@ -252,7 +451,9 @@ PYBIND11_MODULE(_zq, m) {
         .def_readonly("lift_pos", &zq::Report::lift_pos)
         .def_readonly("expand_pos", &zq::Report::expand_pos);
 
-    py::class_<PyArm>(m, "Arm")
+    zqpy::bind_records(m);
+    py::class_<PyArm> arm(m, "Arm");
+    arm
         .def(py::init([](const std::string& host, int port) {
                  zq::detail::check(zq_init(ZQ_RECV_UDP_THREAD_MODE), "zq_init");  // no-op once started
                  py::gil_scoped_release release;
@@ -431,6 +632,31 @@ PYBIND11_MODULE(_zq, m) {
         }, py::arg("reference"), py::arg("targets"),
            "Joints reaching each target pose (x, y, z, rx, ry, rz) near the reference joints. One target: the "
            "joints, zq.Error if none. Rows of targets: (joints with NaN rows where none, result codes).");
+
+    bind_hand(arm);
+    zqpy::bind_calls(arm);
+    bind_qp(m);
+
+    arm.def("inverse_kinematics_all", [](PyArm& s, py::object reference, py::object target) {
+        zq::Arm& a = s.a();
+        const auto ref = joints_from(reference, "inverse_kinematics_all");
+        const auto pose = to_pose(target);
+        zq_inverse_kinematics_all_solve_t all{};
+        {
+            py::gil_scoped_release release;
+            all = a.inverse_kinematics_all(ref, pose);
+        }
+        if (all.result != 0) throw zq::Error(all.result, "zq_algo_inverse_kinematics_all",
+                                             all.result == 1 ? "no solution" : "refused");
+        const py::ssize_t n = all.num < 0 ? 0 : (all.num > 8 ? 8 : all.num);
+        const auto dof = static_cast<py::ssize_t>(a.joint_count());
+        py::array_t<double> q({n, dof});
+        auto o = q.mutable_unchecked<2>();
+        for (py::ssize_t i = 0; i < n; ++i)
+            for (py::ssize_t j = 0; j < dof; ++j) o(i, j) = all.q_solve[i][j];
+        return q;
+    }, py::arg("reference"), py::arg("target"),
+       "Every closed-form solution (six-joint arms) of one target pose, one row each; zq.Error if none.");
 
     // ---- the in-process controller simulator ----
     py::class_<zqsim::Simulator>(m, "Simulator")

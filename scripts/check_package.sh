@@ -12,8 +12,9 @@ src=$PWD
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 
-echo "-- generated service class"
+echo "-- generated service class and C++ and Python faces"
 python3 scripts/gen_service.py --check
+python3 scripts/gen_faces.py --check
 
 echo "-- exported symbols"
 bash scripts/check_abi.sh "$build/libapi_cpp.so"
@@ -44,6 +45,19 @@ cc -std=c11 -Wall -Werror tests/package/consumer.c -o "$tmp/pc_c" $(pkg-config -
 c++ -std=c++17 -Wall -Werror tests/package/consumer.cpp -o "$tmp/pc_cpp" $(pkg-config --cflags --libs api_cpp)
 LD_LIBRARY_PATH=$libdir "$tmp/pc_c"
 LD_LIBRARY_PATH=$libdir "$tmp/pc_cpp"
+
+echo "-- Python package installed beside the library"
+if [ -f "$build/python/zq/__init__.py" ]; then
+    pydir=$(sed -n 's/^ZQ_PYTHON_INSTALL_DIR:PATH=//p' "$build/CMakeCache.txt")
+    # Under the default prefix the package lands on the interpreter's own path.
+    /usr/bin/python3 -c "import sys; sys.exit('/usr/local/$pydir' not in sys.path)" ||
+        { echo "check_package: /usr/local/$pydir is not on the path of python3" >&2; exit 1; }
+    for component in runtime python; do
+        cmake --install "$build" --prefix "$tmp/py" --component $component >/dev/null
+    done
+    (cd "$tmp" && PYTHONPATH="$tmp/py/$pydir" /usr/bin/python3 -c \
+        "import zq; assert zq.__file__.startswith('$tmp/py/'); s = zq.Simulator(); s.start(); a = zq.Arm('127.0.0.1', s.port); print('import zq:', len(a.joint_degree()), 'joints'); a.close(); s.stop()")
+fi
 
 echo "-- packages"
 (cd "$build" && cpack -G DEB -B "$tmp/deb" >/dev/null)

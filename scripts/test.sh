@@ -24,9 +24,10 @@ build build-ci -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZQ_BUILD_BENCH=ON
 echo "== benchmark figures table, smallest samples (checks that every figure is still read)"
 python3 bench/run_all.py --build-dir build-ci --no-build --quick >/dev/null
 
-echo "== Python package against the simulator, and its plot example"
+echo "== Python package against the simulator, and its plot examples"
 PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests
 PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 python/examples/plot_move.py build-ci/plot_move.png
+PYTHONPATH="$PWD/build-ci/python" /usr/bin/python3 python/examples/plot_path.py build-ci/plot_path.png
 
 echo "== examples built against an installed package, run against zq_sim"
 bash scripts/examples.sh build-ci

@@ -1,7 +1,9 @@
 // The C++ face: an arm that owns its handle, values out, exceptions with the C code.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <string>
 #include <utility>
 #include <vector>
@@ -91,6 +93,52 @@ TEST_F(SessionCppFace, OwnershipMovesAndEndsWithTheObject) {
 
     sim_.stop();
     EXPECT_EQ(code_of([&] { zq::Arm none("127.0.0.1", port_); }), -1);
+}
+
+TEST_F(SessionCppFace, CommandFamiliesReturnValuesAndThrowTheirCode) {
+    zq::Arm arm("127.0.0.1", port_);
+    // A record out, several numbers out as a tuple, a record in that comes back unchanged.
+    const zq_gripper_state_t g = arm.gripper_state();
+    EXPECT_GE(g.actpos, 0);
+    const auto [day, hour, min, sec] = arm.system_runtime();
+    EXPECT_TRUE(day >= 0 && hour >= 0 && min >= 0 && sec >= 0);
+    zq_fence_config_t fence{};
+    fence.form = 3;
+    std::snprintf(fence.name, sizeof fence.name, "%s", "ball");
+    fence.x = 0.1f;
+    fence.radius = 0.2f;
+    arm.add_electronic_fence_config(fence);
+    const zq_fence_config_t back = arm.given_electronic_fence_config("ball");
+    EXPECT_EQ(back.form, 3);
+    EXPECT_NEAR(back.radius, 0.2f, 1e-6);
+    const std::vector<std::string> names = arm.electronic_fence_list_names();
+    EXPECT_NE(std::find(names.begin(), names.end(), "ball"), names.end());
+
+    // Arrays: as many elements as asked for; too few elements to write (a register is two) are
+    // refused before sending.
+    EXPECT_EQ(arm.read_modbus_rtu_holding_registers({10, 1, 0, 3}).size(), 3u);
+    zq_peripheral_read_write_params_t p{1, 10, 1, 3};
+    sim_.clear_received();
+    EXPECT_EQ(code_of([&] { arm.write_registers(p, {1, 2, 3}); }), -4);
+    EXPECT_TRUE(sim_.received_lines().empty());
+
+    // A refusal carries the controller's code and the call's name.
+    sim_.set_reply("set_DO_state", R"({"command":"set_DO_state","set_state":false})");
+    try {
+        arm.set_do_state(1, 1);
+        ADD_FAILURE() << "no exception";
+    } catch (const zq::Error& e) {
+        EXPECT_EQ(e.code(), 1);
+        EXPECT_NE(std::string(e.what()).find("zq_set_DO_state"), std::string::npos);
+    }
+}
+
+TEST(CppFaceQp, StepThrowsItsOwnCodes) {
+    EXPECT_EQ(code_of([] { zq::qp::step({}, std::vector<float>(8, 0.0f)); }), -1);
+    const auto w = zq::qp::set_error_weight({2, 0, 0.5f, 1, 1, 1});
+    EXPECT_EQ(w[0], 1.0f);
+    EXPECT_NEAR(w[1], 0.001f, 1e-6);
+    EXPECT_EQ(code_of([] { zq::qp::set_dq_weight(std::vector<float>(8, 1.0f)); }), -4);
 }
 
 }  // namespace

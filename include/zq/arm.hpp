@@ -29,6 +29,9 @@ class Error : public std::runtime_error {
 public:
     Error(int code, const std::string& call)
         : std::runtime_error(call + ": " + text(code) + " (" + std::to_string(code) + ")"), code_(code) {}
+    // A code of a function with meanings of its own.
+    Error(int code, const std::string& call, const char* meaning)
+        : std::runtime_error(call + ": " + meaning + " (" + std::to_string(code) + ")"), code_(code) {}
     int code() const noexcept { return code_; }
 
     // The meaning of a command's return code.
@@ -91,7 +94,19 @@ private:
     }
 };
 
+// A fixed C text as a string, never past its end.
+template <std::size_t N>
+std::string text_of(const char (&s)[N]) {
+    return std::string(s, strnlen(s, N));
+}
+
 }  // namespace detail
+}  // namespace zq
+
+// The generated methods of the command families, over Error and detail::check above.
+#include "zq/arm_calls.hpp"
+
+namespace zq {
 
 using Pose = zq_pose_t;
 using Frame = zq_frame_t;
@@ -132,13 +147,22 @@ struct ControllerState {
     int err_flag;
 };
 
+struct SoftwareVersions {
+    std::vector<int> numbers;        // generation 3
+    std::vector<std::string> texts;  // generation 4
+};
+
+struct WiredNet {
+    std::string ip, mask, mac;
+};
+
 struct Trajectory {
     zq_arm_current_trajectory_e type;
     std::array<float, 7> data;
 };
 
 // One controller connection; the handle is deleted with the object. Movable, not copyable.
-class Arm {
+class Arm : public detail::ArmCalls<Arm> {
 public:
     Arm(const std::string& ip, int port) : h_(zq_create_robot_arm(ip.c_str(), port)) {
         if (!h_) throw Error(-1, "zq_create_robot_arm");
@@ -431,6 +455,193 @@ public:
         return zq_algo_inverse_kinematics_all(h_, &p);
     }
 
+    // ---- kinematics with this arm's tool and work frames ----
+    Pose end2tool(const Pose& flange) const { return zq_algo_end2tool(h_, flange); }
+    Pose tool2end(const Pose& tool) const { return zq_algo_tool2end(h_, tool); }
+    // The pose reached by moving the tool by x, y, z (m) along its own axes from joints q.
+    Pose cartesian_tool(const std::vector<float>& q, float x, float y, float z) const {
+        const auto a = in(q, "zq_algo_cartesian_tool");
+        return zq_algo_cartesian_tool(h_, a.data(), x, y, z);
+    }
+    // `move`: x, y, z (m), rotations about x, y, z (degrees); frame_mode 0 work frame, 1 tool frame.
+    Pose pose_move(const Pose& current, const std::array<float, 6>& move, int frame_mode) const {
+        return zq_algo_pose_move(h_, current, move.data(), frame_mode);
+    }
+    Pose rotate_move(const std::vector<float>& q, int axis, float angle, const Pose& frame) const {
+        const auto a = in(q, "zq_algo_rotate_move");
+        return zq_algo_rotate_move(h_, a.data(), axis, angle, frame);
+    }
+
+    // ---- joints: versions, flags, odometry (one entry per joint) ----
+    SoftwareVersions joint_software_version() const {
+        std::array<int, 16> n{};
+        std::array<zq_version_t, 16> t{};
+        detail::check(zq_get_joint_software_version(h_, n.data(), t.data()), "zq_get_joint_software_version");
+        SoftwareVersions v;
+        for (std::size_t i = 0; i < dof_; ++i) {
+            v.numbers.push_back(n[i]);
+            v.texts.push_back(detail::text_of(t[i].version));
+        }
+        return v;
+    }
+    std::pair<int, std::string> tool_software_version() const {
+        int n = 0;
+        zq_version_t t{};
+        detail::check(zq_get_tool_software_version(h_, &n, &t), "zq_get_tool_software_version");
+        return {n, detail::text_of(t.version)};
+    }
+    std::vector<int> joint_en_state() const {
+        std::array<unsigned char, 8> s{};
+        detail::check(zq_get_joint_en_state(h_, s.data()), "zq_get_joint_en_state");
+        return std::vector<int>(s.begin(), s.begin() + static_cast<std::ptrdiff_t>(dof_));
+    }
+    // Error flags and brake states.
+    std::pair<std::vector<int>, std::vector<int>> joint_err_flag() const {
+        std::array<unsigned short, 8> e{}, b{};
+        detail::check(zq_get_joint_err_flag(h_, e.data(), b.data()), "zq_get_joint_err_flag");
+        const auto n = static_cast<std::ptrdiff_t>(dof_);
+        return {std::vector<int>(e.begin(), e.begin() + n), std::vector<int>(b.begin(), b.begin() + n)};
+    }
+    std::vector<float> joint_odom() const { return joints(zq_get_joint_odom, "zq_get_joint_odom"); }
+
+    // ---- hand, multi-function device registers, tool IO ----
+    void set_hand_angle(const std::array<int, 6>& angle, bool block, int timeout) {
+        detail::check(zq_set_hand_angle(h_, angle.data(), block, timeout), "zq_set_hand_angle");
+    }
+    void set_hand_follow_angle(const std::array<int, 6>& angle, bool block) {
+        detail::check(zq_set_hand_follow_angle(h_, angle.data(), block), "zq_set_hand_follow_angle");
+    }
+    void set_hand_follow_pos(const std::array<int, 6>& pos, bool block) {
+        detail::check(zq_set_hand_follow_pos(h_, pos.data(), block), "zq_set_hand_follow_pos");
+    }
+    // `length` registers from `addr`, 1 to 100.
+    std::vector<int> zq_plus_reg(int addr, int length) const {
+        if (length < 1 || length > 100) throw Error(-4, "zq_get_zq_plus_reg (length 1 to 100)");
+        std::array<int, 100> d{};
+        detail::check(zq_get_zq_plus_reg(h_, addr, length, d.data()), "zq_get_zq_plus_reg");
+        return std::vector<int>(d.begin(), d.begin() + length);
+    }
+    void set_zq_plus_reg(int addr, std::vector<int> data) {
+        detail::check(zq_set_zq_plus_reg(h_, addr, static_cast<int>(data.size()), data.data()), "zq_set_zq_plus_reg");
+    }
+    // Modes and states of the two tool IO channels.
+    std::pair<std::array<int, 2>, std::array<int, 2>> tool_io_state() const {
+        std::array<int, 2> mode{}, state{};
+        detail::check(zq_get_tool_IO_state(h_, mode.data(), state.data()), "zq_get_tool_IO_state");
+        return {mode, state};
+    }
+
+    // ---- force calibration and force-position moves on joint arrays ----
+    void manual_set_force(int type, const std::vector<float>& q, bool block) {
+        auto a = in(q, "zq_manual_set_force");
+        detail::check(zq_manual_set_force(h_, type, a.data(), block), "zq_manual_set_force");
+    }
+    void manual_set_fz(const std::vector<float>& q1, const std::vector<float>& q2, bool block) {
+        auto a = in(q1, "zq_manual_set_Fz"), b = in(q2, "zq_manual_set_Fz");
+        detail::check(zq_manual_set_Fz(h_, a.data(), b.data(), block), "zq_manual_set_Fz");
+    }
+    void force_position_move_joint(const std::vector<float>& q, int sensor, int mode, int dir, float force,
+                                   bool follow) {
+        const auto a = in(q, "zq_force_position_move_joint");
+        detail::check(zq_force_position_move_joint(h_, a.data(), sensor, mode, dir, force, follow),
+                      "zq_force_position_move_joint");
+    }
+
+    // ---- controller IO and Modbus data (a register is two byte elements, eight coils one) ----
+    std::array<int, 4> io_input() const { return ints<4>(zq_get_IO_input, "zq_get_IO_input"); }
+    std::array<int, 4> io_output() const { return ints<4>(zq_get_IO_output, "zq_get_IO_output"); }
+    using Peripheral = zq_peripheral_read_write_params_t;
+    using RtuRead = zq_modbus_rtu_read_params_t;
+    using TcpRead = zq_modbus_tcp_read_params_t;
+    int read_coils(const Peripheral& p) const { return read(zq_read_coils, p, 1, "zq_read_coils")[0]; }
+    int read_input_status(const Peripheral& p) const {
+        return read(zq_read_input_status, p, 1, "zq_read_input_status")[0];
+    }
+    int read_holding_registers(const Peripheral& p) const {
+        return read(zq_read_holding_registers, p, 1, "zq_read_holding_registers")[0];
+    }
+    int read_input_registers(const Peripheral& p) const {
+        return read(zq_read_input_registers, p, 1, "zq_read_input_registers")[0];
+    }
+    std::vector<int> read_multiple_coils(const Peripheral& p) const {
+        return read(zq_read_multiple_coils, p, (p.num + 7) / 8, "zq_read_multiple_coils");
+    }
+    std::vector<int> read_multiple_holding_registers(const Peripheral& p) const {
+        return read(zq_read_multiple_holding_registers, p, 2 * p.num, "zq_read_multiple_holding_registers");
+    }
+    std::vector<int> read_multiple_input_registers(const Peripheral& p) const {
+        return read(zq_read_multiple_input_registers, p, 2 * p.num, "zq_read_multiple_input_registers");
+    }
+    // num × 2 elements.
+    void write_registers(const Peripheral& p, const std::vector<int>& data) {
+        write(zq_write_registers, p, data, 2 * p.num, "zq_write_registers");
+    }
+    // num ÷ 8 elements.
+    void write_coils(const Peripheral& p, const std::vector<int>& data) {
+        write(zq_write_coils, p, data, p.num / 8, "zq_write_coils");
+    }
+    std::vector<int> read_modbus_rtu_coils(const RtuRead& p) const {
+        return read(zq_read_modbus_rtu_coils, p, p.num, "zq_read_modbus_rtu_coils");
+    }
+    std::vector<int> read_modbus_rtu_input_status(const RtuRead& p) const {
+        return read(zq_read_modbus_rtu_input_status, p, p.num, "zq_read_modbus_rtu_input_status");
+    }
+    std::vector<int> read_modbus_rtu_holding_registers(const RtuRead& p) const {
+        return read(zq_read_modbus_rtu_holding_registers, p, p.num, "zq_read_modbus_rtu_holding_registers");
+    }
+    std::vector<int> read_modbus_rtu_input_registers(const RtuRead& p) const {
+        return read(zq_read_modbus_rtu_input_registers, p, p.num, "zq_read_modbus_rtu_input_registers");
+    }
+    std::vector<int> read_modbus_tcp_coils(const TcpRead& p) const {
+        return read(zq_read_modbus_tcp_coils, p, p.num, "zq_read_modbus_tcp_coils");
+    }
+    std::vector<int> read_modbus_tcp_input_status(const TcpRead& p) const {
+        return read(zq_read_modbus_tcp_input_status, p, p.num, "zq_read_modbus_tcp_input_status");
+    }
+    std::vector<int> read_modbus_tcp_holding_registers(const TcpRead& p) const {
+        return read(zq_read_modbus_tcp_holding_registers, p, p.num, "zq_read_modbus_tcp_holding_registers");
+    }
+    std::vector<int> read_modbus_tcp_input_registers(const TcpRead& p) const {
+        return read(zq_read_modbus_tcp_input_registers, p, p.num, "zq_read_modbus_tcp_input_registers");
+    }
+
+    // ---- tool actions (1 to 100 values: hand angles when type is not 0, else positions) ----
+    void save_tool_action(const std::string& name, std::vector<int> values, int type) {
+        detail::check(zq_save_tool_action(h_, name.c_str(), values.data(), static_cast<int>(values.size()), type),
+                      "zq_save_tool_action");
+    }
+    void update_tool_action(const std::string& name, const std::string& new_name, std::vector<int> values,
+                            int type) {
+        detail::check(zq_update_tool_action(h_, name.c_str(), new_name.c_str(), values.data(),
+                                            static_cast<int>(values.size()), type),
+                      "zq_update_tool_action");
+    }
+
+    // ---- safety zones: lists ----
+    std::vector<std::string> electronic_fence_list_names() const {
+        std::array<zq_fence_names_t, ZQ_FENCE_LIST_MAX> n{};
+        int len = 0;
+        detail::check(zq_get_electronic_fence_list_names(h_, n.data(), &len), "zq_get_electronic_fence_list_names");
+        std::vector<std::string> out;
+        for (int i = 0; i < len && i < ZQ_FENCE_LIST_MAX; ++i)
+            out.push_back(detail::text_of(n[static_cast<std::size_t>(i)].name));
+        return out;
+    }
+    std::vector<zq_fence_config_t> electronic_fence_list_infos() const {
+        zq_fence_config_list_t list{};
+        int len = 0;
+        detail::check(zq_get_electronic_fence_list_infos(h_, &list, &len), "zq_get_electronic_fence_list_infos");
+        const int n = len < 0 ? 0 : (len > ZQ_FENCE_LIST_MAX ? ZQ_FENCE_LIST_MAX : len);
+        return std::vector<zq_fence_config_t>(list.config, list.config + n);
+    }
+
+    // ---- network ----
+    WiredNet wired_net() const {
+        char ip[16] = {}, mask[16] = {}, mac[18] = {};
+        detail::check(zq_get_wired_net(h_, ip, mask, mac), "zq_get_wired_net");
+        return {detail::text_of(ip), detail::text_of(mask), detail::text_of(mac)};
+    }
+
 private:
     std::array<float, 7> in(const std::vector<float>& q, const char* call) const {
         return detail::joints_in(q, dof_, call);
@@ -456,6 +667,28 @@ private:
                              strnlen(n[static_cast<std::size_t>(i)].name, sizeof n[0].name));
         }
         return out;
+    }
+
+    template <std::size_t N>
+    std::array<int, N> ints(int (*fn)(zq_robot_handle*, int*), const char* call) const {
+        std::array<int, N> a{};
+        detail::check(fn(h_, a.data()), call);
+        return a;
+    }
+    // A read into a buffer larger than any reply holds; the first `count` elements.
+    template <class P>
+    std::vector<int> read(int (*fn)(zq_robot_handle*, P, int*), const P& p, int count, const char* call) const {
+        std::array<int, 256> d{};
+        detail::check(fn(h_, p, d.data()), call);
+        const std::size_t n = count < 0 ? 0 : count > 256 ? 256 : static_cast<std::size_t>(count);
+        return std::vector<int>(d.begin(), d.begin() + static_cast<std::ptrdiff_t>(n));
+    }
+    template <class P>
+    void write(int (*fn)(zq_robot_handle*, P, const int*), const P& p, const std::vector<int>& data, int count,
+               const char* call) {
+        if (count < 0 || data.size() < static_cast<std::size_t>(count))
+            throw Error(-4, std::string(call) + " (expected " + std::to_string(count) + " elements)");
+        detail::check(fn(h_, p, data.data()), call);
     }
 
     zq_robot_handle* h_ = nullptr;
@@ -489,5 +722,51 @@ inline zq_tool_sphere_t tool_envelope(int index) {
     return s;
 }
 }  // namespace algo
+
+// The QP teleoperation service on the process-wide arm model: one step per control period.
+namespace qp {
+using Matrix4 = std::array<std::array<float, 4>, 4>;
+inline void init(float dT, int mode) { zq_algo_ik_remote_init(dT, mode); }
+// The next joints (degrees) toward `target` from `q` (degrees); Error -1 no step, -2 the step
+// would leave the joint limits.
+inline std::vector<float> step(const Matrix4& target, const std::vector<float>& q) {
+    if (q.empty() || q.size() > 7) throw Error(-1, "zq_algo_ik_remote", "one to seven joints");
+    zq_Mat_t m{};
+    m.rows = m.cols = 4;
+    for (std::size_t r = 0; r < 4; ++r)
+        for (std::size_t c = 0; c < 4; ++c) m.data[r][c] = target[r][c];
+    float cur[8] = {}, out[8] = {};
+    for (std::size_t i = 0; i < q.size(); ++i) cur[i] = q[i];
+    const int rc = zq_algo_ik_remote(m, cur, out);
+    if (rc != 0)
+        throw Error(rc, "zq_algo_ik_remote",
+                    rc == -2 ? "the step would leave the joint limits"
+                             : "no step (bad input, no set-up or no solution)");
+    return std::vector<float>(out, out + q.size());
+}
+// Weights of x, y, z, rx, ry, rz; returns them as clipped to [0.001, 1].
+inline std::array<float, 6> set_error_weight(std::array<float, 6> w) {
+    zq_algo_set_error_weight(w.data());
+    return w;
+}
+// Scales each joint's speed limit (cumulative until init); joints not given keep theirs.
+inline void set_dq_weight(const std::vector<float>& w) {
+    if (w.size() > 7) throw Error(-4, "zq_algo_set_dq_weight (at most 7 weights)");
+    float a[8] = {1, 1, 1, 1, 1, 1, 1, 1};
+    for (std::size_t i = 0; i < w.size(); ++i) a[i] = w[i];
+    zq_algo_set_dq_weight(a);
+}
+inline void enable_q3_tracker(bool on) { zq_algo_enable_q3_tracker(on ? 1 : 0); }
+inline void set_7dof_q3_track_angle(float degrees) {
+    const int rc = zq_algo_set_7dof_q3_track_angle(degrees);
+    if (rc != 0) throw Error(rc, "zq_algo_set_7dof_q3_track_angle", "beyond the joint's limits");
+}
+inline void set_q3_tracker_velocity_level(float level) { zq_algo_set_q3_tracker_velocity_level(level); }
+inline void set_enable_limit_holdon(bool on) { zq_algo_set_enable_limit_holdon(on ? 1 : 0); }
+inline void set_joint_limit_angle(zq_dofType_e dof, zq_jointType_e joint, zq_limitType_e limit, float degrees) {
+    const int rc = zq_algo_set_joint_limit_angle(dof, joint, limit, degrees);
+    if (rc != 0) throw Error(rc, "zq_algo_set_joint_limit_angle", rc == -3 ? "beyond the joint's limits" : "refused");
+}
+}  // namespace qp
 
 }  // namespace zq

@@ -17,6 +17,14 @@ def free_udp_port():
         return s.getsockname()[1]
 
 
+def rot(e):
+    """Rotation matrix of x, y, z Euler angles (rad), Rz Ry Rx."""
+    rx, ry, rz = e
+    cx, sx, cy, sy, cz, sz = np.cos(rx), np.sin(rx), np.cos(ry), np.sin(ry), np.cos(rz), np.sin(rz)
+    return (np.array([[cz, -sz, 0], [sz, cz, 0], [0, 0, 1]]) @ np.array([[cy, 0, sy], [0, 1, 0], [-sy, 0, cy]])
+            @ np.array([[1, 0, 0], [0, cx, -sx], [0, sx, cx]]))
+
+
 def test_connect_query_and_blocking_move(sim, arm):
     sim.joint_angles = [1, 2, 3, 4, 5, 6]
     assert arm.joint_count == 6
@@ -104,15 +112,13 @@ def test_kinematics_round_trip_on_arrays(arm):
     back = arm.forward_kinematics(solved[ok])
     np.testing.assert_allclose(back[:, :3], poses[ok, :3], atol=1e-3)
     # Orientation compared as rotation matrices, free of Euler wrap-around.
-    def rot(e):
-        rx, ry, rz = e
-        cx, sx, cy, sy, cz, sz = np.cos(rx), np.sin(rx), np.cos(ry), np.sin(ry), np.cos(rz), np.sin(rz)
-        return (np.array([[cz, -sz, 0], [sz, cz, 0], [0, 0, 1]]) @ np.array([[cy, 0, sy], [0, 1, 0], [-sy, 0, cy]])
-                @ np.array([[1, 0, 0], [0, cx, -sx], [0, sx, cx]]))
     for a, b in zip(back, poses[ok]):
         np.testing.assert_allclose(rot(a[3:]), rot(b[3:]), atol=1e-3)
     with pytest.raises(zq.Error):
         arm.inverse_kinematics(q[0], [5.0, 5.0, 5.0, 0, 0, 0])  # out of reach
+    every = arm.inverse_kinematics_all(q[0], poses[0])
+    assert every.shape[1] == 6 and len(every) >= 1
+    np.testing.assert_allclose(arm.forward_kinematics(every)[:, :3], np.tile(poses[0, :3], (len(every), 1)), atol=1e-3)
 
 
 def test_ctrl_c_stops_a_blocking_move(sim, arm):
@@ -137,3 +143,56 @@ def test_self_collision_on_rows(arm):
     assert zq.algo.self_collision(rows[1]) is True
     with pytest.raises(ValueError):
         zq.algo.self_collision(np.zeros((2, 8)))
+
+
+def test_command_families_records_and_bad_records(sim, arm):
+    assert isinstance(arm.gripper_state(), zq.GripperState)
+    assert repr(zq.GripperState()).startswith("GripperState(enable=0")
+    assert len(arm.system_runtime()) == 4
+    arm.set_gripper_pick(500, 200, True, 5)  # a blocking call of a family
+    fence = zq.FenceConfig()
+    fence.form, fence.name, fence.radius = 3, "ball", 0.2
+    arm.add_electronic_fence_config(fence)
+    back = arm.given_electronic_fence_config("ball")
+    assert (back.form, back.name) == (3, "ball") and abs(back.radius - 0.2) < 1e-6
+    assert "ball" in arm.electronic_fence_list_names()
+    rtu = zq.ModbusRtuReadParams()
+    rtu.address, rtu.device, rtu.num = 10, 1, 3
+    assert len(arm.read_modbus_rtu_holding_registers(rtu)) == 3
+    p = zq.PeripheralReadWriteParams()
+    p.num = 3
+    sim.clear_received()
+    with pytest.raises(zq.Error) as e:
+        arm.write_registers(p, [1, 2, 3])  # three registers are six elements
+    assert e.value.code == -4 and "expected 6 elements" in str(e.value) and not sim.received_lines()
+    with pytest.raises(TypeError):
+        arm.add_electronic_fence_config(None)
+    with pytest.raises(ValueError):
+        fence.name = "x" * 12  # the field holds 11 characters and the terminator
+    point = zq.Waypoint()
+    with pytest.raises(ValueError):
+        point.joint = [0.0] * 8
+    point.joint = [1.0, 2.0]
+    assert point.joint == [1.0, 2.0, 0, 0, 0, 0, 0]
+
+
+def test_qp_stream_follows_a_line(arm):
+    q0 = np.array([0, 20, 70, 0, 90, 0.0])
+    arm.forward_kinematics(q0)  # loads this arm's model
+    start = zq.algo.forward_kinematics(q0)
+    targets = np.tile(np.eye(4), (60, 1, 1))
+    targets[:, :3, :3] = rot(start[3:])
+    targets[:, :3, 3] = start[:3]
+    targets[:, 1, 3] += np.linspace(0.001, 0.06, 60)  # 1 mm a period along y
+    zq.qp.init(0.01, 1)
+    joints, codes = zq.qp.step(targets, q0)
+    assert joints.shape == (60, 6) and (codes == 0).all()
+    end = zq.algo.forward_kinematics(joints[-1])
+    np.testing.assert_allclose(end[:3], targets[-1, :3, 3], atol=5e-3)
+    np.testing.assert_allclose(zq.qp.step(targets[0], q0), joints[0], atol=1e-4)  # one period alone
+    with pytest.raises(ValueError):
+        zq.qp.step(np.eye(3), q0)
+    with pytest.raises(TypeError):
+        zq.qp.step(None, q0)
+    with pytest.raises(zq.Error):
+        zq.qp.step(np.full((4, 4), np.nan), q0)

@@ -5,17 +5,34 @@
         q = arm.joint_degree()
         arm.movej(q + 10, v=50)          # blocks; Ctrl-C stops the arm and raises
         fk = arm.forward_kinematics(q)  # x, y, z (m), rx, ry, rz (rad)
+        arm.set_gripper_pick(500, 200, True, 10)  # every command family is a method
 
 Joint angles are degrees, lengths metres, Euler angles radians. Every failure raises zq.Error,
 whose ``code`` is the library's return code.
 """
 import atexit as _atexit
 
-from ._zq import (Arm, Error, Pose, Report, Simulator, algo, init, on_realtime, set_timeout, strerror,
+from . import _zq
+from ._zq import (Arm, Error, Pose, Report, Simulator, algo, init, on_realtime, qp, set_timeout, strerror,
                   version, _shutdown)
 
-__all__ = ["Arm", "Error", "Pose", "Report", "Simulator", "algo", "init", "on_realtime", "set_timeout",
+__all__ = ["Arm", "Error", "Pose", "Report", "Simulator", "algo", "init", "on_realtime", "qp", "set_timeout",
            "strerror", "version"]
+
+
+def _record_repr(self):
+    fields = [n for n, v in type(self).__dict__.items() if isinstance(v, property)]
+    return f"{type(self).__name__}(" + ", ".join(f"{n}={getattr(self, n)!r}" for n in fields) + ")"
+
+
+# The records of the command families (zq.GripperState, zq.FenceConfig, ...): fields readable
+# and writable, texts as str, fixed arrays as lists.
+for _name in _zq._records:
+    _cls = getattr(_zq, _name)
+    _cls.__repr__ = _record_repr
+    globals()[_name] = _cls
+    __all__.append(_name)
+del _name, _cls
 
 # The library's threads call into Python: stop them before the interpreter goes.
 _atexit.register(_shutdown)
