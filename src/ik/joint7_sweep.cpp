@@ -6,7 +6,7 @@
 #include <cmath>
 
 #include "ik/angles.h"
-#include "ik/fast_atan2.h"
+#include "kinematics/fast_atan2.h"
 #include "ik/ik_mode.h"
 #include "ik/pinv_step.h"
 #include "ik/solvers.h"
@@ -111,7 +111,7 @@ float joint_for_axis(const M3& B, V3 want, float sa_next, float* sn, float* cs) 
     const float y = sa_next * w.x, x = -sa_next * w.y, n = std::sqrt(x * x + y * y);
     *sn = n > 0 ? y / n : 0.0f;
     *cs = n > 0 ? x / n : 1.0f;
-    return ik_atan2(y, x);
+    return fast_atan2(y, x);
 }
 
 // The best row so far: the least cost, the first in sweep order on a tie, so
@@ -227,7 +227,7 @@ int rows_at(const Sweep& s, float th7, int pos, bool near, bool exact, Best* bes
                     if (!alive) continue;
                     B = times_rx(R, s.sa[5], s.ca[5]);
                     const V3 wx = B.tmul(x6);
-                    q[5] = ik_atan2(wx.y, wx.x);
+                    q[5] = fast_atan2(wx.y, wx.x);
                     if (!place_joint(s, 5, &q[5], &cost, *best, pos)) continue;
                     best->cost = cost;
                     best->at = pos;

@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "ik/angles.h"
-#include "ik/fast_atan2.h"
+#include "kinematics/fast_atan2.h"
 #include "ik/solvers.h"
 #include "ik/target_forms.h"
 #include "ik/wrist_formulas.h"
@@ -63,15 +63,15 @@ int ik_shoulder_offset(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     if (w < 0) return kIkNoSolution;
     float best = kNoBest, q[6] = {0, 0, 0, 0, 0, 0};
     for (int i1 = 0; i1 < 2; ++i1) {
-        const float q1 = ik_atan2(-px, py) + (i1 == 0 ? 1.0f : -1.0f) * ik_atan2(std::sqrt(w), d);
+        const float q1 = fast_atan2(-px, py) + (i1 == 0 ? 1.0f : -1.0f) * fast_atan2(std::sqrt(w), d);
         const float s1 = std::sin(q1), c1 = std::cos(q1);
         const float A = c1 * px + s1 * py - a1;
         const float K = (A * A + pz * pz - a2 * a2 - a3 * a3 - d4 * d4) / (2 * a2);
         const float e = a3 * a3 + d4 * d4 - K * K;
         if (e < 0) continue;  // the four candidates of this joint 1 are dead
         for (int i3 = 0; i3 < 2; ++i3) {
-            const float q3 = ik_atan2(a3, -d4) - ik_atan2(K, (i3 == 0 ? 1.0f : -1.0f) * std::sqrt(e));
-            const float q23 = ik_atan2(A, pz) - ik_atan2(a3 + a2 * std::cos(q3), d4 + a2 * std::sin(q3));
+            const float q3 = fast_atan2(a3, -d4) - fast_atan2(K, (i3 == 0 ? 1.0f : -1.0f) * std::sqrt(e));
+            const float q23 = fast_atan2(A, pz) - fast_atan2(a3 + a2 * std::cos(q3), d4 + a2 * std::sin(q3));
             // The rotation of the wrist seen from the frame of joint 1's shoulder
             // is the same as on ZQL36: the offset only translates.
             const float s23 = std::sin(q23), c23 = std::cos(q23);

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "ik/angles.h"
-#include "ik/fast_atan2.h"
+#include "kinematics/fast_atan2.h"
 #include "ik/solvers.h"
 #include "ik/target_forms.h"
 #include "ik/wrist_formulas.h"
@@ -66,7 +66,7 @@ int solve(Layout layout, const zq_Mat_t& target, const float q_ref[8], float q_o
     if (std::fabs(px) < kOnAxis && std::fabs(py) < kOnAxis) {
         q1c[0] = q1c[1] = r[0];
     } else {
-        const float a = ik_atan2(px, py);
+        const float a = fast_atan2(px, py);
         q1c[0] = wrap_once(static_cast<float>(kIkPi / 2 - a), lo[0], hi[0]);
         q1c[1] = wrap_once(static_cast<float>(-kIkPi / 2 - a), lo[0], hi[0]);
     }
@@ -84,12 +84,12 @@ int solve(Layout layout, const zq_Mat_t& target, const float q_ref[8], float q_o
             A = c1 * px + s1 * py;
             float s3 = (A * A + pz * pz - d4 * d4 - a2 * a2) / (2 * d4 * a2);
             if (s3 > 1.0f && s3 < kReachBand) s3 = 1.0f;
-            q3 = ik_atan2(s3, root_sign * std::sqrt(1 - s3 * s3));
+            q3 = fast_atan2(s3, root_sign * std::sqrt(1 - s3 * s3));
         } else {
             A = c1 * px + s1 * py - a1;
             float K = (A * A + pz * pz - a2 * a2 - a3 * a3 - d4 * d4) / (2 * a2);
             if (K > 1.0f && K < kReachBand) K = 1.0f;
-            q3 = ik_atan2(a3, -d4) - ik_atan2(K, root_sign * std::sqrt(a3 * a3 + d4 * d4 - K * K));
+            q3 = fast_atan2(a3, -d4) - fast_atan2(K, root_sign * std::sqrt(a3 * a3 + d4 * d4 - K * K));
         }
         q3 = wrap_once(q3, lo[2], hi[2]);
         if (!inside(q1, lo[0], hi[0]) || !inside(q3, lo[2], hi[2])) continue;
@@ -98,9 +98,9 @@ int solve(Layout layout, const zq_Mat_t& target, const float q_ref[8], float q_o
         float q23;
         if (layout == kZq41Layout) {
             const float rr = std::sqrt((c3 * a2) * (c3 * a2) + (d4 + s3 * a2) * (d4 + s3 * a2));
-            q23 = ik_atan2(pz / rr, A / rr) + ik_atan2(d4 + s3 * a2, c3 * a2);
+            q23 = fast_atan2(pz / rr, A / rr) + fast_atan2(d4 + s3 * a2, c3 * a2);
         } else {
-            q23 = ik_atan2(A, pz) - ik_atan2(a3 + a2 * c3, d4 + a2 * s3);
+            q23 = fast_atan2(A, pz) - fast_atan2(a3 + a2 * c3, d4 + a2 * s3);
         }
         const float q2 = wrap_once(q23 - q3, lo[1], hi[1]);
         const float s23 = std::sin(q23), c23 = std::cos(q23);
@@ -133,7 +133,7 @@ int solve(Layout layout, const zq_Mat_t& target, const float q_ref[8], float q_o
     // Near the wrist singularity the pose fixes only q4 + q6; the reference keeps their difference.
     if (std::fabs(q[4]) < kWristSingular && best != kNoCandidate) {
         const float s1 = std::sin(q[0]), c1 = std::cos(q[0]);
-        float psi = ik_atan2(s1 * R[0][0] - c1 * R[1][0], s1 * R[0][1] - c1 * R[1][1]);
+        float psi = fast_atan2(s1 * R[0][0] - c1 * R[1][0], s1 * R[0][1] - c1 * R[1][1]);
         if (psi < s46 - kIkPi)
             psi = static_cast<float>(psi + kIkTwoPi);
         else if (psi > s46 + kIkPi)

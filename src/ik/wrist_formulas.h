@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-#include "ik/fast_atan2.h"
+#include "kinematics/fast_atan2.h"
 
 namespace zq {
 
@@ -40,23 +40,23 @@ Wrist<F> wrist_branch(Layout layout, const F R[3][3], F s1, F c1, F s23, F c23, 
     if (layout == kZq41Layout) {
         const F y4 = sign * (s1 * R[0][2] - c1 * R[1][2]);
         const F x4 = sign * (c1 * c23 * R[0][2] + c23 * s1 * R[1][2] + s23 * R[2][2]);
-        w.q4 = ik_atan2(y4, x4);
-        w.q6 = ik_atan2(sign * (c1 * s23 * R[0][1] + s1 * s23 * R[1][1] - c23 * R[2][1]),
+        w.q4 = fast_atan2(y4, x4);
+        w.q6 = fast_atan2(sign * (c1 * s23 * R[0][1] + s1 * s23 * R[1][1] - c23 * R[2][1]),
                         sign * (-c1 * s23 * R[0][0] - s1 * s23 * R[1][0] + c23 * R[2][0]));
         F s4, c4;
         sin_cos_of(w.q4, y4, x4, &s4, &c4);
-        w.q5 = ik_atan2(
+        w.q5 = fast_atan2(
             (c1 * c4 * c23 + s1 * s4) * R[0][2] + (c4 * c23 * s1 - c1 * s4) * R[1][2] + c4 * s23 * R[2][2],
             c1 * s23 * R[0][2] + s1 * s23 * R[1][2] - c23 * R[2][2]);
     } else {
         const F y4 = sign * (s1 * R[0][2] - c1 * R[1][2]);
         const F x4 = sign * (-c1 * c23 * R[0][2] - c23 * s1 * R[1][2] + s23 * R[2][2]);
-        w.q4 = ik_atan2(y4, x4);
-        w.q6 = ik_atan2(sign * (c1 * s23 * R[0][1] + s1 * s23 * R[1][1] + c23 * R[2][1]),
+        w.q4 = fast_atan2(y4, x4);
+        w.q6 = fast_atan2(sign * (c1 * s23 * R[0][1] + s1 * s23 * R[1][1] + c23 * R[2][1]),
                         sign * (-c1 * s23 * R[0][0] - s1 * s23 * R[1][0] - c23 * R[2][0]));
         F s4, c4;
         sin_cos_of(w.q4, y4, x4, &s4, &c4);
-        w.q5 = ik_atan2(
+        w.q5 = fast_atan2(
             (-c1 * c4 * c23 + s1 * s4) * R[0][2] - (c4 * c23 * s1 + c1 * s4) * R[1][2] + c4 * s23 * R[2][2],
             -c1 * s23 * R[0][2] - s1 * s23 * R[1][2] - c23 * R[2][2]);
     }

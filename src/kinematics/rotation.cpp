@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "kinematics/fast_atan2.h"
+
 namespace zq {
 namespace {
 
@@ -50,16 +52,16 @@ zq_matrix_t euler_to_rotation(const zq_euler_t& e) {
 zq_euler_t rotation_to_euler(const zq_matrix_t& R) {
     const auto& r = R.data;
     zq_euler_t e{};
-    e.ry = std::atan2(-r[2][0], std::sqrt(r[0][0] * r[0][0] + r[1][0] * r[1][0]));
+    e.ry = fast_atan2(-r[2][0], std::sqrt(r[0][0] * r[0][0] + r[1][0] * r[1][0]));
     if (r[2][0] > kPoleLimit) {
-        e.rx = -std::atan2(r[0][1], r[1][1]);
+        e.rx = -fast_atan2(r[0][1], r[1][1]);
         e.rz = 0.0f;
     } else if (r[2][0] < -kPoleLimit) {
-        e.rx = std::atan2(r[0][1], r[1][1]);
+        e.rx = fast_atan2(r[0][1], r[1][1]);
         e.rz = 0.0f;
     } else {
-        e.rx = std::atan2(r[2][1], r[2][2]);
-        e.rz = std::atan2(r[1][0], r[0][0]);
+        e.rx = fast_atan2(r[2][1], r[2][2]);
+        e.rz = fast_atan2(r[1][0], r[0][0]);
     }
     e.rx = wrap(e.rx);
     e.ry = wrap(e.ry);

@@ -1,6 +1,7 @@
-// Arctangent of y / x in single precision for the float solvers: the
-// argument is folded into [0, tan(pi/8)] and a short odd polynomial takes
-// over, within a few float roundings of the library function. Zero and
+// Arctangent of y / x in single precision for the float solvers and the
+// angles of a rotation: the argument is folded into [0, tan(pi/8)] and a
+// short odd polynomial takes over, within a few float roundings of the
+// library function. Zero and
 // signed-zero arguments and non-numbers go to the library function.
 #pragma once
 
@@ -8,7 +9,7 @@
 
 namespace zq {
 
-inline float ik_atan2(float y, float x) {
+inline float fast_atan2(float y, float x) {
     constexpr float kPi = 3.14159265358979f, kHalfPi = 1.57079632679490f, kQuarterPi = 0.785398163397448f;
     constexpr float kTanEighth = 0.414213562373095f;
     const float ax = std::fabs(x), ay = std::fabs(y);
@@ -30,7 +31,7 @@ inline float ik_atan2(float y, float x) {
     return std::signbit(y) ? -r : r;
 }
 
-inline double ik_atan2(double y, double x) {
+inline double fast_atan2(double y, double x) {
     return std::atan2(y, x);
 }
 
