@@ -85,9 +85,6 @@ bool pose_member(const cJSON* o, const char* key, Pose* p) {
 }
 
 double distance(const Pose& a, const Pose& b) { return std::hypot(a.x - b.x, a.y - b.y, a.z - b.z); }
-double rotation(const Pose& a, const Pose& b) {
-    return std::max({std::fabs(a.rx - b.rx), std::fabs(a.ry - b.ry), std::fabs(a.rz - b.rz)});
-}
 
 std::string state_reply(const char* key, const char* state_key, bool ok) {
     cJSON* r = wire::reply(key);
@@ -335,7 +332,7 @@ struct MotionEngine::Impl {
         s.to = planned_joints();
         solve_tool_pose(chain, to, s.to);
         s.cart_duration = std::max(smooth_duration(distance(from, to), kLineSpeed * s.speed, kLineAcc * s.speed),
-                                   smooth_duration(rotation(from, to), kAngularSpeed * s.speed, kAngularAcc * s.speed));
+                                   smooth_duration(rotation_angle(from, to), kAngularSpeed * s.speed, kAngularAcc * s.speed));
         return s;
     }
 

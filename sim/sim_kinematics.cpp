@@ -263,6 +263,14 @@ bool solve_tool_pose(const ArmConfig& arm, const Pose& target, std::vector<doubl
     return true;
 }
 
+double rotation_angle(const Pose& from, const Pose& to) {
+    const Transform a = pose_to_transform(from), b = pose_to_transform(to);
+    double trace = 0;  // of a^T b
+    for (int i = 0; i < 3; ++i)
+        for (int k = 0; k < 3; ++k) trace += a[k][i] * b[k][i];
+    return std::acos(std::clamp((trace - 1) / 2, -1.0, 1.0));
+}
+
 Pose interpolate_pose(const Pose& from, const Pose& to, double s) {
     Transform a = pose_to_transform(from), b = pose_to_transform(to);
     Quat qa = to_quat(a), qb = to_quat(b);

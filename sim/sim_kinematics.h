@@ -34,4 +34,8 @@ bool solve_tool_pose(const ArmConfig& arm, const Pose& target, std::vector<doubl
 // orientation along the shorter great arc. s runs from 0 to 1.
 Pose interpolate_pose(const Pose& from, const Pose& to, double s);
 
+// The angle of the rotation that takes one orientation to the other (rad):
+// the turn `interpolate_pose` makes, whatever Euler angles name the two.
+double rotation_angle(const Pose& from, const Pose& to);
+
 }  // namespace zqsim

@@ -89,4 +89,14 @@ TEST(SimKinematicsPath, InterpolationRunsAlongTheLineAndEndsAtTheTarget) {
         for (int j = 0; j < 4; ++j) EXPECT_NEAR(te[i][j], tb[i][j], 1e-9);
 }
 
+// The turn between two orientations, not the difference of their Euler
+// angles: rx of -180 and +180 degrees name the same orientation, and a move
+// between them must not be timed as a whole turn.
+TEST(SimKinematicsPath, RotationAngleIsTheTurnBetweenOrientations) {
+    const double pi = std::acos(-1.0);
+    EXPECT_NEAR(zqsim::rotation_angle({0, 0, 0, -pi, 0, 0.3}, {0.05, 0, 0, pi, 0, 0.3}), 0.0, 1e-6);
+    EXPECT_NEAR(zqsim::rotation_angle({0, 0, 0, 0.2, 0, 0}, {0, 0, 0, 0.2, 0, 0.5}), 0.5, 1e-12);
+    EXPECT_NEAR(zqsim::rotation_angle({0, 0, 0, 0, 0, 3.0}, {0, 0, 0, 0, 0, -3.0}), 2 * pi - 6.0, 1e-12);
+}
+
 }  // namespace
