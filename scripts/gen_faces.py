@@ -350,16 +350,7 @@ def replace_between(text, begin, end, new):
 
 
 def main():
-    files = generate()
-    if "--check" in sys.argv[1:]:
-        stale = [p for p, text in files.items() if not p.exists() or p.read_text() != text]
-        for p in stale:
-            print(f"gen_faces: {p.relative_to(ROOT)} is out of date; run scripts/gen_faces.py", file=sys.stderr)
-        return 1 if stale else 0
-    for p, text in files.items():
-        if not p.exists() or p.read_text() != text:
-            p.write_text(text)
-    return 0
+    return gen_service.write_or_check(generate(), "gen_faces")
 
 
 if __name__ == "__main__":

@@ -249,18 +249,23 @@ public:
     return {HEADER: "".join(h), SOURCE: "".join(src).rstrip("\n") + "\n", LIST: "".join(lst)}
 
 
-def main():
-    files = generate()
+def write_or_check(files, tool):
+    """Writes the generated files that changed; with --check only names the
+    stale ones and returns 1 if there are any."""
     if "--check" in sys.argv[1:]:
         stale = [p for p, text in files.items() if not p.exists() or p.read_text() != text]
         for p in stale:
-            print(f"gen_service: {p.relative_to(ROOT)} is out of date; run scripts/gen_service.py", file=sys.stderr)
+            print(f"{tool}: {p.relative_to(ROOT)} is out of date; run scripts/{tool}.py", file=sys.stderr)
         return 1 if stale else 0
     for p, text in files.items():
         p.parent.mkdir(parents=True, exist_ok=True)
         if not p.exists() or p.read_text() != text:
             p.write_text(text)
     return 0
+
+
+def main():
+    return write_or_check(generate(), "gen_service")
 
 
 if __name__ == "__main__":

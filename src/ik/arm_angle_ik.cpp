@@ -96,17 +96,9 @@ int arm_angle_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
         dH[i] = kCentring * (q_ref[i] - (q_max[i] + q_min[i]) / 2) / (span * span);
     }
     bool keep = true;
-    float JdH[6];  // (I - Jstar J) dH, as dH - Jstar (J dH)
-    for (int r = 0; r < 6; ++r) {
-        JdH[r] = 0;
-        for (int k = 0; k < 7; ++k) JdH[r] += step.J[r][k] * dH[k];
-    }
-    for (int i = 0; i < 7; ++i) {
-        float s = dH[i];
-        for (int r = 0; r < 6; ++r) s -= step.Jstar[i][r] * JdH[r];
-        dqH[i] = s;
+    null_space_part(step, dH, dqH);
+    for (int i = 0; i < 7; ++i)
         if (std::fabs(step.dq[i] + dqH[i]) > dq_max[i] * dt) keep = false;
-    }
     if (keep)
         for (int i = 0; i < 7; ++i) q_tmp[i] += dqH[i];
     // Near the singular configurations the Jacobian step is the answer.

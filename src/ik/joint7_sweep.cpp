@@ -347,18 +347,8 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
             const float span = s.q_max[i] - s.q_min[i];
             dH[i] = kCentring * (s.ref[i] - (s.q_max[i] + s.q_min[i]) / 2) / (span * span);
         }
-        // (I - Jstar J) dH, as dH - Jstar (J dH).
-        float JdH[6];
-        for (int r = 0; r < 6; ++r) {
-            JdH[r] = 0;
-            for (int k = 0; k < 7; ++k) JdH[r] += step.J[r][k] * dH[k];
-        }
-        for (int i = 0; i < 7; ++i) {
-            float v = dH[i];
-            for (int r = 0; r < 6; ++r) v -= step.Jstar[i][r] * JdH[r];
-            dqH[i] = v;
-            peak = std::fmax(peak, std::fabs(v));
-        }
+        null_space_part(step, dH, dqH);
+        for (int i = 0; i < 7; ++i) peak = std::fmax(peak, std::fabs(dqH[i]));
         const float cap = static_cast<float>(kCentringCap * s.dt * s.dt);
         if (peak > cap)
             for (float& v : dqH) v *= cap / peak;

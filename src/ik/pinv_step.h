@@ -19,4 +19,20 @@ template <typename F>
 void pinv_step(const FkLayout& L, const zq_dh_block_t& dh, const F q[8], const F target[4][4],
                PinvStep<F>* out);
 
+// The part of the joint change dH that leaves the end effector in place to
+// first order: (I - Jstar J) dH, as dH - Jstar (J dH).
+template <typename F>
+void null_space_part(const PinvStep<F>& step, const F dH[7], F out[7]) {
+    F JdH[6];
+    for (int r = 0; r < 6; ++r) {
+        JdH[r] = 0;
+        for (int k = 0; k < 7; ++k) JdH[r] += step.J[r][k] * dH[k];
+    }
+    for (int i = 0; i < 7; ++i) {
+        F v = dH[i];
+        for (int r = 0; r < 6; ++r) v -= step.Jstar[i][r] * JdH[r];
+        out[i] = v;
+    }
+}
+
 }  // namespace zq
