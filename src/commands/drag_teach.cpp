@@ -1,6 +1,7 @@
 // Drag teaching: start and stop, the multi-axis forms of the six-axis force
 // arms, sensitivity and drag mode, and the replay of a dragged trajectory.
 #include "commands/catalogue.h"
+#include "commands/int_rows.h"
 #include "motion/completion.h"
 #include "motion/device_wait.h"
 #include "session/log.h"
@@ -26,21 +27,10 @@ int force_type(zq_robot_handle* handle, int* generation = nullptr) {
 }
 
 // Replay commands with no request keys; the reply key is the command literal.
-struct ReplayRow {
-    const char* fn;
-    const char* command;
-    const char* result_key;
-};
-
-const ReplayRow kStopDrag{"zq_stop_drag_teach", "stop_drag_teach", "drag_teach"};
-const ReplayRow kPause{"zq_pause_drag_trajectory", "pause_drag_trajectory", "pause_state"};
-const ReplayRow kContinue{"zq_continue_drag_trajectory", "continue_drag_trajectory", "continue_state"};
-const ReplayRow kStop{"zq_stop_drag_trajectory", "stop_drag_trajectory", "stop_state"};
-
-int replay_command(const ReplayRow& row, zq_robot_handle* handle) {
-    zq_send_value_t values[] = {send_str("command", row.command)};
-    return cat::set(row.fn, handle, values, 1, row.command, row.result_key, query_timeout());
-}
+constexpr auto kStopDrag = cat::plain_row("zq_stop_drag_teach", "stop_drag_teach", "drag_teach");
+constexpr auto kPause = cat::plain_row("zq_pause_drag_trajectory", "pause_drag_trajectory", "pause_state");
+constexpr auto kContinue = cat::plain_row("zq_continue_drag_trajectory", "continue_drag_trajectory", "continue_state");
+constexpr auto kStop = cat::plain_row("zq_stop_drag_trajectory", "stop_drag_trajectory", "stop_state");
 
 bool drag_mode_refused(zq_robot_handle* handle) {
     if (force_type(handle) != ZQ_MODEL_ZQ_B_E) return false;
@@ -61,7 +51,7 @@ int zq_start_drag_teach(zq_robot_handle* handle, int trajectory_record) {
     return cat::set("zq_start_drag_teach", handle, values, 2, "start_drag_teach", "drag_teach", query_timeout());
 }
 
-int zq_stop_drag_teach(zq_robot_handle* handle) { return replay_command(kStopDrag, handle); }
+int zq_stop_drag_teach(zq_robot_handle* handle) { return cat::set_ints(kStopDrag, handle); }
 
 int zq_start_multi_drag_teach(zq_robot_handle* handle, int mode, int singular_wall) {
     int generation = 0;
@@ -143,8 +133,8 @@ int zq_run_drag_trajectory(zq_robot_handle* handle, int block) {
     return zq_parse_state(fn, out, "run_state");
 }
 
-int zq_pause_drag_trajectory(zq_robot_handle* handle) { return replay_command(kPause, handle); }
-int zq_continue_drag_trajectory(zq_robot_handle* handle) { return replay_command(kContinue, handle); }
-int zq_stop_drag_trajectory(zq_robot_handle* handle) { return replay_command(kStop, handle); }
+int zq_pause_drag_trajectory(zq_robot_handle* handle) { return cat::set_ints(kPause, handle); }
+int zq_continue_drag_trajectory(zq_robot_handle* handle) { return cat::set_ints(kContinue, handle); }
+int zq_stop_drag_trajectory(zq_robot_handle* handle) { return cat::set_ints(kStop, handle); }
 
 }  // extern "C"

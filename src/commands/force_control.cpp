@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "commands/catalogue.h"
+#include "commands/int_rows.h"
 #include "commands/bounded_input.h"
 #include "session/wire_input.h"
 #include "session/log.h"
@@ -15,23 +16,13 @@ constexpr int kCalibrationBudget = 30000;  // a blocking calibration step
 constexpr int kCalibrationPause = 10;      // a step that is only sent
 
 // Settings with no request keys; the reply key is the command literal.
-struct PlainRow {
-    const char* fn;
-    const char* command;
-    const char* result_key;
-};
+constexpr auto kClearForce = cat::plain_row("zq_clear_force_data", "clear_force_data", "clear_state");
+constexpr auto kStopSensor = cat::plain_row("zq_stop_set_force_sensor", "stop_set_force_sensor", "stop_state");
+constexpr auto kClearFz = cat::plain_row("zq_clear_Fz", "clear_Fz", "set_state");
+constexpr auto kStopForcePosition = cat::plain_row("zq_stop_force_position", "stop_force_position", "stop_state");
+constexpr auto kStartMove = cat::plain_row("zq_start_force_position_move", "Start_Force_Position_Move", "set_state");
+constexpr auto kStopMove = cat::plain_row("zq_stop_force_position_move", "Stop_Force_Position_Move", "set_state");
 
-const PlainRow kClearForce{"zq_clear_force_data", "clear_force_data", "clear_state"};
-const PlainRow kStopSensor{"zq_stop_set_force_sensor", "stop_set_force_sensor", "stop_state"};
-const PlainRow kClearFz{"zq_clear_Fz", "clear_Fz", "set_state"};
-const PlainRow kStopForcePosition{"zq_stop_force_position", "stop_force_position", "stop_state"};
-const PlainRow kStartMove{"zq_start_force_position_move", "Start_Force_Position_Move", "set_state"};
-const PlainRow kStopMove{"zq_stop_force_position_move", "Stop_Force_Position_Move", "set_state"};
-
-int plain(const PlainRow& row, zq_robot_handle* handle) {
-    zq_send_value_t values[] = {send_str("command", row.command)};
-    return cat::set(row.fn, handle, values, 1, row.command, row.result_key, query_timeout());
-}
 
 // A calibration step: waited for under "set_force_sensor" whichever command
 // ran, or sent with a short pause and no reply read.
@@ -132,7 +123,7 @@ int zq_get_force_data(zq_robot_handle* handle, zq_force_data_t* data) {
     return 0;
 }
 
-int zq_clear_force_data(zq_robot_handle* handle) { return plain(kClearForce, handle); }
+int zq_clear_force_data(zq_robot_handle* handle) { return cat::set_ints(kClearForce, handle); }
 
 int zq_set_force_sensor(zq_robot_handle* handle, bool block) {
     zq_send_value_t values[] = {send_str("command", "set_force_sensor")};
@@ -152,7 +143,7 @@ int zq_manual_set_force(zq_robot_handle* handle, int type, float* joint, bool bl
     return calibrate(fn, handle, values, 2, type == 4 && block);
 }
 
-int zq_stop_set_force_sensor(zq_robot_handle* handle) { return plain(kStopSensor, handle); }
+int zq_stop_set_force_sensor(zq_robot_handle* handle) { return cat::set_ints(kStopSensor, handle); }
 
 int zq_get_Fz(zq_robot_handle* handle, zq_fz_data_t* data) {
     if (!data) return -4;
@@ -173,7 +164,7 @@ int zq_get_Fz(zq_robot_handle* handle, zq_fz_data_t* data) {
     return 0;
 }
 
-int zq_clear_Fz(zq_robot_handle* handle) { return plain(kClearFz, handle); }
+int zq_clear_Fz(zq_robot_handle* handle) { return cat::set_ints(kClearFz, handle); }
 
 int zq_auto_set_Fz(zq_robot_handle* handle, bool block) {
     zq_send_value_t values[] = {send_str("command", "auto_set_Fz")};
@@ -210,9 +201,9 @@ int zq_set_force_position_new(zq_robot_handle* handle, zq_force_position_t param
                     query_timeout());
 }
 
-int zq_stop_force_position(zq_robot_handle* handle) { return plain(kStopForcePosition, handle); }
-int zq_start_force_position_move(zq_robot_handle* handle) { return plain(kStartMove, handle); }
-int zq_stop_force_position_move(zq_robot_handle* handle) { return plain(kStopMove, handle); }
+int zq_stop_force_position(zq_robot_handle* handle) { return cat::set_ints(kStopForcePosition, handle); }
+int zq_start_force_position_move(zq_robot_handle* handle) { return cat::set_ints(kStartMove, handle); }
+int zq_stop_force_position_move(zq_robot_handle* handle) { return cat::set_ints(kStopMove, handle); }
 
 int zq_force_position_move_joint(zq_robot_handle* handle, const float* joint, int sensor, int mode, int dir,
                                  float force, bool follow) {

@@ -20,6 +20,11 @@ struct IntSetRow {
     int generation = 0;      // 3 or 4: the only generation that has the command; 0 both
 };
 
+// A setting with no request keys whose reply is named by its command literal.
+constexpr IntSetRow plain_row(const char* fn, const char* command, const char* result_key) {
+    return IntSetRow{fn, command, {}, command, result_key};
+}
+
 struct IntGetRow {
     const char* fn;
     const char* command;

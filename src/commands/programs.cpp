@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "commands/catalogue.h"
+#include "commands/int_rows.h"
 #include "commands/bounded_input.h"
 #include "session/wire_input.h"
 #include "commands/paged_lists.h"
@@ -87,19 +88,11 @@ int await_program_end(const char* fn, zq_robot_handle* handle, int id, int block
     return 0;
 }
 
-struct ProgramRow {
-    const char* fn;
-    const char* command;
-    const char* result_key;
-};
-
-const ProgramRow kDelete{"zq_delete_program_trajectory", "delete_program_trajectory", "delete_state"};
-const ProgramRow kSetDefault{"zq_set_default_run_program", "set_default_run_program", "set_state"};
-
-int by_id(const ProgramRow& row, zq_robot_handle* handle, int id) {
-    zq_send_value_t values[] = {send_str("command", row.command), send_int("id", id)};
-    return cat::set(row.fn, handle, values, 2, row.command, row.result_key, query_timeout());
-}
+// Commands on one program by its id; the reply key is the command literal.
+const cat::IntSetRow kDelete{"zq_delete_program_trajectory", "delete_program_trajectory", {"id"},
+                             "delete_program_trajectory", "delete_state"};
+const cat::IntSetRow kSetDefault{"zq_set_default_run_program", "set_default_run_program", {"id"},
+                                 "set_default_run_program", "set_state"};
 
 }  // namespace
 }  // namespace zq
@@ -187,7 +180,7 @@ int zq_get_flowchart_program_run_state(zq_robot_handle* handle, zq_flowchart_run
     return rc != 0 ? rc : read_flowchart_state(fn, root.get(), state);
 }
 
-int zq_delete_program_trajectory(zq_robot_handle* handle, int id) { return by_id(kDelete, handle, id); }
+int zq_delete_program_trajectory(zq_robot_handle* handle, int id) { return cat::set_ints(kDelete, handle, &id); }
 
 int zq_update_program_trajectory(zq_robot_handle* handle, int id, int plan_speed, const char* project_name) {
     if (!project_name) return -4;
@@ -197,7 +190,7 @@ int zq_update_program_trajectory(zq_robot_handle* handle, int id, int plan_speed
                     query_timeout());
 }
 
-int zq_set_default_run_program(zq_robot_handle* handle, int id) { return by_id(kSetDefault, handle, id); }
+int zq_set_default_run_program(zq_robot_handle* handle, int id) { return cat::set_ints(kSetDefault, handle, &id); }
 
 int zq_get_default_run_program(zq_robot_handle* handle, int* id) {
     if (!id) return -4;

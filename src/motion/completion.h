@@ -18,6 +18,12 @@ int zq_movecmd_singlemode_parse(zq_robot_handle* handle, int rounds, int device)
 namespace zq::motion {
 
 constexpr int kMoveReply = 256;  // reply buffer of the move commands
+constexpr int kFailuresToGiveUp = 6;  // the sixth failed query ends a wait
+
+// The trajectory the arm runs, for the waits that poll it. False when the
+// query failed: *code is then 0 (ask again) or, at the wait's sixth failure,
+// the query's code to end the wait with.
+bool poll_trajectory(zq_robot_handle* handle, int* failures, zq_arm_current_trajectory_e* type, int* code);
 
 // What distinguishes the members of the move family in their wait.
 struct WaitTraits {

@@ -12,7 +12,6 @@
 namespace zq::motion {
 namespace {
 
-constexpr int kFailuresToGiveUp = 6;  // the sixth failed query ends a wait
 constexpr int kReportBuffer = 256;
 
 int await_report(const char* fn, zq_robot_handle* handle, char* out, int budget_ms) {
@@ -105,10 +104,9 @@ int wait_drag_origin(const char* fn, zq_robot_handle* handle) {
     for (;;) {
         if (stopping()) return -1;
         zq_arm_current_trajectory_e type = ZQ_TRAJECTORY_NONE;
-        float data[7] = {0};
-        const int q = zq_get_arm_current_trajectory(handle, &type, data);
-        if (q != 0) {
-            if (++failures >= kFailuresToGiveUp) return q;
+        int code = 0;
+        if (!poll_trajectory(handle, &failures, &type, &code)) {
+            if (code != 0) return code;
             continue;
         }
         if (type == ZQ_TRAJECTORY_MOVEJ) {
@@ -134,10 +132,9 @@ int wait_drag_replay(zq_robot_handle* handle) {
     for (;;) {
         if (stopping()) return -1;
         zq_arm_current_trajectory_e type = ZQ_TRAJECTORY_NONE;
-        float data[7] = {0};
-        const int q = zq_get_arm_current_trajectory(handle, &type, data);
-        if (q != 0) {
-            if (++failures >= kFailuresToGiveUp) return q;
+        int code = 0;
+        if (!poll_trajectory(handle, &failures, &type, &code)) {
+            if (code != 0) return code;
             continue;
         }
         if (type == ZQ_TRAJECTORY_RE_TRAJECTORY) {

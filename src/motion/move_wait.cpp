@@ -10,7 +10,6 @@
 namespace zq::motion {
 namespace {
 
-constexpr int kMaxQueryFailures = 5;
 constexpr int kIdleRoundsBeforeStart = 5;  // "none" rounds tolerated before the move was seen
 
 // Waits for one "current_trajectory_state". Returns the reply length or a code below 1.
@@ -31,6 +30,15 @@ bool arm_has_errors(zq_robot_handle* handle) {
 
 }  // namespace
 
+bool poll_trajectory(zq_robot_handle* handle, int* failures, zq_arm_current_trajectory_e* type, int* code) {
+    float data[7] = {0};
+    const int rc = zq_get_arm_current_trajectory(handle, type, data);
+    *code = 0;
+    if (rc == 0) return true;
+    if (++*failures >= kFailuresToGiveUp) *code = rc;
+    return false;
+}
+
 int wait_move(const char* fn, zq_robot_handle* handle, const WaitTraits& traits) {
     int failures = 0;
     int idle_rounds = 0;
@@ -48,10 +56,9 @@ int wait_move(const char* fn, zq_robot_handle* handle, const WaitTraits& traits)
             continue;  // another device, or more trajectories joined on
         }
         zq_arm_current_trajectory_e type = ZQ_TRAJECTORY_NONE;
-        float data[7] = {0};
-        const int rc = zq_get_arm_current_trajectory(handle, &type, data);
-        if (rc != 0) {
-            if (++failures > kMaxQueryFailures) return rc;
+        int code = 0;
+        if (!poll_trajectory(handle, &failures, &type, &code)) {
+            if (code != 0) return code;
             continue;
         }
         if (type == traits.own_type || type == ZQ_TRAJECTORY_BLEND) {

@@ -8,7 +8,6 @@
 namespace zq::motion {
 
 namespace {
-constexpr int kMaxQueryFailures = 5;
 constexpr int kIdleRoundsBeforeStart = 10;
 }  // namespace
 
@@ -20,10 +19,9 @@ int wait_step(const char* fn, zq_robot_handle* handle, zq_arm_current_trajectory
     for (;;) {
         if (stopping()) return -1;
         zq_arm_current_trajectory_e type = ZQ_TRAJECTORY_NONE;
-        float data[7] = {0};
-        const int rc = zq_get_arm_current_trajectory(handle, &type, data);
-        if (rc != 0) {
-            if (++failures > kMaxQueryFailures) return rc;
+        int code = 0;
+        if (!poll_trajectory(handle, &failures, &type, &code)) {
+            if (code != 0) return code;
             continue;
         }
         if (type == own_type) {
