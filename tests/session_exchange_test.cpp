@@ -180,18 +180,29 @@ TEST_F(SessionExchange, OnlyWaitPathForPushedMessages) {
     ASSERT_EQ(zq_motion_count_op(arm_, 1), 0);
     ASSERT_EQ(zq_motion_count_op(arm_, 1), 0);
     static std::atomic<int> calls{0};
+    static std::atomic<int> on_waiting_thread{0};  // the callback runs on the receive thread only
+    static thread_local bool waiting_thread = false;
     calls = 0;
+    waiting_thread = true;
     zq_get_arm_event_call_back([](zq_event_push_data_t e) {
         if (e.event_type == ZQ_EVENT_TRAJECTORY && e.device == 3) ++calls;
+        if (waiting_thread) ++on_waiting_thread;
     });
     const std::string report =
         "{\"state\":\"current_trajectory_state\",\"trajectory_state\":true,\"device\":3,\"trajectory_connect\":0}";
-    for (int i = 0; i < 3; ++i) sim_.push(report);
+    // The reports come while the caller waits, so that a caller reading its own stream meets them.
+    std::thread pusher([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        for (int i = 0; i < 3; ++i) sim_.push(report);
+    });
     char out[256] = {0};
     int n = zq_command_exchange("test", arm_, nullptr, 0, "current_trajectory_state", out, sizeof out, 1000);
+    pusher.join();
     ASSERT_GT(n, 0);
     EXPECT_EQ(std::string(out), report);
     EXPECT_EQ(calls.load(), 3);
+    EXPECT_EQ(on_waiting_thread.load(), 0);
+    waiting_thread = false;
     EXPECT_EQ(arm_->pending_trajectory, 0);
     // Nothing more is filed.
     EXPECT_EQ(zq_command_exchange("test", arm_, nullptr, 0, "current_trajectory_state", out, sizeof out, 20), -2);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <vector>
 
+#include "session/caller_read.h"
 #include "session/log.h"
 #include "session/trajectory_save.h"
 #include "session/wire_input.h"
@@ -21,21 +22,6 @@ namespace pf = platform;
 int wait_budget_ms(int timeout_ms) { return timeout_ms / 2 > 0 ? (timeout_ms / 2) * 2 : 0; }
 
 using Clock = std::chrono::steady_clock;
-
-int wait_in_fifo(zq_robot_session& s, const char* key, char* out, int capacity, int budget_ms) {
-    ReplyFifo& fifo = *s.fifo_handle;
-    const auto deadline = Clock::now() + std::chrono::milliseconds(budget_ms);
-    std::unique_lock<pf::Mutex> lock(fifo.lock);
-    for (;;) {
-        int n = fifo.take(key, out, capacity);
-        if (n >= 0) return n;
-        if (s.deleted.load(std::memory_order_acquire)) return -1;
-        if (fifo.filed.wait_until(lock, deadline) == std::cv_status::timeout) {
-            n = fifo.take(key, out, capacity);
-            return n >= 0 ? n : -1;
-        }
-    }
-}
 
 // Sleeps `ms`, or less when the session leaves the pool.
 void sleep_on_session(zq_robot_session& s, int ms) {
@@ -284,7 +270,7 @@ int zq_wait_reply(const char* function_name, zq_robot_session* session, const ch
     const int budget = wait_budget_ms(timeout_ms);
     if (budget == 0 || !reply_key) return -1;
     if (thread_mode() == ZQ_SINGLE_THREAD_MODE) return wait_on_socket(*session, reply_key, out, capacity, budget);
-    return wait_in_fifo(*session, reply_key, out, capacity, budget);
+    return wait_reading_stream(*session, reply_key, out, capacity, budget);
 }
 
 int zq_command_exchange(const char* function_name, zq_robot_handle* handle, const zq_send_value_t* values,

@@ -30,9 +30,16 @@ struct zq_robot_session {
     zq_socket_t* socket = nullptr;
     ReplyFifo* fifo_handle = nullptr;
     zq_robot_handle handle{};
-    // Receive-thread side: this session's stream, and whether the peer closed it.
+    // This session's stream, read by the receive thread or, in thread modes 1
+    // and 2, by a caller waiting for its reply (`caller_reading`), never by
+    // both: the stream and the socket's reads are guarded by `stream_lock`.
+    // Messages a caller must not route stay in the stream for the receive
+    // thread (`left_for_receiver`).
+    platform::Mutex stream_lock;
     StreamBuffer stream;
-    bool peer_closed = false;
+    std::atomic<bool> caller_reading{false};
+    std::atomic<bool> left_for_receiver{false};
+    std::atomic<bool> peer_closed{false};
     // Set once the session leaves the pool (delete or destroy): waits on it end.
     std::atomic<bool> deleted{false};
     // Single-thread mode. One waiting caller at a time reads the socket (the
