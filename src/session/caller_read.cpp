@@ -30,6 +30,7 @@ int read_stream_for(zq_robot_session& s, const char* key, char* out, int capacit
         // The receive thread may be routing this stream right now; once the
         // lock is ours it has filed all it read.
         std::lock_guard<pf::Mutex> stream(s.stream_lock);
+        if (s.left_for_receiver.load(std::memory_order_acquire)) return kLeftForReceiver;
     }
     for (;;) {
         const int n = take(fifo, key, out, capacity);
@@ -68,7 +69,10 @@ int wait_reading_stream(zq_robot_session& s, const char* key, char* out, int cap
         int n = fifo.take(key, out, capacity);
         if (n >= 0) return n;
         if (s.deleted.load(std::memory_order_acquire) || Clock::now() >= deadline) return -1;
-        if (may_read && !s.caller_reading.load(std::memory_order_acquire)) {
+        // Not while the stream holds messages left to the receive thread:
+        // they come first, and only that thread may route them.
+        if (may_read && !s.caller_reading.load(std::memory_order_acquire) &&
+            !s.left_for_receiver.load(std::memory_order_acquire)) {
             s.caller_reading.store(true, std::memory_order_release);
             lock.unlock();
             n = read_stream_for(s, key, out, capacity, deadline);
