@@ -77,7 +77,9 @@ int wait_reading_stream(zq_robot_session& s, const char* key, char* out, int cap
             lock.unlock();
             n = read_stream_for(s, key, out, capacity, deadline);
             s.caller_reading.store(false, std::memory_order_release);
-            wake_receiver();  // to poll this socket again
+            // The receive thread takes the socket back within its recheck
+            // time; what was left to it is its at once.
+            if (n == kLeftForReceiver) wake_receiver();
             lock.lock();
             fifo.filed.notify_all();  // another waiter may read now
             if (n >= 0) return n;

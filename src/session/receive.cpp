@@ -12,6 +12,7 @@ namespace zq {
 namespace {
 
 constexpr int kChunk = 8192;
+constexpr int kRecheckMs = 1;  // a socket a waiting caller reads is looked at again after this
 
 const char* string_member(const cJSON* root, const char* name) {
     const cJSON* item = cJSON_GetObjectItemCaseSensitive(root, name);
@@ -169,8 +170,7 @@ namespace {
 
 // One session's turn in a round of the receive thread: what a waiting
 // caller left in the stream, then what the socket holds. A session whose
-// stream a waiting caller reads is skipped; the caller wakes this thread
-// when it lets go.
+// stream a waiting caller reads is skipped.
 void serve(zq_robot_session& s, bool readable, char* chunk) {
     std::unique_lock<platform::Mutex> lock(s.stream_lock, std::try_to_lock);
     if (!lock.owns_lock() || s.caller_reading.load(std::memory_order_acquire)) return;
@@ -193,14 +193,19 @@ void socket_receive_loop(platform::Waker* waker) {
     char chunk[kChunk];
     while (!stopping()) {
         int n = snapshot_sessions(sessions);
+        int timeout_ms = -1;
         for (int i = 0; i < n; ++i) {
             zq_robot_session& s = *sessions[i];
             if (s.left_for_receiver.load(std::memory_order_acquire)) serve(s, false, chunk);
-            const bool polled = s.socket->fd > 0 && !s.peer_closed.load(std::memory_order_acquire) &&
-                                !s.caller_reading.load(std::memory_order_acquire);
-            fds[i] = polled ? s.socket->fd : -1;
+            fds[i] = s.socket->fd > 0 && !s.peer_closed.load(std::memory_order_acquire) ? s.socket->fd : -1;
+            if (fds[i] >= 0 && s.caller_reading.load(std::memory_order_acquire)) {
+                // A waiting caller reads this socket; look again shortly, so
+                // that what comes after the caller is done waits no longer.
+                fds[i] = -1;
+                timeout_ms = kRecheckMs;
+            }
         }
-        int rc = platform::wait_readable(fds, n, ready, -1, waker);
+        int rc = platform::wait_readable(fds, n, ready, timeout_ms, waker);
         if (rc < 0) platform::sleep_ms(1);
         for (int i = 0; i < n && rc > 0; ++i) {
             if (ready[i]) serve(*sessions[i], true, chunk);
