@@ -103,7 +103,10 @@ double micros(Clock::time_point t0, Clock::time_point t1) {
 // (`wire_*`). The wire figures leave out the simulator's own hand-over
 // between its threads and are the ones to set beside the plain socket's
 // (`raw_*`), which reads the same push of the same move from a second
-// simulator, in the same loop.
+// simulator, in the same loop. The moves are short (0.2 degrees, the
+// simulator's shortest trajectory of 20 ms), long enough for both readers to
+// fall idle, and many, since a wake-up from idle varies by tens of
+// microseconds.
 void BM_BlockingMovejReturnLatency(benchmark::State& state) {
     MovingArm a;
     zqsim::Simulator peer{zqsim::ArmConfig::for_model("ZQ41-B-1.0")};
@@ -119,7 +122,7 @@ void BM_BlockingMovejReturnLatency(benchmark::State& state) {
     std::string line;
     for (auto _ : state) {
         const bool out = (k++ % 2) != 0;
-        const float q[6] = {out ? 0.0f : 2.0f, 0, 0, 0, 0, 0};
+        const float q[6] = {out ? 0.0f : 0.2f, 0, 0, 0, 0, 0};
         const int rc = zq_movej(a.arm, q, 100, 0, 0, 5);
         const Clock::time_point back = Clock::now();
         if (rc != 0) {
@@ -130,7 +133,7 @@ void BM_BlockingMovejReturnLatency(benchmark::State& state) {
         }
         // The same request bytes over the plain socket; the move's reply, then its push.
         raw.send(out ? "{\"command\":\"movej\",\"v\":100,\"joint\":[0,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}\r\n"
-                     : "{\"command\":\"movej\",\"v\":100,\"joint\":[2000,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}\r\n");
+                     : "{\"command\":\"movej\",\"v\":100,\"joint\":[200,0,0,0,0,0],\"trajectory_connect\":0,\"r\":0}\r\n");
         bool pushed = false;
         while (!pushed && raw.read_line(&line, 5000)) pushed = line.find("current_trajectory_state") != std::string::npos;
         const Clock::time_point raw_back = Clock::now();
@@ -149,7 +152,7 @@ void BM_BlockingMovejReturnLatency(benchmark::State& state) {
     state.counters["raw_p99_us"] = percentile(raw_us, 0.99);
     state.counters["failures"] = failures;
 }
-BENCHMARK(BM_BlockingMovejReturnLatency)->Iterations(40)->UseRealTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_BlockingMovejReturnLatency)->Iterations(200)->UseRealTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

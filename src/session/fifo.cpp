@@ -9,9 +9,9 @@ namespace {
 // Empties a taken entry: the fields to zero, and of the text the stored
 // bytes and their terminator. Nothing reads an entry's text past its length
 // (a store writes its own terminator), so the 10 kB text is not swept whole.
-void clear(FifoEntry& e) {
+void clear(FifoEntry& e, char* data) {
     const int used = e.len >= 0 && e.len < kFifoDataSize ? e.len + 1 : kFifoDataSize;
-    std::memset(e.data, 0, static_cast<size_t>(used));
+    std::memset(data, 0, static_cast<size_t>(used));
     e.valid = 0;
     e.len = 0;
     std::memset(e.key, 0, sizeof e.key);
@@ -21,7 +21,7 @@ void clear(FifoEntry& e) {
 
 }  // namespace
 
-ReplyFifo::ReplyFifo() : fifo{}, receive_tick(0) {}
+ReplyFifo::ReplyFifo() : fifo{}, data{}, receive_tick(0) {}
 
 int ReplyFifo::begin_store() {
     ++receive_tick;
@@ -35,7 +35,10 @@ int ReplyFifo::begin_store() {
         }
     }
     for (int i = 0; i < kFifoEntries; ++i) {
-        if (i == kFifoEntries - 1) std::memset(&fifo[oldest], 0, sizeof fifo[oldest]);
+        if (i == kFifoEntries - 1) {
+            std::memset(&fifo[oldest], 0, sizeof fifo[oldest]);
+            std::memset(data[oldest], 0, sizeof data[oldest]);
+        }
         if (fifo[i].valid != 1) return i;
         if (fifo[i].stamp + kFifoStaleAfter < receive_tick) return i;  // unclaimed for too long
     }
@@ -45,8 +48,8 @@ int ReplyFifo::begin_store() {
 void ReplyFifo::store(int slot, const char* text, int len) {
     FifoEntry& e = fifo[slot];
     int n = len < kFifoDataSize - 1 ? len : kFifoDataSize - 1;
-    std::memcpy(e.data, text, static_cast<size_t>(n));
-    e.data[n] = '\0';
+    std::memcpy(data[slot], text, static_cast<size_t>(n));
+    data[slot][n] = '\0';
     e.stamp = receive_tick;
     e.len = n;
     e.valid = 1;
@@ -69,17 +72,18 @@ void ReplyFifo::file(const char* key, const char* text, int len) {
 int ReplyFifo::take(const char* key, char* out, int cap) {
     // Stored keys are cut to the entry's size; a waited key is compared the same way.
     const size_t key_len = strnlen(key, sizeof fifo[0].key - 1);
-    for (auto& e : fifo) {
+    for (int slot = 0; slot < kFifoEntries; ++slot) {
+        FifoEntry& e = fifo[slot];
         if (e.valid != 1 || strnlen(e.key, sizeof e.key) != key_len) continue;
         if (std::memcmp(e.key, key, key_len) != 0) continue;
         int len = e.len;
         if (out && cap > 0) {
             int n = len < cap - 1 ? len : cap - 1;
-            std::memcpy(out, e.data, static_cast<size_t>(n));
+            std::memcpy(out, data[slot], static_cast<size_t>(n));
             out[n] = '\0';
             len = n;
         }
-        clear(e);
+        clear(e, data[slot]);
         return len;
     }
     return -1;

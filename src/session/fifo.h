@@ -13,17 +13,21 @@ constexpr int kFifoKeySize = 50;
 constexpr int kFifoDataSize = 10240;
 constexpr uint64_t kFifoStaleAfter = 50;
 
+// The bookkeeping of one entry. The entries lie side by side and their texts
+// apart (`ReplyFifo::data`), so that the searches by key and by age read a
+// few kilobytes, not one cache line in every 10 kB: a reply that comes after
+// a long idle wait finds its entry without a cache miss per entry.
 struct FifoEntry {
     uint8_t valid;
     int32_t len;
     char key[kFifoKeySize];
     int32_t id;
-    char data[kFifoDataSize];
     uint64_t stamp;
 };
 
 struct ReplyFifo {
     FifoEntry fifo[kFifoEntries];
+    char data[kFifoEntries][kFifoDataSize];  // the text of each entry
     uint64_t receive_tick;
     platform::Mutex lock;
     platform::CondVar filed;
