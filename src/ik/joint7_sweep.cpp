@@ -298,15 +298,14 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
             if (n < 0 || (n == 0 && !near)) return kIkNoSolution;
         }
     } else {
-        // The values of joint 7: steps from the lower bound, the reference
-        // itself taking the place of the first step beyond it.
+        // The values of joint 7: steps from the lower bound; the first step
+        // beyond the reference becomes the reference, and the steps go on
+        // from there.
         float th7s[kMaxValues] = {lower};
         int n = 0, first = 0;
         bool inserted = false;
         float prev = lower;
-        for (int it = 0; it < kMaxValues; ++it) {
-            float th7 = lower + it * kSweepStep;
-            if (th7 > upper) break;
+        for (float th7 = lower; th7 <= upper && n < kMaxValues; th7 += kSweepStep) {
             if (!inserted && prev < s.ref[6] && th7 > s.ref[6]) {
                 th7 = s.ref[6];
                 inserted = true;
