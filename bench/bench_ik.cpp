@@ -217,7 +217,10 @@ struct Case {
     bool regular;  // away from singular zones
 };
 
-// The fastest of a few timed passes over all cases, per solve.
+// The fastest of a few timed passes over all cases, per solve; the same
+// number of passes for every solver, so that none gets more tries at a quiet
+// moment of the machine.
+constexpr int kPasses = 3;
 template <typename F>
 double best_pass(int passes, int n, F&& run) {
     double best = 1e30;
@@ -284,16 +287,16 @@ void random_poses(const Model& m, int samples) {
     }
     float out[8];
     KDL::JntArray kout(a.dof);
-    on.seconds = best_pass(5, 1, [&] {
+    on.seconds = best_pass(kPasses, 1, [&] {
         for (auto& p : pn) zq_algo_inverse_kinematics(nullptr, &p, out);
     });
-    of.seconds = best_pass(5, 1, [&] {
+    of.seconds = best_pass(kPasses, 1, [&] {
         for (auto& p : pf) zq_algo_inverse_kinematics(nullptr, &p, out);
     });
-    kn.seconds = best_pass(2, 1, [&] {
+    kn.seconds = best_pass(kPasses, 1, [&] {
         for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kn_init[k], cases[k].T, kout);
     });
-    kf.seconds = best_pass(2, 1, [&] {
+    kf.seconds = best_pass(kPasses, 1, [&] {
         for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kf_init[k], cases[k].T, kout);
     });
     on.print("ours, near reference");
@@ -348,7 +351,7 @@ void tracking_paths(const Model& m, int paths) {
         }
     }
     float out[8];
-    ot.seconds = best_pass(5, 1, [&] {
+    ot.seconds = best_pass(kPasses, 1, [&] {
         for (zq_inverse_kinematics_params_t& prm : ours_in) zq_algo_inverse_kinematics(nullptr, &prm, out);
     });
     std::vector<KDL::JntArray> seeds;
@@ -358,7 +361,7 @@ void tracking_paths(const Model& m, int paths) {
         seeds.push_back(j);
     }
     KDL::JntArray kout(a.dof);
-    kt.seconds = best_pass(2, 1, [&] {
+    kt.seconds = best_pass(kPasses, 1, [&] {
         for (size_t k = 0; k < targets.size(); ++k) lma.CartToJnt(seeds[k], targets[k], kout);
     });
     zq_algo_set_redundant_parameter_traversal_mode(true);
