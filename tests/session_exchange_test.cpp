@@ -208,6 +208,26 @@ TEST_F(SessionExchange, OnlyWaitPathForPushedMessages) {
     EXPECT_EQ(zq_command_exchange("test", arm_, nullptr, 0, "current_trajectory_state", out, sizeof out, 20), -2);
 }
 
+// A callback that queries its own arm gets no reply (the receive thread that
+// would file it is running the callback), but neither hangs nor deadlocks.
+TEST_F(SessionExchange, CallbackQueryingItsArmEndsInNoReply) {
+    if (zqtest::mode() == ZQ_SINGLE_THREAD_MODE) GTEST_SKIP() << "pushed messages need the receive thread";
+    static zq_robot_handle* arm = nullptr;
+    static std::atomic<int> rc{1};
+    arm = arm_;
+    rc = 1;
+    zq_get_arm_event_call_back([](zq_event_push_data_t e) {
+        int mode = 0;
+        if (e.event_type == ZQ_EVENT_TRAJECTORY && e.device == 77) rc = zq_get_arm_run_mode(arm, &mode);
+    });
+    sim_.push("{\"state\":\"current_trajectory_state\",\"trajectory_state\":true,\"device\":77,\"trajectory_connect\":0}");
+    const auto t0 = Clock::now();
+    while (rc == 1 && elapsed_ms(t0) < 3000) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    EXPECT_EQ(rc.load(), -2);
+    int mode = 0;
+    EXPECT_EQ(zq_get_arm_run_mode(arm_, &mode), 0);  // the arm is served again afterwards
+}
+
 TEST_F(SessionExchange, DataCommonHelpers) {
     sim_.on_command("get_probe", [](const std::string&) {
         return std::vector<std::string>{"{\"command\":\"get_probe\",\"value\":-12}"};

@@ -63,7 +63,10 @@ int read_stream_for(zq_robot_session& s, const char* key, char* out, int capacit
 int wait_reading_stream(zq_robot_session& s, const char* key, char* out, int capacity, int budget_ms) {
     ReplyFifo& fifo = *s.fifo_handle;
     const auto deadline = Clock::now() + std::chrono::milliseconds(budget_ms);
-    bool may_read = s.socket && s.socket->fd > 0;
+    // A callback runs on the receive thread while it routes this very
+    // stream: a command it calls waits in the FIFO, as the receive thread
+    // itself cannot serve it.
+    bool may_read = !on_library_thread() && s.socket && s.socket->fd > 0;
     std::unique_lock<pf::Mutex> lock(fifo.lock);
     for (;;) {
         int n = fifo.take(key, out, capacity);

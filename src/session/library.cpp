@@ -133,6 +133,7 @@ void udp_thread_body() {
 // ---- process-wide state ---------------------------------------------------
 
 pf::RwLock& pool_lock() { return g_pool_lock; }
+bool on_library_thread() { return t_library_thread; }
 pf::Mutex& kinematics_state_lock() {
     static pf::Mutex lock;
     return lock;

@@ -63,6 +63,8 @@ using SessionRef = std::shared_ptr<zq_robot_session>;
 platform::RwLock& pool_lock();
 int thread_mode();
 bool stopping();
+// True on the library's own receive threads (and so in the callbacks they run).
+bool on_library_thread();
 int query_timeout();
 int config_timeout();
 int bus_timeout();
