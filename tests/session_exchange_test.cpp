@@ -228,6 +228,30 @@ TEST_F(SessionExchange, CallbackQueryingItsArmEndsInNoReply) {
     EXPECT_EQ(zq_get_arm_run_mode(arm_, &mode), 0);  // the arm is served again afterwards
 }
 
+// A slow callback holds up its receive thread, but a query of another
+// thread still ends within its budget.
+TEST_F(SessionExchange, QueryKeepsItsBudgetDuringASlowCallback) {
+    if (zqtest::mode() == ZQ_SINGLE_THREAD_MODE) GTEST_SKIP() << "pushed messages need the receive thread";
+    static std::atomic<bool> in_callback{false};
+    zq_get_arm_event_call_back([](zq_event_push_data_t e) {
+        if (e.event_type != ZQ_EVENT_TRAJECTORY || e.device != 78) return;
+        in_callback = true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+        in_callback = false;
+    });
+    sim_.push("{\"state\":\"current_trajectory_state\",\"trajectory_state\":true,\"device\":78,\"trajectory_connect\":0}");
+    const auto t0 = Clock::now();
+    while (!in_callback && elapsed_ms(t0) < 1000) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    ASSERT_TRUE(in_callback.load());
+    int mode = 0;
+    const auto t1 = Clock::now();
+    const int rc = zq_get_arm_run_mode(arm_, &mode);
+    const long ms = elapsed_ms(t1);
+    EXPECT_TRUE(rc == -2 || !in_callback) << rc;
+    EXPECT_LT(ms, zq::query_timeout() + 300);
+    while (in_callback) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+}
+
 TEST_F(SessionExchange, DataCommonHelpers) {
     sim_.on_command("get_probe", [](const std::string&) {
         return std::vector<std::string>{"{\"command\":\"get_probe\",\"value\":-12}"};

@@ -27,9 +27,11 @@ int read_stream_for(zq_robot_session& s, const char* key, char* out, int capacit
     ReplyFifo& fifo = *s.fifo_handle;
     char chunk[kChunk];
     {
-        // The receive thread may be routing this stream right now; once the
-        // lock is ours it has filed all it read.
-        std::lock_guard<pf::Mutex> stream(s.stream_lock);
+        // The receive thread may be routing this stream right now, perhaps
+        // in a slow event callback; once the lock is ours it has filed all
+        // it read. The wait for it keeps to the budget.
+        std::unique_lock<pf::TimedMutex> stream(s.stream_lock, deadline);
+        if (!stream.owns_lock()) return -1;
         if (s.left_for_receiver.load(std::memory_order_acquire)) return kLeftForReceiver;
     }
     for (;;) {
@@ -42,7 +44,8 @@ int read_stream_for(zq_robot_session& s, const char* key, char* out, int capacit
         const int ready = pf::wait_readable_one(s.socket->fd, left > 2147483647 ? 2147483647 : static_cast<int>(left));
         if (ready < 0) return kStopReading;
         if (ready == 0) continue;
-        std::lock_guard<pf::Mutex> stream(s.stream_lock);
+        // Held only briefly by the receive thread now that it skips this stream.
+        std::lock_guard<pf::TimedMutex> stream(s.stream_lock);
         const int got = s.socket->zq_socket_recv(s.socket, chunk, kChunk);
         if (got == -1) {
             s.peer_closed.store(true, std::memory_order_release);

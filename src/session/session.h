@@ -35,7 +35,7 @@ struct zq_robot_session {
     // both: the stream and the socket's reads are guarded by `stream_lock`.
     // Messages a caller must not route stay in the stream for the receive
     // thread (`left_for_receiver`).
-    platform::Mutex stream_lock;
+    platform::TimedMutex stream_lock;
     StreamBuffer stream;
     std::atomic<bool> caller_reading{false};
     std::atomic<bool> left_for_receiver{false};
