@@ -82,6 +82,7 @@ int wait_reading_stream(zq_robot_session& s, const char* key, char* out, int cap
             s.caller_reading.store(true, std::memory_order_release);
             lock.unlock();
             n = read_stream_for(s, key, out, capacity, deadline);
+            s.caller_done_us.store(pf::monotonic_us(), std::memory_order_relaxed);
             s.caller_reading.store(false, std::memory_order_release);
             // The receive thread takes the socket back within its recheck
             // time; what was left to it is its at once.

@@ -194,13 +194,16 @@ void socket_receive_loop(platform::Waker* waker) {
     while (!stopping()) {
         int n = snapshot_sessions(sessions);
         int timeout_ms = -1;
+        const uint64_t now_us = platform::monotonic_us();
         for (int i = 0; i < n; ++i) {
             zq_robot_session& s = *sessions[i];
             if (s.left_for_receiver.load(std::memory_order_acquire)) serve(s, false, chunk);
             fds[i] = s.socket->fd > 0 && !s.peer_closed.load(std::memory_order_acquire) ? s.socket->fd : -1;
-            if (fds[i] >= 0 && s.caller_reading.load(std::memory_order_acquire)) {
-                // A waiting caller reads this socket; look again shortly, so
-                // that what comes after the caller is done waits no longer.
+            if (fds[i] >= 0 && (s.caller_reading.load(std::memory_order_acquire) ||
+                                now_us - s.caller_done_us.load(std::memory_order_relaxed) < static_cast<uint64_t>(kRecheckMs) * 1000)) {
+                // A waiting caller reads this socket, or did so just now and
+                // likely will again; look again shortly, so that what comes
+                // while no caller reads waits about a millisecond or two.
                 fds[i] = -1;
                 timeout_ms = kRecheckMs;
             }

@@ -38,6 +38,7 @@ struct zq_robot_session {
     platform::TimedMutex stream_lock;
     StreamBuffer stream;
     std::atomic<bool> caller_reading{false};
+    std::atomic<uint64_t> caller_done_us{0};  // when a waiting caller last let go of the stream
     std::atomic<bool> left_for_receiver{false};
     std::atomic<bool> peer_closed{false};
     // Set once the session leaves the pool (delete or destroy): waits on it end.
