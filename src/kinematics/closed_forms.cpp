@@ -54,7 +54,7 @@ inline void apply_rz(Frame& f, float st, float ct) {
 }
 
 template <const Family& F>
-zq_matrix_t evaluate(const zq_dh_block_t& dh, const float q[8], int kind) {
+void evaluate(const zq_dh_block_t& dh, const float q[8], Lanes out[4]) {
     // All sines and cosines first: they are independent of each other and
     // overlap, while the frame updates below form one dependent chain.
     float theta[8] = {}, sn[8], cs[8];
@@ -77,14 +77,10 @@ zq_matrix_t evaluate(const zq_dh_block_t& dh, const float q[8], int kind) {
             if (has_d) f.p = f.p + dh.d[i] * f.c[2];
         }
     }
-    zq_matrix_t T{};
-    T.rows = T.cols = 4;
-    for (int r = 0; r < 3; ++r) {
-        for (int k = 0; k < 3; ++k) T.data[r][k] = f.c[k][r];
-        T.data[r][3] = f.p[r];
-    }
-    T.data[3][3] = 1.0f;
-    return shape_of(T, kind);
+    out[0] = f.c[0];
+    out[1] = f.c[1];
+    out[2] = f.c[2];
+    out[3] = f.p;
 }
 
 }  // namespace
@@ -104,17 +100,25 @@ zq_matrix_t shape_of(const zq_matrix_t& T, int kind) {
     return r;
 }
 
-zq_matrix_t T_1N_zq41(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kZq41>(dh, q, kind); }
-zq_matrix_t T_1N_zq52(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kZq52>(dh, q, kind); }
-zq_matrix_t T_1N_zql36(const zq_dh_block_t& dh, const float q[8], int kind) {
-    return evaluate<kZql36>(dh, q, kind);
+bool closed_form_columns(int code, const zq_dh_block_t& dh, const float q[8], Lanes c[4]) {
+    switch (code) {
+        case 0: evaluate<kZq41>(dh, q, c); return true;
+        case 1: case 19: case 20: case 23: case 24: evaluate<kZq52>(dh, q, c); return true;
+        case 3: case 10: evaluate<kZql36>(dh, q, c); return true;
+        case 4: evaluate<kZql36Offset>(dh, q, c); return true;
+        case 5: case 6: case 8: evaluate<kVda>(dh, q, c); return true;
+        case 7: case 11: case 18: evaluate<kHtr27>(dh, q, c); return true;
+        default: return false;
+    }
 }
-zq_matrix_t T_1N_zql36_offset(const zq_dh_block_t& dh, const float q[8], int kind) {
-    return evaluate<kZql36Offset>(dh, q, kind);
-}
-zq_matrix_t T_1N_vda(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kVda>(dh, q, kind); }
-zq_matrix_t T_1N_htr27(const zq_dh_block_t& dh, const float q[8], int kind) {
-    return evaluate<kHtr27>(dh, q, kind);
+
+zq_matrix_t matrix_of_columns(const Lanes c[4]) {
+    zq_matrix_t T{};
+    T.rows = T.cols = 4;
+    for (int r = 0; r < 3; ++r)
+        for (int k = 0; k < 4; ++k) T.data[r][k] = c[k][r];
+    T.data[3][3] = 1.0f;
+    return T;
 }
 
 }  // namespace zq

@@ -29,6 +29,11 @@ void fill_rotation(zq_matrix_t& m, float rx, float ry, float rz) {
     m.data[2][2] = cy * cx;
 }
 
+// Columns 0 to n - 1 of rows 0 to 2, lane 3 zero.
+void columns_of(const zq_matrix_t& T, Lanes c[], int n) {
+    for (int k = 0; k < n; ++k) c[k] = Lanes{T.data[0][k], T.data[1][k], T.data[2][k], 0.0f};
+}
+
 zq_matrix_t transform_of(const zq_matrix_t& R, float x, float y, float z) {
     zq_matrix_t m = R;
     m.rows = m.cols = 4;
@@ -49,24 +54,27 @@ zq_matrix_t euler_to_rotation(const zq_euler_t& e) {
     return m;
 }
 
-zq_euler_t rotation_to_euler(const zq_matrix_t& R) {
-    const auto& r = R.data;
-    zq_euler_t e{};
-    e.ry = fast_atan2(-r[2][0], std::sqrt(r[0][0] * r[0][0] + r[1][0] * r[1][0]));
-    if (r[2][0] > kPoleLimit) {
-        e.rx = -fast_atan2(r[0][1], r[1][1]);
-        e.rz = 0.0f;
-    } else if (r[2][0] < -kPoleLimit) {
-        e.rx = fast_atan2(r[0][1], r[1][1]);
-        e.rz = 0.0f;
-    } else {
-        e.rx = fast_atan2(r[2][1], r[2][2]);
-        e.rz = fast_atan2(r[1][0], r[0][0]);
-    }
-    e.rx = wrap(e.rx);
-    e.ry = wrap(e.ry);
-    e.rz = wrap(e.rz);
+zq_euler_t euler_of_columns(const Lanes c[3]) {
+    const float r00 = c[0][0], r10 = c[0][1], r20 = c[0][2];
+    const float r01 = c[1][0], r11 = c[1][1], r21 = c[1][2], r22 = c[2][2];
+    // ry, rx and rz side by side; at a pole rx comes from the first two rows
+    // and rz is 0.
+    const bool up = r20 > kPoleLimit, down = r20 < -kPoleLimit;
+    const float len = std::sqrt(r00 * r00 + r10 * r10);
+    const Lanes y = {-r20, up || down ? r01 : r21, r10, 0.0f};
+    const Lanes x = {len, up || down ? r11 : r22, r00, 1.0f};
+    const Lanes a = fast_atan2(y, x);
+    zq_euler_t e;
+    e.ry = wrap(a[0]);
+    e.rx = wrap(up ? -a[1] : a[1]);
+    e.rz = wrap(up || down ? 0.0f : a[2]);
     return e;
+}
+
+zq_euler_t rotation_to_euler(const zq_matrix_t& R) {
+    Lanes c[3];
+    columns_of(R, c, 3);
+    return euler_of_columns(c);
 }
 
 zq_quat_t euler_to_quat(const zq_euler_t& e) {
@@ -81,36 +89,44 @@ zq_quat_t euler_to_quat(const zq_euler_t& e) {
     return q;
 }
 
-zq_quat_t rotation_to_quat(const zq_matrix_t& R) {
-    const auto& r = R.data;
-    const float t = r[0][0] + r[1][1] + r[2][2];
-    zq_quat_t q;
+zq_quat_t quat_of_columns(const Lanes c[3]) {
+    const float r00 = c[0][0], r10 = c[0][1], r20 = c[0][2];
+    const float r01 = c[1][0], r11 = c[1][1], r21 = c[1][2];
+    const float r02 = c[2][0], r12 = c[2][1], r22 = c[2][2];
+    // The four parts as one quotient: the largest part is s / 4, the others
+    // a sum or difference over s.
+    const float t = r00 + r11 + r22;
+    Lanes num, den;
     if (t > 1e-6f) {
         const float s = 2.0f * std::sqrt(1.0f + t);
-        q.w = s / 4;
-        q.x = (r[2][1] - r[1][2]) / s;
-        q.y = (r[0][2] - r[2][0]) / s;
-        q.z = (r[1][0] - r[0][1]) / s;
-    } else if (r[0][0] > r[1][1] && r[0][0] > r[2][2]) {
-        const float s = 2.0f * std::sqrt(1.0f + r[0][0] - r[1][1] - r[2][2]);
-        q.w = (r[2][1] - r[1][2]) / s;
-        q.x = s / 4;
-        q.y = (r[1][0] + r[0][1]) / s;
-        q.z = (r[0][2] + r[2][0]) / s;
-    } else if (r[1][1] > r[2][2]) {
-        const float s = 2.0f * std::sqrt(1.0f + r[1][1] - r[0][0] - r[2][2]);
-        q.w = (r[0][2] - r[2][0]) / s;
-        q.x = (r[1][0] + r[0][1]) / s;
-        q.y = s / 4;
-        q.z = (r[2][1] + r[1][2]) / s;
+        num = Lanes{s, r21 - r12, r02 - r20, r10 - r01};
+        den = Lanes{4.0f, s, s, s};
+    } else if (r00 > r11 && r00 > r22) {
+        const float s = 2.0f * std::sqrt(1.0f + r00 - r11 - r22);
+        num = Lanes{r21 - r12, s, r10 + r01, r02 + r20};
+        den = Lanes{s, 4.0f, s, s};
+    } else if (r11 > r22) {
+        const float s = 2.0f * std::sqrt(1.0f + r11 - r00 - r22);
+        num = Lanes{r02 - r20, r10 + r01, s, r21 + r12};
+        den = Lanes{s, s, 4.0f, s};
     } else {
-        const float s = 2.0f * std::sqrt(1.0f + r[2][2] - r[0][0] - r[1][1]);
-        q.w = (r[1][0] - r[0][1]) / s;
-        q.x = (r[0][2] + r[2][0]) / s;
-        q.y = (r[2][1] + r[1][2]) / s;
-        q.z = s / 4;
+        const float s = 2.0f * std::sqrt(1.0f + r22 - r00 - r11);
+        num = Lanes{r10 - r01, r02 + r20, r21 + r12, s};
+        den = Lanes{s, s, s, 4.0f};
     }
+    const Lanes v = num / den;
+    zq_quat_t q;
+    q.w = v[0];
+    q.x = v[1];
+    q.y = v[2];
+    q.z = v[3];
     return q;
+}
+
+zq_quat_t rotation_to_quat(const zq_matrix_t& R) {
+    Lanes c[3];
+    columns_of(R, c, 3);
+    return quat_of_columns(c);
 }
 
 zq_matrix_t quat_to_rotation(const zq_quat_t& q) {
@@ -144,14 +160,20 @@ zq_matrix_t pose_to_matrix_quat(const zq_pose_t& p) {
     return transform_of(quat_to_rotation(p.quaternion), p.position.x, p.position.y, p.position.z);
 }
 
-zq_pose_t matrix_to_pose(const zq_matrix_t& T) {
+zq_pose_t pose_of_columns(const Lanes c[4]) {
     zq_pose_t p;
-    p.position.x = T.data[0][3];
-    p.position.y = T.data[1][3];
-    p.position.z = T.data[2][3];
-    p.euler = rotation_to_euler(T);
-    p.quaternion = rotation_to_quat(T);
+    p.position.x = c[3][0];
+    p.position.y = c[3][1];
+    p.position.z = c[3][2];
+    p.euler = euler_of_columns(c);
+    p.quaternion = quat_of_columns(c);
     return p;
+}
+
+zq_pose_t matrix_to_pose(const zq_matrix_t& T) {
+    Lanes c[4];
+    columns_of(T, c, 4);
+    return pose_of_columns(c);
 }
 
 zq_matrix_t pose6_to_matrix(const float pose[6]) {
