@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "kinematics/joint_trig.h"
 #include "kinematics/lanes.h"
@@ -57,8 +58,20 @@ template <const Family& F>
 void evaluate(const zq_dh_block_t& dh, const float q[8], Lanes out[4]) {
     // All sines and cosines first: they are independent of each other and
     // overlap, while the frame updates below form one dependent chain.
-    float theta[8] = {}, sn[8], cs[8];
-    for (int i = 0; i < F.n; ++i) theta[i] = q[i] + dh.offset[i];
+    // The angles are formed as two whole vectors (a wide read of several
+    // narrow writes would wait for them to reach the cache); joints past the
+    // family's count are 0.
+    Lanes lo, hi, qv, off;
+    std::memcpy(&qv, q, sizeof qv);
+    std::memcpy(&off, dh.offset, sizeof off);
+    lo = qv + off;
+    std::memcpy(&qv, q + 4, sizeof qv);
+    std::memcpy(&off, dh.offset + 4, sizeof off);
+    const LaneMask used = LaneMask{4, 5, 6, 7} < F.n;
+    hi = reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(qv + off) & used);
+    float theta[8], sn[8], cs[8];
+    std::memcpy(theta, &lo, sizeof lo);
+    std::memcpy(theta + 4, &hi, sizeof hi);
     joint_sin_cos8(theta, sn, cs);
     Frame f = {{Lanes{1, 0, 0, 0}, Lanes{0, 1, 0, 0}, Lanes{0, 0, 1, 0}}, Lanes{0, 0, 0, 0}};
 #pragma GCC unroll 7

@@ -2,6 +2,7 @@
 
 #include "kinematics/chain.h"
 #include "kinematics/matrix4.h"
+#include "kinematics/pose_lanes.h"
 #include "kinematics/rotation.h"
 #include "kinematics/sys_data.h"
 

@@ -6,7 +6,6 @@
 #pragma once
 
 #include "kinematics/kin_types.h"
-#include "kinematics/lanes.h"
 
 namespace zq {
 
@@ -18,12 +17,6 @@ zq_quat_t rotation_to_quat(const zq_matrix_t& R);
 // A (near) zero quaternion gives the identity.
 zq_matrix_t quat_to_rotation(const zq_quat_t& q);  // 3 by 3
 zq_euler_t quat_to_euler(const zq_quat_t& q);
-
-// The same three conversions on a transform held as columns of lanes: c[0]
-// to c[2] the rotation columns, c[3] the translation (lane 3 is not read).
-zq_euler_t euler_of_columns(const Lanes c[3]);
-zq_quat_t quat_of_columns(const Lanes c[3]);
-zq_pose_t pose_of_columns(const Lanes c[4]);
 
 zq_matrix_t pose_to_matrix_euler(const zq_pose_t& p);  // reads position and euler
 zq_matrix_t pose_to_matrix_quat(const zq_pose_t& p);   // reads position and quaternion
