@@ -60,15 +60,17 @@ void evaluate(const zq_dh_block_t& dh, const float q[8], Lanes out[4]) {
     // overlap, while the frame updates below form one dependent chain.
     // The angles are formed as two whole vectors (a wide read of several
     // narrow writes would wait for them to reach the cache); joints past the
-    // family's count are 0.
-    Lanes lo, hi, qv, off;
+    // family's count are 0, and q is read only up to it.
+    static_assert(F.n >= 4 && F.n <= 8, "the first four joints are read as one vector");
+    auto at = [&](int i) { return i < F.n ? q[i] : 0.0f; };
+    Lanes qv, off;
     std::memcpy(&qv, q, sizeof qv);
     std::memcpy(&off, dh.offset, sizeof off);
-    lo = qv + off;
-    std::memcpy(&qv, q + 4, sizeof qv);
+    const Lanes lo = qv + off;
+    qv = Lanes{at(4), at(5), at(6), at(7)};
     std::memcpy(&off, dh.offset + 4, sizeof off);
     const LaneMask used = LaneMask{4, 5, 6, 7} < F.n;
-    hi = reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(qv + off) & used);
+    const Lanes hi = reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(qv + off) & used);
     float theta[8], sn[8], cs[8];
     std::memcpy(theta, &lo, sizeof lo);
     std::memcpy(theta + 4, &hi, sizeof hi);

@@ -29,8 +29,9 @@ zq_pose_t get_work_tool_pose(const float q[8]) {
     const zq_sys_data_t& s = sys_data;
     const bool work = !s.Twork_world.identity(), base = !s.Tworld_base.identity();
     const bool tool = !s.Tflange_tool.identity();
-    Lanes c[4];
-    if (!(work || base || tool) && closed_form_columns(s.model_code, s.dh, q, c)) {
+    if (!(work || base || tool)) {
+        Lanes c[4];
+        if (!closed_form_columns(s.model_code, s.dh, q, c)) chain_base_flange_columns(q, true, c);
         for (Lanes& v : c) v += 0.0f;
         return pose_of_columns(c);
     }
