@@ -4,6 +4,7 @@
 // multiplies, and narrows back.
 #pragma once
 
+#include <cstdint>
 #include <cstring>
 
 namespace zq {
@@ -28,8 +29,13 @@ inline void scale_joints(const float* in, int n, double k, float out[8]) {
     auto at = [&](int i) { return i < n ? in[i] : 0.0f; };
     const Four lo = {at(0), at(1), at(2), at(3)}, hi = {at(4), at(5), at(6), at(7)};
     const Wide kk = {k, k, k, k};
-    const Four a = __builtin_convertvector(__builtin_convertvector(lo, Wide) * kk, Four);
-    const Four b = __builtin_convertvector(__builtin_convertvector(hi, Wide) * kk, Four);
+    // Entries past n stay +0 whatever the sign of k.
+    typedef int32_t Mask __attribute__((vector_size(16)));
+    const Mask used_lo = Mask{0, 1, 2, 3} < n, used_hi = Mask{4, 5, 6, 7} < n;
+    const Four a = reinterpret_cast<Four>(
+        reinterpret_cast<Mask>(__builtin_convertvector(__builtin_convertvector(lo, Wide) * kk, Four)) & used_lo);
+    const Four b = reinterpret_cast<Four>(
+        reinterpret_cast<Mask>(__builtin_convertvector(__builtin_convertvector(hi, Wide) * kk, Four)) & used_hi);
     std::memcpy(out, &a, sizeof a);
     std::memcpy(out + 4, &b, sizeof b);
 }
