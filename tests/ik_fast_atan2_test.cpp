@@ -1,5 +1,5 @@
-// The single-precision arctangent of the float solvers against the double
-// library function.
+// The single-precision arctangent of the float solvers, and its four-lane
+// form, against the double library function.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -9,23 +9,42 @@
 
 namespace {
 
+double gap(float got, float y, float x) {
+    return std::fabs(std::remainder(got - std::atan2(static_cast<double>(y), static_cast<double>(x)), 2 * M_PI));
+}
+
 TEST(IkFastAtan2, AgreesWithTheLibraryFunction) {
     std::mt19937 rng(5);
     std::uniform_real_distribution<float> u(-1.0f, 1.0f);
     std::uniform_real_distribution<float> e(-20.0f, 5.0f);
-    double worst = 0;
+    double worst = 0, worst_lanes = 0;
     for (int k = 0; k < 200000; ++k) {
-        const float y = u(rng) * std::pow(10.0f, e(rng)), x = u(rng) * std::pow(10.0f, e(rng));
-        const double d = std::remainder(
-            zq::fast_atan2(y, x) - std::atan2(static_cast<double>(y), static_cast<double>(x)), 2 * M_PI);
-        worst = std::fmax(worst, std::fabs(d));
+        float y[4], x[4];
+        for (int i = 0; i < 4; ++i) {
+            y[i] = u(rng) * std::pow(10.0f, e(rng));
+            x[i] = u(rng) * std::pow(10.0f, e(rng));
+        }
+        worst = std::fmax(worst, gap(zq::fast_atan2(y[0], x[0]), y[0], x[0]));
+        const zq::Lanes r = zq::fast_atan2(zq::Lanes{y[0], y[1], y[2], y[3]}, zq::Lanes{x[0], x[1], x[2], x[3]});
+        for (int i = 0; i < 4; ++i) worst_lanes = std::fmax(worst_lanes, gap(r[i], y[i], x[i]));
     }
     EXPECT_LT(worst, 5e-7);
-    // Axes, signed zeros and the quadrant boundaries.
-    const float v[] = {0.0f, -0.0f, 1.0f, -1.0f, 2.5f, -2.5f};
-    for (float y : v)
-        for (float x : v) EXPECT_NEAR(zq::fast_atan2(y, x), std::atan2(y, x), 5e-7) << y << " " << x;
+    EXPECT_LT(worst_lanes, 5e-7);
+    // Axes, signed zeros, infinities and the quadrant boundaries.
+    const float v[] = {0.0f, -0.0f, 1.0f, -1.0f, 2.5f, -2.5f, INFINITY, -INFINITY};
+    for (float y : v) {
+        for (float x : v) {
+            const float want = std::atan2(y, x);
+            EXPECT_NEAR(zq::fast_atan2(y, x), want, 5e-7) << y << " " << x;
+            const zq::Lanes r = zq::fast_atan2(zq::Lanes{y, 1, y, 1}, zq::Lanes{x, 1, 1, x});
+            EXPECT_NEAR(r[0], want, 5e-7) << y << " " << x;
+            EXPECT_EQ(std::signbit(r[0]), std::signbit(want)) << y << " " << x;
+            EXPECT_NEAR(r[2], std::atan2(y, 1.0f), 5e-7) << y;
+            EXPECT_NEAR(r[3], std::atan2(1.0f, x), 5e-7) << x;
+        }
+    }
     EXPECT_TRUE(std::isnan(zq::fast_atan2(NAN, 1.0f)));
+    EXPECT_TRUE(std::isnan(zq::fast_atan2(zq::Lanes{NAN, 1, 1, 1}, zq::Lanes{1, 1, 1, 1})[0]));
 }
 
 }  // namespace

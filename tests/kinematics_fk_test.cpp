@@ -319,7 +319,7 @@ TEST(KinematicsFrames, GettersReturnWhatWasSet) {
     // The stored work transform is the inverse of the work frame pose.
     const Mat4 inv = kinref::inverse(kinref::pose(1, 2, 3, 0.1, 0.2, 0.3));
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 4; ++j) EXPECT_NEAR(zq::sys_data.Twork_world.data[i][j], inv[i][j], 1e-5);
+        for (int j = 0; j < 4; ++j) EXPECT_NEAR(zq::sys_data.Twork_world.matrix().data[i][j], inv[i][j], 1e-5);
     zq_algo_set_toolframe(nullptr);
     zq_algo_get_curr_toolframe(nullptr);
 }

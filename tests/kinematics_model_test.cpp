@@ -62,7 +62,7 @@ TEST(KinematicsModel, LoadSetsConstantsAndFrames) {
     EXPECT_EQ(tcp[0], 0.25f);
     EXPECT_EQ(tcp[3], 4.0f);
     EXPECT_EQ(zq::sys_data.direction[1], -1.0f);
-    EXPECT_EQ(zq::sys_data.Tworld_base.data[1][1], 1.0f);
+    EXPECT_EQ(zq::sys_data.Tworld_base.matrix().data[1][1], 1.0f);
     EXPECT_TRUE(zq::dh_is_nominal());
     zq_dh_t changed = zq_algo_get_dh();
     changed.d[2] += 0.01f;

@@ -49,7 +49,7 @@ Cached T02{kIdentity, false}, T05{kIdentity, false}, T06{kIdentity, false};
 
 bool is_modeling(const char* mode) { return mode && std::strcmp(mode, kModeling) == 0; }
 
-zq_matrix_t chain_base_flange(const float q[8], bool add_offset) {
+void chain_base_flange_columns(const float q[8], bool add_offset, Lanes c[4]) {
     const zq_sys_data_t& s = sys_data;
     const zq_dh_block_t& dh = s.dh;
     const int dof = s.dof < 0 ? 0 : (s.dof > kMaxJoints ? kMaxJoints : s.dof);
@@ -58,9 +58,16 @@ zq_matrix_t chain_base_flange(const float q[8], bool add_offset) {
 
     // The sines and cosines first: they do not depend on each other, while
     // the link products form one dependent chain.
-    float theta[8] = {}, st[8], ct[8];
-    for (int i = 0; i < dof; ++i) theta[i] = q[i] + (add_offset ? dh.offset[i] : 0.0f);
-    if (flange_link && dof <= kFlangeLink) theta[kFlangeLink] = dh.offset[kFlangeLink];
+    // The angles are gathered in registers and written as two whole vectors,
+    // which the vector reads of joint_sin_cos8 then find at once.
+    auto angle = [&](int i) {
+        if (i < dof) return q[i] + (add_offset ? dh.offset[i] : 0.0f);
+        return i == kFlangeLink && flange_link ? dh.offset[kFlangeLink] : 0.0f;
+    };
+    const Lanes lo = {angle(0), angle(1), angle(2), angle(3)}, hi = {angle(4), angle(5), angle(6), angle(7)};
+    float theta[8], st[8], ct[8];
+    std::memcpy(theta, &lo, sizeof lo);
+    std::memcpy(theta + 4, &hi, sizeof hi);
     joint_sin_cos8(theta, st, ct);
     float flange_st = st[kFlangeLink], flange_ct = ct[kFlangeLink];
     if (flange_link && dof > kFlangeLink) joint_sin_cos(dh.offset[kFlangeLink], &flange_st, &flange_ct);
@@ -83,6 +90,12 @@ zq_matrix_t chain_base_flange(const float q[8], bool add_offset) {
         right_modified(f, flange_st, flange_ct, sa, ca, twist_of(sa, ca), dh.a[kFlangeLink],
                        dh.d[kFlangeLink]);
     }
+    for (int k = 0; k < 4; ++k) c[k] = f.c[k];
+}
+
+zq_matrix_t chain_base_flange(const float q[8], bool add_offset) {
+    Frame f;
+    chain_base_flange_columns(q, add_offset, f.c);
     return matrix_of(f);
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "kinematics/kin_types.h"
+#include "kinematics/lanes.h"
 
 namespace zq {
 
@@ -26,6 +27,8 @@ zq_matrix_t chain_transform(const float q[8], const char* mode, const char* key)
 // Tbase_flange alone, the "T0n" product, with the offsets added when
 // `add_offset` (the "machine" mode); refreshes the same caches.
 zq_matrix_t chain_base_flange(const float q[8], bool add_offset);
+// The same as columns: c[0] to c[2] the rotation columns, c[3] the translation.
+void chain_base_flange_columns(const float q[8], bool add_offset, Lanes c[4]);
 
 // The cached partial chains of the last evaluation.
 zq_matrix_t cached_T02();

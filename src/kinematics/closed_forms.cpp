@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 
 #include "kinematics/joint_trig.h"
 #include "kinematics/lanes.h"
@@ -54,11 +55,25 @@ inline void apply_rz(Frame& f, float st, float ct) {
 }
 
 template <const Family& F>
-zq_matrix_t evaluate(const zq_dh_block_t& dh, const float q[8], int kind) {
+void evaluate(const zq_dh_block_t& dh, const float q[8], Lanes out[4]) {
     // All sines and cosines first: they are independent of each other and
     // overlap, while the frame updates below form one dependent chain.
-    float theta[8] = {}, sn[8], cs[8];
-    for (int i = 0; i < F.n; ++i) theta[i] = q[i] + dh.offset[i];
+    // The angles are formed as two whole vectors (a wide read of several
+    // narrow writes would wait for them to reach the cache); joints past the
+    // family's count are 0, and q is read only up to it.
+    static_assert(F.n >= 4 && F.n <= 8, "the first four joints are read as one vector");
+    auto at = [&](int i) { return i < F.n ? q[i] : 0.0f; };
+    Lanes qv, off;
+    std::memcpy(&qv, q, sizeof qv);
+    std::memcpy(&off, dh.offset, sizeof off);
+    const Lanes lo = qv + off;
+    qv = Lanes{at(4), at(5), at(6), at(7)};
+    std::memcpy(&off, dh.offset + 4, sizeof off);
+    const LaneMask used = LaneMask{4, 5, 6, 7} < F.n;
+    const Lanes hi = reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(qv + off) & used);
+    float theta[8], sn[8], cs[8];
+    std::memcpy(theta, &lo, sizeof lo);
+    std::memcpy(theta + 4, &hi, sizeof hi);
     joint_sin_cos8(theta, sn, cs);
     Frame f = {{Lanes{1, 0, 0, 0}, Lanes{0, 1, 0, 0}, Lanes{0, 0, 1, 0}}, Lanes{0, 0, 0, 0}};
 #pragma GCC unroll 7
@@ -77,14 +92,10 @@ zq_matrix_t evaluate(const zq_dh_block_t& dh, const float q[8], int kind) {
             if (has_d) f.p = f.p + dh.d[i] * f.c[2];
         }
     }
-    zq_matrix_t T{};
-    T.rows = T.cols = 4;
-    for (int r = 0; r < 3; ++r) {
-        for (int k = 0; k < 3; ++k) T.data[r][k] = f.c[k][r];
-        T.data[r][3] = f.p[r];
-    }
-    T.data[3][3] = 1.0f;
-    return shape_of(T, kind);
+    out[0] = f.c[0];
+    out[1] = f.c[1];
+    out[2] = f.c[2];
+    out[3] = f.p;
 }
 
 }  // namespace
@@ -104,17 +115,25 @@ zq_matrix_t shape_of(const zq_matrix_t& T, int kind) {
     return r;
 }
 
-zq_matrix_t T_1N_zq41(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kZq41>(dh, q, kind); }
-zq_matrix_t T_1N_zq52(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kZq52>(dh, q, kind); }
-zq_matrix_t T_1N_zql36(const zq_dh_block_t& dh, const float q[8], int kind) {
-    return evaluate<kZql36>(dh, q, kind);
+bool closed_form_columns(int code, const zq_dh_block_t& dh, const float q[8], Lanes c[4]) {
+    switch (code) {
+        case 0: evaluate<kZq41>(dh, q, c); return true;
+        case 1: case 19: case 20: case 23: case 24: evaluate<kZq52>(dh, q, c); return true;
+        case 3: case 10: evaluate<kZql36>(dh, q, c); return true;
+        case 4: evaluate<kZql36Offset>(dh, q, c); return true;
+        case 5: case 6: case 8: evaluate<kVda>(dh, q, c); return true;
+        case 7: case 11: case 18: evaluate<kHtr27>(dh, q, c); return true;
+        default: return false;
+    }
 }
-zq_matrix_t T_1N_zql36_offset(const zq_dh_block_t& dh, const float q[8], int kind) {
-    return evaluate<kZql36Offset>(dh, q, kind);
-}
-zq_matrix_t T_1N_vda(const zq_dh_block_t& dh, const float q[8], int kind) { return evaluate<kVda>(dh, q, kind); }
-zq_matrix_t T_1N_htr27(const zq_dh_block_t& dh, const float q[8], int kind) {
-    return evaluate<kHtr27>(dh, q, kind);
+
+zq_matrix_t matrix_of_columns(const Lanes c[4]) {
+    zq_matrix_t T{};
+    T.rows = T.cols = 4;
+    for (int r = 0; r < 3; ++r)
+        for (int k = 0; k < 4; ++k) T.data[r][k] = c[k][r];
+    T.data[3][3] = 1.0f;
+    return T;
 }
 
 }  // namespace zq

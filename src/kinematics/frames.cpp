@@ -37,7 +37,7 @@ extern "C" {
 void zq_algo_set_toolframe(const zq_frame_t* frame) {
     if (!frame) return;
     pose_to_six(frame->pose, sys_data.tool);
-    sys_data.Tflange_tool = pose6_to_matrix(sys_data.tool);
+    sys_data.Tflange_tool.set(pose6_to_matrix(sys_data.tool));
     for (float& v : sys_data.payload) v = 0.0f;
     sys_data.payload[0] = frame->payload;
     sys_data.payload[1] = frame->x;
@@ -57,7 +57,7 @@ void zq_algo_get_curr_toolframe(zq_frame_t* frame) {
 void zq_algo_set_workframe(const zq_frame_t* frame) {
     if (!frame) return;
     pose_to_six(frame->pose, sys_data.work);
-    sys_data.Twork_world = pose6_to_matrix_inverse(sys_data.work);
+    sys_data.Twork_world.set(pose6_to_matrix_inverse(sys_data.work));
 }
 
 void zq_algo_get_curr_workframe(zq_frame_t* frame) {
@@ -74,7 +74,7 @@ void zq_algo_set_angle(float x, float y, float z) {
     sys_data.gravity[1] = -kGravity * std::cos(a[1]) * std::sin(a[0]);
     sys_data.gravity[2] = -kGravity * std::cos(a[0]) * std::cos(a[1]);
     const float install[6] = {0.0f, 0.0f, 0.0f, a[0], a[1], a[2]};
-    sys_data.Tworld_base = pose6_to_matrix(install);
+    sys_data.Tworld_base.set(pose6_to_matrix(install));
 }
 
 void zq_algo_get_angle(float* x, float* y, float* z) {

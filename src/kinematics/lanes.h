@@ -19,4 +19,8 @@ inline Lanes splat(float x) {
     return Lanes{x, x, x, x};
 }
 
+inline LaneMask splat_bits(int32_t x) {
+    return LaneMask{x, x, x, x};
+}
+
 }  // namespace zq

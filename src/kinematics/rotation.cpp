@@ -2,16 +2,10 @@
 
 #include <cmath>
 
-#include "kinematics/fast_atan2.h"
+#include "kinematics/pose_lanes.h"
 
 namespace zq {
 namespace {
-
-constexpr float kPoleLimit = 0.999999f;
-constexpr float kWrapBelow = -3.13f;
-constexpr double kFullTurn = 6.283185307179586;
-
-float wrap(float a) { return a < kWrapBelow ? static_cast<float>(a + kFullTurn) : a; }
 
 // Rz(rz) Ry(ry) Rx(rx) into the top-left block of m.
 void fill_rotation(zq_matrix_t& m, float rx, float ry, float rz) {
@@ -27,6 +21,11 @@ void fill_rotation(zq_matrix_t& m, float rx, float ry, float rz) {
     m.data[2][0] = -sy;
     m.data[2][1] = cy * sx;
     m.data[2][2] = cy * cx;
+}
+
+// Columns 0 to n - 1 of rows 0 to 2, lane 3 zero.
+void columns_of(const zq_matrix_t& T, Lanes c[], int n) {
+    for (int k = 0; k < n; ++k) c[k] = Lanes{T.data[0][k], T.data[1][k], T.data[2][k], 0.0f};
 }
 
 zq_matrix_t transform_of(const zq_matrix_t& R, float x, float y, float z) {
@@ -50,23 +49,9 @@ zq_matrix_t euler_to_rotation(const zq_euler_t& e) {
 }
 
 zq_euler_t rotation_to_euler(const zq_matrix_t& R) {
-    const auto& r = R.data;
-    zq_euler_t e{};
-    e.ry = fast_atan2(-r[2][0], std::sqrt(r[0][0] * r[0][0] + r[1][0] * r[1][0]));
-    if (r[2][0] > kPoleLimit) {
-        e.rx = -fast_atan2(r[0][1], r[1][1]);
-        e.rz = 0.0f;
-    } else if (r[2][0] < -kPoleLimit) {
-        e.rx = fast_atan2(r[0][1], r[1][1]);
-        e.rz = 0.0f;
-    } else {
-        e.rx = fast_atan2(r[2][1], r[2][2]);
-        e.rz = fast_atan2(r[1][0], r[0][0]);
-    }
-    e.rx = wrap(e.rx);
-    e.ry = wrap(e.ry);
-    e.rz = wrap(e.rz);
-    return e;
+    Lanes c[3];
+    columns_of(R, c, 3);
+    return euler_of_columns(c);
 }
 
 zq_quat_t euler_to_quat(const zq_euler_t& e) {
@@ -82,35 +67,9 @@ zq_quat_t euler_to_quat(const zq_euler_t& e) {
 }
 
 zq_quat_t rotation_to_quat(const zq_matrix_t& R) {
-    const auto& r = R.data;
-    const float t = r[0][0] + r[1][1] + r[2][2];
-    zq_quat_t q;
-    if (t > 1e-6f) {
-        const float s = 2.0f * std::sqrt(1.0f + t);
-        q.w = s / 4;
-        q.x = (r[2][1] - r[1][2]) / s;
-        q.y = (r[0][2] - r[2][0]) / s;
-        q.z = (r[1][0] - r[0][1]) / s;
-    } else if (r[0][0] > r[1][1] && r[0][0] > r[2][2]) {
-        const float s = 2.0f * std::sqrt(1.0f + r[0][0] - r[1][1] - r[2][2]);
-        q.w = (r[2][1] - r[1][2]) / s;
-        q.x = s / 4;
-        q.y = (r[1][0] + r[0][1]) / s;
-        q.z = (r[0][2] + r[2][0]) / s;
-    } else if (r[1][1] > r[2][2]) {
-        const float s = 2.0f * std::sqrt(1.0f + r[1][1] - r[0][0] - r[2][2]);
-        q.w = (r[0][2] - r[2][0]) / s;
-        q.x = (r[1][0] + r[0][1]) / s;
-        q.y = s / 4;
-        q.z = (r[2][1] + r[1][2]) / s;
-    } else {
-        const float s = 2.0f * std::sqrt(1.0f + r[2][2] - r[0][0] - r[1][1]);
-        q.w = (r[1][0] - r[0][1]) / s;
-        q.x = (r[0][2] + r[2][0]) / s;
-        q.y = (r[2][1] + r[1][2]) / s;
-        q.z = s / 4;
-    }
-    return q;
+    Lanes c[3];
+    columns_of(R, c, 3);
+    return quat_of_columns(c);
 }
 
 zq_matrix_t quat_to_rotation(const zq_quat_t& q) {
@@ -145,13 +104,9 @@ zq_matrix_t pose_to_matrix_quat(const zq_pose_t& p) {
 }
 
 zq_pose_t matrix_to_pose(const zq_matrix_t& T) {
-    zq_pose_t p;
-    p.position.x = T.data[0][3];
-    p.position.y = T.data[1][3];
-    p.position.z = T.data[2][3];
-    p.euler = rotation_to_euler(T);
-    p.quaternion = rotation_to_quat(T);
-    return p;
+    Lanes c[4];
+    columns_of(T, c, 4);
+    return pose_of_columns(c);
 }
 
 zq_matrix_t pose6_to_matrix(const float pose[6]) {

@@ -22,14 +22,19 @@ void copy8(const float* src, float* dst) {
 
 }  // namespace
 
+void zq_fixed_frame_t::set(const zq_matrix_t& m) {
+    m_ = m;
+    identity_ = is_identity4(m);
+}
+
 int sys_data_reset(int code, int force) {
     zq_sys_data_t& s = sys_data;
     s = zq_sys_data_t{};
     s.cycle = kCycle;
     s.gravity[2] = kGravityZ;
-    matrix_identity4(&s.Tflange_tool);
-    matrix_identity4(&s.Twork_world);
-    matrix_identity4(&s.Tworld_base);
+    s.Tflange_tool.set(matrix_eye(4));
+    s.Twork_world.set(matrix_eye(4));
+    s.Tworld_base.set(matrix_eye(4));
     s.model_code = code;
     s.force_type = force;
 

@@ -31,6 +31,23 @@ struct zq_joint_limit_t {
     float acc_limit;      // rad/s^2
 };
 
+// A fixed frame of the model (tool, work or installation transform) and
+// whether it is the 4 by 4 identity bit for bit (is_identity4). The matrix
+// changes only through set(), which computes the flag from the new matrix, so
+// the two always agree: a copy carries both, and a zeroed record is a zero
+// matrix flagged as not the identity, which sends it down the general path.
+class zq_fixed_frame_t {
+public:
+    void set(const zq_matrix_t& m);
+    const zq_matrix_t& matrix() const { return m_; }
+    operator const zq_matrix_t&() const { return m_; }
+    bool identity() const { return identity_; }
+
+private:
+    zq_matrix_t m_{};
+    bool identity_ = false;
+};
+
 // The model block. A reset zeroes all of it.
 struct zq_sys_data_t {
     zq_dh_block_t dh;
@@ -42,9 +59,9 @@ struct zq_sys_data_t {
     float Install_angle[3];  // rx, ry, rz
     float tool[6];           // x, y, z, rx, ry, rz
     float work[6];
-    zq_matrix_t Tflange_tool;
-    zq_matrix_t Twork_world;  // the inverse of the work frame pose
-    zq_matrix_t Tworld_base;
+    zq_fixed_frame_t Tflange_tool;
+    zq_fixed_frame_t Twork_world;  // the inverse of the work frame pose
+    zq_fixed_frame_t Tworld_base;
     float dynamics[kDynamicsSize];  // the last 70 are dyn_param, 10 per joint
     float direction[8];
     int16_t dof;

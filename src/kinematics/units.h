@@ -4,6 +4,9 @@
 // multiplies, and narrows back.
 #pragma once
 
+#include <cstdint>
+#include <cstring>
+
 namespace zq {
 
 constexpr double kDegToRad = 0.017453292519943295;
@@ -16,11 +19,25 @@ inline float scale(float v, double k) { return static_cast<float>(static_cast<do
 inline float divide(float v, double k) { return static_cast<float>(static_cast<double>(v) / k); }
 
 // Copies `n` caller angles (at most 8) into a zero-filled float[8], scaled by k.
+// The angles are gathered in registers and the eight results written as two
+// whole vectors: the kinematics read them back as vectors at once, and a wide
+// read that spans several narrow writes waits until they reach the cache.
 inline void scale_joints(const float* in, int n, double k, float out[8]) {
-    for (int i = 0; i < 8; ++i) out[i] = 0.0f;
-    if (!in) return;
-    if (n > 8) n = 8;
-    for (int i = 0; i < n; ++i) out[i] = scale(in[i], k);
+    typedef float Four __attribute__((vector_size(16)));
+    typedef double Wide __attribute__((vector_size(32)));
+    if (!in) n = 0;
+    auto at = [&](int i) { return i < n ? in[i] : 0.0f; };
+    const Four lo = {at(0), at(1), at(2), at(3)}, hi = {at(4), at(5), at(6), at(7)};
+    const Wide kk = {k, k, k, k};
+    // Entries past n stay +0 whatever the sign of k.
+    typedef int32_t Mask __attribute__((vector_size(16)));
+    const Mask used_lo = Mask{0, 1, 2, 3} < n, used_hi = Mask{4, 5, 6, 7} < n;
+    const Four a = reinterpret_cast<Four>(
+        reinterpret_cast<Mask>(__builtin_convertvector(__builtin_convertvector(lo, Wide) * kk, Four)) & used_lo);
+    const Four b = reinterpret_cast<Four>(
+        reinterpret_cast<Mask>(__builtin_convertvector(__builtin_convertvector(hi, Wide) * kk, Four)) & used_hi);
+    std::memcpy(out, &a, sizeof a);
+    std::memcpy(out + 4, &b, sizeof b);
 }
 
 }  // namespace zq
