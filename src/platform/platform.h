@@ -16,7 +16,6 @@ namespace zq::platform {
 
 using Thread = std::thread;
 using Mutex = std::mutex;
-using TimedMutex = std::timed_mutex;
 using RwLock = std::shared_mutex;
 using CondVar = std::condition_variable;
 

@@ -14,6 +14,7 @@ using Clock = std::chrono::steady_clock;
 constexpr int kChunk = 8192;
 constexpr int kStopReading = -3;  // the stream ended, or the socket cannot be polled
 constexpr int kLeftForReceiver = -4;
+constexpr int kReceiverRouting = -5;  // the receive thread is routing this stream
 
 int take(ReplyFifo& fifo, const char* key, char* out, int capacity) {
     std::lock_guard<pf::Mutex> lock(fifo.lock);
@@ -28,10 +29,11 @@ int read_stream_for(zq_robot_session& s, const char* key, char* out, int capacit
     char chunk[kChunk];
     {
         // The receive thread may be routing this stream right now, perhaps
-        // in a slow event callback; once the lock is ours it has filed all
-        // it read. The wait for it keeps to the budget.
-        std::unique_lock<pf::TimedMutex> stream(s.stream_lock, deadline);
-        if (!stream.owns_lock()) return -1;
+        // in a slow event callback: it then files this caller's reply too,
+        // and the caller waits for it in the FIFO, within its budget. Once
+        // the lock is had, the receive thread has filed all it read.
+        std::unique_lock<pf::Mutex> stream(s.stream_lock, std::try_to_lock);
+        if (!stream.owns_lock()) return kReceiverRouting;
         if (s.left_for_receiver.load(std::memory_order_acquire)) return kLeftForReceiver;
     }
     for (;;) {
@@ -45,7 +47,7 @@ int read_stream_for(zq_robot_session& s, const char* key, char* out, int capacit
         if (ready < 0) return kStopReading;
         if (ready == 0) continue;
         // Held only briefly by the receive thread now that it skips this stream.
-        std::lock_guard<pf::TimedMutex> stream(s.stream_lock);
+        std::lock_guard<pf::Mutex> stream(s.stream_lock);
         const int got = s.socket->zq_socket_recv(s.socket, chunk, kChunk);
         if (got == -1) {
             s.peer_closed.store(true, std::memory_order_release);
@@ -82,7 +84,9 @@ int wait_reading_stream(zq_robot_session& s, const char* key, char* out, int cap
             s.caller_reading.store(true, std::memory_order_release);
             lock.unlock();
             n = read_stream_for(s, key, out, capacity, deadline);
-            s.caller_done_us.store(pf::monotonic_us(), std::memory_order_relaxed);
+            // A caller that got its reply is likely to read again soon; one
+            // that gave the stream up leaves it to the receive thread at once.
+            if (n >= 0) s.caller_done_us.store(pf::monotonic_us(), std::memory_order_relaxed);
             s.caller_reading.store(false, std::memory_order_release);
             // The receive thread takes the socket back within its recheck
             // time; what was left to it is its at once.

@@ -172,7 +172,7 @@ namespace {
 // caller left in the stream, then what the socket holds. A session whose
 // stream a waiting caller reads is skipped.
 void serve(zq_robot_session& s, bool readable, char* chunk) {
-    std::unique_lock<platform::TimedMutex> lock(s.stream_lock, std::try_to_lock);
+    std::unique_lock<platform::Mutex> lock(s.stream_lock, std::try_to_lock);
     if (!lock.owns_lock() || s.caller_reading.load(std::memory_order_acquire)) return;
     if (s.left_for_receiver.exchange(false, std::memory_order_acq_rel)) stream_route(s, Router::kReceiveThread);
     if (!readable) return;

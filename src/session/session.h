@@ -35,10 +35,10 @@ struct zq_robot_session {
     // both: the stream and the socket's reads are guarded by `stream_lock`.
     // Messages a caller must not route stay in the stream for the receive
     // thread (`left_for_receiver`).
-    platform::TimedMutex stream_lock;
+    platform::Mutex stream_lock;
     StreamBuffer stream;
     std::atomic<bool> caller_reading{false};
-    std::atomic<uint64_t> caller_done_us{0};  // when a waiting caller last let go of the stream
+    std::atomic<uint64_t> caller_done_us{0};  // when a waiting caller last got its reply from the stream
     std::atomic<bool> left_for_receiver{false};
     std::atomic<bool> peer_closed{false};
     // Set once the session leaves the pool (delete or destroy): waits on it end.
