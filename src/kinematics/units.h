@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "kinematics/lanes.h"
+
 namespace zq {
 
 constexpr double kDegToRad = 0.017453292519943295;
@@ -23,19 +25,17 @@ inline float divide(float v, double k) { return static_cast<float>(static_cast<d
 // whole vectors: the kinematics read them back as vectors at once, and a wide
 // read that spans several narrow writes waits until they reach the cache.
 inline void scale_joints(const float* in, int n, double k, float out[8]) {
-    typedef float Four __attribute__((vector_size(16)));
-    typedef double Wide __attribute__((vector_size(32)));
+    typedef double Wide __attribute__((vector_size(32)));  // four doubles, as `scale` widens
     if (!in) n = 0;
     auto at = [&](int i) { return i < n ? in[i] : 0.0f; };
-    const Four lo = {at(0), at(1), at(2), at(3)}, hi = {at(4), at(5), at(6), at(7)};
+    const Lanes lo = {at(0), at(1), at(2), at(3)}, hi = {at(4), at(5), at(6), at(7)};
     const Wide kk = {k, k, k, k};
     // Entries past n stay +0 whatever the sign of k.
-    typedef int32_t Mask __attribute__((vector_size(16)));
-    const Mask used_lo = Mask{0, 1, 2, 3} < n, used_hi = Mask{4, 5, 6, 7} < n;
-    const Four a = reinterpret_cast<Four>(
-        reinterpret_cast<Mask>(__builtin_convertvector(__builtin_convertvector(lo, Wide) * kk, Four)) & used_lo);
-    const Four b = reinterpret_cast<Four>(
-        reinterpret_cast<Mask>(__builtin_convertvector(__builtin_convertvector(hi, Wide) * kk, Four)) & used_hi);
+    const LaneMask used_lo = LaneMask{0, 1, 2, 3} < n, used_hi = LaneMask{4, 5, 6, 7} < n;
+    const Lanes a = reinterpret_cast<Lanes>(
+        reinterpret_cast<LaneMask>(__builtin_convertvector(__builtin_convertvector(lo, Wide) * kk, Lanes)) & used_lo);
+    const Lanes b = reinterpret_cast<Lanes>(
+        reinterpret_cast<LaneMask>(__builtin_convertvector(__builtin_convertvector(hi, Wide) * kk, Lanes)) & used_hi);
     std::memcpy(out, &a, sizeof a);
     std::memcpy(out + 4, &b, sizeof b);
 }
