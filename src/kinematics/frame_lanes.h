@@ -58,9 +58,10 @@ inline Twist twist_of(float sa, float ca) {
 // F x L for the modified link L = Rx(alpha) Tx(a) Rz(theta) Tz(d), column by
 // column. Every sum is the one of the full product, with the same operands in
 // the same order; only the terms whose link entry is an exact zero are left
-// out (they could only change the sign of a zero result).
-[[gnu::always_inline]] inline void right_modified(Frame& f, float st, float ct, float sa, float ca, Twist t, float a,
-                                                  float d) {
+// out (they could only change the sign of a zero result). S is float, or
+// Lanes holding the value in every lane (the same numbers, already spread).
+template <class S>
+[[gnu::always_inline]] inline void right_modified(Frame& f, S st, S ct, S sa, S ca, Twist t, S a, S d) {
     const Lanes c0 = f.c[0], c1 = f.c[1], c2 = f.c[2], p = f.c[3];
     switch (t) {
         case Twist::Zero:
@@ -87,8 +88,8 @@ inline Twist twist_of(float sa, float ca) {
             f.c[3] = (c0 * a + c2 * -d) + p;
             break;
         case Twist::Other: {
-            const float m10 = st * ca, m11 = ct * ca, m12 = -sa, m13 = -sa * d;
-            const float m20 = st * sa, m21 = ct * sa, m22 = ca, m23 = ca * d;
+            const S m10 = st * ca, m11 = ct * ca, m12 = -sa, m13 = -sa * d;
+            const S m20 = st * sa, m21 = ct * sa, m22 = ca, m23 = ca * d;
             f.c[0] = c0 * ct + c1 * m10 + c2 * m20;
             f.c[1] = c0 * -st + c1 * m11 + c2 * m21;
             f.c[2] = c0 * 0.0f + c1 * m12 + c2 * m22;
@@ -99,10 +100,10 @@ inline Twist twist_of(float sa, float ca) {
 }
 
 // F x L for the standard link L = Rz(theta) Tz(d) Tx(a) Rx(alpha), the full product.
-[[gnu::always_inline]] inline void right_standard(Frame& f, float st, float ct, float sa, float ca, float a,
-                                                  float d) {
-    const float m01 = -ca * st, m02 = sa * st, m03 = a * ct;
-    const float m11 = ca * ct, m12 = -sa * ct, m13 = a * st;
+template <class S>
+[[gnu::always_inline]] inline void right_standard(Frame& f, S st, S ct, S sa, S ca, S a, S d) {
+    const S m01 = -ca * st, m02 = sa * st, m03 = a * ct;
+    const S m11 = ca * ct, m12 = -sa * ct, m13 = a * st;
     const Lanes c0 = f.c[0], c1 = f.c[1], c2 = f.c[2], p = f.c[3];
     f.c[0] = c0 * ct + c1 * st + c2 * 0.0f;
     f.c[1] = c0 * m01 + c1 * m11 + c2 * sa;

@@ -6,28 +6,35 @@
 
 #include <cmath>
 
+#include "kinematics/lanes.h"
+
 namespace zq {
 
 namespace trig_detail {
 
 constexpr float kLimit = 8192.0f;
 
-// The reduction and polynomials for |x| < kLimit, free of branches.
-inline void reduced_sin_cos(float x, float* s, float* c) {
+// The reduction and polynomials for |x| < kLimit, free of branches. One text
+// for a float and for four lanes, so that the two give the same numbers.
+inline int quadrant_of(float k) { return static_cast<int>(k); }
+inline LaneMask quadrant_of(Lanes k) { return __builtin_convertvector(k, LaneMask); }
+
+template <class T>
+[[gnu::always_inline]] inline void reduced_sin_cos(T x, T* s, T* c) {
     constexpr float kTwoOverPi = 0.636619772367581343f;
     constexpr float kP1 = 1.5703125f;                    // pi/2 in three parts
     constexpr float kP2 = 4.837512969970703125e-4f;
     constexpr float kP3 = 7.54978995489188216e-8f;
     constexpr float kRound = 12582912.0f;  // 1.5 * 2^23: adding it rounds to an integer
-    const float k = (x * kTwoOverPi + kRound) - kRound;
-    const int quadrant = static_cast<int>(k);
-    const float r = ((x - k * kP1) - k * kP2) - k * kP3;
-    const float r2 = r * r;
-    const float sp = r + r * r2 * (-1.6666654611e-1f + r2 * (8.3321608736e-3f + r2 * -1.9515295891e-4f));
-    const float cp = 1.0f - 0.5f * r2 +
-                     r2 * r2 * (4.166664568298827e-2f + r2 * (-1.388731625493765e-3f + r2 * 2.443315711809948e-5f));
-    const float sv = (quadrant & 1) ? cp : sp;
-    const float cv = (quadrant & 1) ? sp : cp;
+    const T k = (x * kTwoOverPi + kRound) - kRound;
+    const auto quadrant = quadrant_of(k);
+    const T r = ((x - k * kP1) - k * kP2) - k * kP3;
+    const T r2 = r * r;
+    const T sp = r + r * r2 * (-1.6666654611e-1f + r2 * (8.3321608736e-3f + r2 * -1.9515295891e-4f));
+    const T cp = 1.0f - 0.5f * r2 +
+                 r2 * r2 * (4.166664568298827e-2f + r2 * (-1.388731625493765e-3f + r2 * 2.443315711809948e-5f));
+    const T sv = (quadrant & 1) ? cp : sp;
+    const T cv = (quadrant & 1) ? sp : cp;
     *s = (quadrant & 2) ? -sv : sv;
     *c = ((quadrant + 1) & 2) ? -cv : cv;
 }
@@ -53,6 +60,24 @@ inline void joint_sin_cos8(const float x[8], float s[8], float c[8]) {
         return;
     }
     for (int i = 0; i < 8; ++i) trig_detail::reduced_sin_cos(x[i], &s[i], &c[i]);
+}
+
+// joint_sin_cos8 on eight angles held as two vectors, the same values.
+inline void joint_sin_cos8(const Lanes x[2], Lanes s[2], Lanes c[2]) {
+    const LaneMask magnitude = splat_bits(INT32_MAX);
+    const LaneMask reduced = (reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(x[0]) & magnitude) < trig_detail::kLimit) &
+                             (reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(x[1]) & magnitude) < trig_detail::kLimit);
+    if (!all_lanes(reduced)) {
+        for (int i = 0; i < 8; ++i) {
+            float si, ci;
+            joint_sin_cos(x[i >> 2][i & 3], &si, &ci);
+            s[i >> 2][i & 3] = si;
+            c[i >> 2][i & 3] = ci;
+        }
+        return;
+    }
+    trig_detail::reduced_sin_cos(x[0], &s[0], &c[0]);
+    trig_detail::reduced_sin_cos(x[1], &s[1], &c[1]);
 }
 
 }  // namespace zq

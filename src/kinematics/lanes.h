@@ -10,6 +10,10 @@
 
 #include <cstdint>
 
+#if defined(__SSE__)
+#include <xmmintrin.h>
+#endif
+
 namespace zq {
 
 typedef float Lanes __attribute__((vector_size(16)));
@@ -21,6 +25,15 @@ inline Lanes splat(float x) {
 
 inline LaneMask splat_bits(int32_t x) {
     return LaneMask{x, x, x, x};
+}
+
+// Whether every lane of a comparison result is set.
+inline bool all_lanes(LaneMask m) {
+#if defined(__SSE__)
+    return _mm_movemask_ps(reinterpret_cast<__m128>(m)) == 0xF;
+#else
+    return (m[0] & m[1] & m[2] & m[3]) != 0;
+#endif
 }
 
 }  // namespace zq

@@ -117,18 +117,4 @@ int internal_to_public_model(int code) {
 
 int public_force(int force) { return (force >= 0 && force < kForceVariants) ? force : 0; }
 
-bool has_flange_link(int code) {
-    switch (code) {
-        case 12: case 13: case 14: case 15: case 21: case 22: case 25: case 26:
-        case 27: case 28: case 29: case 30: case 31: case 32:
-            return true;
-        default:
-            return false;
-    }
-}
-
-bool uses_standard_dh(int code) {
-    return code == 1 || code == 19 || code == 20 || code == 23 || code == 24;
-}
-
 }  // namespace zq

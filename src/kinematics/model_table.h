@@ -38,8 +38,13 @@ int internal_to_public_model(int code);
 // Public force value; values outside 0 to 5 give 0.
 int public_force(int force);
 // Codes whose chain ends in a fixed eighth link (the KWB and MQ families).
-bool has_flange_link(int code);
+constexpr bool has_flange_link(int code) {
+    constexpr uint64_t kCodes = 0x1FE60F000ull;  // 12 to 15, 21, 22, 25 to 32
+    return code >= 0 && code < 64 && ((kCodes >> code) & 1u) != 0;
+}
 // Codes written in the standard DH form.
-bool uses_standard_dh(int code);
+constexpr bool uses_standard_dh(int code) {
+    return code == 1 || code == 19 || code == 20 || code == 23 || code == 24;
+}
 
 }  // namespace zq
