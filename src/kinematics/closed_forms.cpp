@@ -71,14 +71,13 @@ void evaluate(const zq_dh_block_t& dh, const float q[8], Lanes out[4]) {
     std::memcpy(&off, dh.offset + 4, sizeof off);
     const LaneMask used = LaneMask{4, 5, 6, 7} < F.n;
     const Lanes hi = reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(qv + off) & used);
-    float theta[8], sn[8], cs[8];
-    std::memcpy(theta, &lo, sizeof lo);
-    std::memcpy(theta + 4, &hi, sizeof hi);
+    const Lanes theta[2] = {lo, hi};
+    Lanes sn[2], cs[2];
     joint_sin_cos8(theta, sn, cs);
     Frame f = {{Lanes{1, 0, 0, 0}, Lanes{0, 1, 0, 0}, Lanes{0, 0, 1, 0}}, Lanes{0, 0, 0, 0}};
 #pragma GCC unroll 7
     for (int i = 0; i < F.n; ++i) {
-        const float st = sn[i], ct = cs[i];
+        const float st = sn[i >> 2][i & 3], ct = cs[i >> 2][i & 3];
         const bool has_d = F.d_used & (1u << i), has_a = F.a_used & (1u << i);
         if (F.standard) {  // Rz(theta) Tz(d) Tx(a) Rx(alpha)
             if (has_d) f.p = f.p + dh.d[i] * f.c[2];

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cmath>
+#include <cstring>
 
 #include "kinematics/lanes.h"
 
@@ -50,19 +51,8 @@ inline void joint_sin_cos(float x, float* s, float* c) {
     trig_detail::reduced_sin_cos(x, s, c);
 }
 
-// joint_sin_cos of eight angles at once, the same values lane by lane: with
-// all angles in the reduced range the loop has no branch and runs as vectors.
-inline void joint_sin_cos8(const float x[8], float s[8], float c[8]) {
-    bool reduced = true;
-    for (int i = 0; i < 8; ++i) reduced &= std::fabs(x[i]) < trig_detail::kLimit;
-    if (!reduced) {
-        for (int i = 0; i < 8; ++i) joint_sin_cos(x[i], &s[i], &c[i]);
-        return;
-    }
-    for (int i = 0; i < 8; ++i) trig_detail::reduced_sin_cos(x[i], &s[i], &c[i]);
-}
-
-// joint_sin_cos8 on eight angles held as two vectors, the same values.
+// joint_sin_cos of eight angles held as two vectors, the same values lane by
+// lane: with all angles in the reduced range there is no branch.
 inline void joint_sin_cos8(const Lanes x[2], Lanes s[2], Lanes c[2]) {
     const LaneMask magnitude = splat_bits(INT32_MAX);
     const LaneMask reduced = (reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(x[0]) & magnitude) < trig_detail::kLimit) &
@@ -78,6 +68,15 @@ inline void joint_sin_cos8(const Lanes x[2], Lanes s[2], Lanes c[2]) {
     }
     trig_detail::reduced_sin_cos(x[0], &s[0], &c[0]);
     trig_detail::reduced_sin_cos(x[1], &s[1], &c[1]);
+}
+
+// The same on eight floats.
+inline void joint_sin_cos8(const float x[8], float s[8], float c[8]) {
+    Lanes xv[2], sv[2], cv[2];
+    std::memcpy(xv, x, sizeof xv);
+    joint_sin_cos8(xv, sv, cv);
+    std::memcpy(s, sv, sizeof sv);
+    std::memcpy(c, cv, sizeof cv);
 }
 
 }  // namespace zq

@@ -98,11 +98,6 @@ zq_matrix_t matrix_eye(int n) {
     return r;
 }
 
-void matrix_identity4(zq_matrix_t* m) {
-    if (!m) return;
-    *m = matrix_eye(4);
-}
-
 zq_matrix_t matrix_rotation(const zq_matrix_t& T) {
     zq_matrix_t r{};
     r.rows = r.cols = 3;

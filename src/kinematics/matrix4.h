@@ -18,7 +18,6 @@ zq_matrix_t rigid_mul(const zq_matrix_t& A, const zq_matrix_t& B);
 bool is_identity4(const zq_matrix_t& M);
 zq_matrix_t matrix_transpose(const zq_matrix_t& A);
 zq_matrix_t matrix_eye(int n);
-void matrix_identity4(zq_matrix_t* m);
 zq_matrix_t matrix_rotation(const zq_matrix_t& T);     // 3 by 3 block
 zq_matrix_t matrix_translation(const zq_matrix_t& T);  // column 3 as 3 by 1
 zq_matrix_t matrix_cross(const zq_matrix_t& a, const zq_matrix_t& b);
