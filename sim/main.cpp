@@ -5,10 +5,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "arm_models.h"
 #include "simulator.h"
+#ifdef ZQ_SIM_VIEW
+#include "sim_view.h"
+#endif
 
 #ifndef ZQ_SIM_VERSION
 #define ZQ_SIM_VERSION "unknown"
@@ -32,6 +36,8 @@ const char kUsage[] =
     "                         (-B, -ZF, -6F, -6FB, -B-V, -6FB-V), e.g. ZQ52-6F-1.0\n"
     "  -c, --controller TEXT  controller version: 4.0, or a 3.x text such as 3.5.2 (default 4.0)\n"
     "  -d, --dof N            joint count, 1 to 10 (default: the model's)\n"
+    "  -v, --view PORT        also serve a live 3D view of the arm on http://127.0.0.1:PORT\n"
+    "                         (0 picks a free port; the page's address is the second line)\n"
     "  -l, --list-models      print the known families and exit\n"
     "  -h, --help             print this text and exit\n"
     "  -V, --version          print the version and exit\n"
@@ -67,16 +73,18 @@ int main(int argc, char** argv) {
     int dof = 0;
     std::string model = "ZQ41-B-1.0";
     std::string controller = "4.0";
+    int view_port = -1;
 
     static const option kOptions[] = {
         {"port", required_argument, nullptr, 'p'},     {"model", required_argument, nullptr, 'm'},
         {"controller", required_argument, nullptr, 'c'}, {"dof", required_argument, nullptr, 'd'},
         {"list-models", no_argument, nullptr, 'l'},    {"help", no_argument, nullptr, 'h'},
+        {"view", required_argument, nullptr, 'v'},
         {"version", no_argument, nullptr, 'V'},        {nullptr, 0, nullptr, 0},
     };
     opterr = 0;  // the messages below replace getopt's own
     for (;;) {
-        const int c = getopt_long(argc, argv, ":p:m:c:d:lhV", kOptions, nullptr);
+        const int c = getopt_long(argc, argv, ":p:m:c:d:v:lhV", kOptions, nullptr);
         if (c == -1) break;
         switch (c) {
             case 'p':
@@ -90,6 +98,9 @@ int main(int argc, char** argv) {
                 break;
             case 'd':
                 if (!parse_int(optarg, 1, 10, &dof)) return bad_usage("invalid joint count", optarg);
+                break;
+            case 'v':
+                if (!parse_int(optarg, 0, 65535, &view_port)) return bad_usage("invalid view port", optarg);
                 break;
             case 'l':
                 list_models(stdout);
@@ -138,9 +149,26 @@ int main(int argc, char** argv) {
     std::printf("zq_sim: %s (controller %s, %d joints) listening on 127.0.0.1:%d\n",
                 cfg.product_version.c_str(), cfg.controller_version.c_str(), cfg.dof, bound);
     std::fflush(stdout);
+#ifdef ZQ_SIM_VIEW
+    std::unique_ptr<zqview::SimulatorView> view;
+    if (view_port >= 0) {
+        view.reset(new zqview::SimulatorView(bound, view_port));
+        if (!view->ok()) {
+            std::fprintf(stderr, "zq_sim: no view: %s\n", view->error().c_str());
+            return 1;
+        }
+        std::printf("zq_sim: view on %s\n", view->url().c_str());
+        std::fflush(stdout);
+    }
+#else
+    if (view_port >= 0) std::fprintf(stderr, "zq_sim: built without the viewer; --view ignored\n");
+#endif
 
     int sig = 0;
     sigwait(&stop_signals, &sig);
+#ifdef ZQ_SIM_VIEW
+    view.reset();
+#endif
     sim.stop();
     std::printf("zq_sim: stopped by signal %d\n", sig);
     return 0;
