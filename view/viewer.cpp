@@ -33,7 +33,6 @@ using std::chrono::milliseconds;
 constexpr int kSamplePeriodMs = 5;     // how often the sampler looks at the state cache
 constexpr int kQueryPeriodMs = 20;     // how often it asks the controller when no report comes
 constexpr int kStaleReportMs = 1000;   // a report older than this counts as none
-constexpr int kHeartbeatMs = 250;      // an unchanged state is still sent this often
 constexpr int kStreamWaitMs = 1000;    // a stream with nothing new writes a comment line
 
 int free_udp_port() {
@@ -75,11 +74,6 @@ Sample from_query(const zq_current_arm_state_t& st, int dof) {
     s.err_len = st.err_len > 24 ? 24 : st.err_len;
     std::memcpy(s.err, st.err, sizeof(int) * static_cast<size_t>(s.err_len));
     return s;
-}
-
-bool same_sample(const Sample& a, const Sample& b) {
-    return std::memcmp(a.q_deg, b.q_deg, sizeof a.q_deg) == 0 && a.status == b.status && a.err_len == b.err_len &&
-           std::memcmp(a.err, b.err, sizeof a.err) == 0 && a.realtime == b.realtime;
 }
 
 }  // namespace
@@ -151,19 +145,26 @@ struct Viewer::Impl {
         return stopping;
     }
 
+    // Every new report (or, without reports, every answered state query)
+    // becomes a frame; the frame replaces the one before, sent or not.
     void sample_loop() {
         const int dof = arm->arm_dof;
-        Sample last;
-        Clock::time_point last_sent{}, last_query{};
-        bool have = false;
+        int64_t last_report_ms = -1;
+        Clock::time_point last_query{};
         while (!is_stopping()) {
             Sample s;
             bool got = false;
             zq_realtime_arm_joint_state_t r;
             int32_t age = 0;
+            const int64_t now_ms =
+                std::chrono::duration_cast<milliseconds>(Clock::now().time_since_epoch()).count();
             if (!opt.poll && zq_get_realtime_arm_state(arm, &r, &age) == 0 && age < kStaleReportMs) {
-                s = from_report(r, dof);
-                got = true;
+                const int64_t received = now_ms - age;  // tells a new report from the one before
+                if (received > last_report_ms + 1 || received < last_report_ms - 1) {
+                    last_report_ms = received;
+                    s = from_report(r, dof);
+                    got = true;
+                }
             } else if (Clock::now() - last_query >= milliseconds(kQueryPeriodMs)) {
                 last_query = Clock::now();
                 zq_current_arm_state_t st{};
@@ -172,11 +173,7 @@ struct Viewer::Impl {
                     got = true;
                 }
             }
-            const auto now = Clock::now();
-            if (got && (!have || !same_sample(s, last) || now - last_sent >= milliseconds(kHeartbeatMs))) {
-                last = s;
-                have = true;
-                last_sent = now;
+            if (got) {
                 long long n;
                 {
                     std::lock_guard<std::mutex> l(lock);

@@ -22,9 +22,9 @@ host.appendChild(renderer.domElement);
 const scene = new THREE.Scene();
 const camera = new THREE.PerspectiveCamera(45, window.innerWidth / window.innerHeight, 0.01, 50);
 camera.up.set(0, 0, 1);
-camera.position.set(1.1, -1.1, 0.8);
+camera.position.set(0.85, -0.85, 0.65);
 const controls = new OrbitControls(camera, renderer.domElement);
-controls.target.set(0, 0, 0.3);
+controls.target.set(0, 0, 0.28);
 controls.update();
 
 scene.add(new THREE.HemisphereLight(0xdde6f0, 0x202428, 1.6));
@@ -52,10 +52,21 @@ function setMatrix(obj, rowMajor) {
   obj.matrixWorldNeedsUpdate = true;
 }
 
-// The chain: a line through the frame origins, a small ball at each joint.
-const chainGeom = new THREE.BufferGeometry();
-const chain = new THREE.Line(chainGeom, new THREE.LineBasicMaterial({ color: 0xc9d1d9 }));
-scene.add(chain);
+// The chain: a thin rod between successive frame origins, a small ball at each joint.
+const rods = [];
+const rodMat = new THREE.MeshStandardMaterial({ color: 0xc9d1d9, roughness: 0.4 });
+function drawRod(i, a, b) {
+  if (!rods[i]) {
+    rods[i] = new THREE.Mesh(new THREE.CylinderGeometry(0.007, 0.007, 1, 12), rodMat);
+    scene.add(rods[i]);
+  }
+  const len = a.distanceTo(b);
+  rods[i].visible = len > 1e-6;
+  if (!rods[i].visible) return;
+  rods[i].scale.set(1, len, 1);
+  rods[i].position.copy(a).add(b).multiplyScalar(0.5);
+  rods[i].quaternion.setFromUnitVectors(new THREE.Vector3(0, 1, 0), b.clone().sub(a).normalize());
+}
 const jointBalls = [];
 const ballGeom = new THREE.SphereGeometry(0.012, 16, 12);
 const ballMat = new THREE.MeshStandardMaterial({ color: 0xc9d1d9 });
@@ -88,8 +99,11 @@ function drawCapsule(i, c) {
   e.mesh.position.copy(a).add(b).multiplyScalar(0.5);
   if (len > 1e-9) e.mesh.quaternion.setFromUnitVectors(up, b.clone().sub(a).normalize());
   const hit = c.clear < CONTACT;
-  e.mesh.material.color.copy(capsuleColour(c.clear));
-  e.mesh.material.opacity = hit ? 0.9 : 0.5;
+  const colour = capsuleColour(c.clear);
+  e.mesh.material.color.copy(colour);
+  e.mesh.material.emissive.copy(colour).multiplyScalar(hit ? 0.6 : 0.3);
+  e.mesh.material.opacity = hit ? 0.92 : 0.45;
+  e.mesh.material.depthWrite = hit;
   e.mesh.visible = true;
   e.contact = hit;
 }
@@ -148,7 +162,7 @@ function draw(f) {
   setMatrix(flangeAxes, f.frames[f.frames.length - 1]);
   setMatrix(toolAxes, f.tool);
   const origins = f.frames.map((m) => new THREE.Vector3(m[3], m[7], m[11]));
-  chainGeom.setFromPoints(origins);
+  for (let i = 1; i < origins.length; ++i) drawRod(i - 1, origins[i - 1], origins[i]);
   origins.forEach((p, i) => {
     if (!jointBalls[i]) {
       jointBalls[i] = new THREE.Mesh(ballGeom, ballMat);
@@ -181,7 +195,11 @@ setInterval(() => {
 function connect() {
   const events = new EventSource('events');
   events.onopen = () => { $('link').textContent = 'live'; $('link').className = 'live'; };
-  events.onerror = () => { $('link').textContent = 'reconnecting'; $('link').className = 'lost'; };
+  events.onerror = () => {
+    $('link').textContent = 'reconnecting';
+    $('link').className = 'lost';
+    if (events.readyState === EventSource.CLOSED) setTimeout(connect, 1000);  // refused: try again
+  };
   events.onmessage = (e) => {
     pending = JSON.parse(e.data);  // the newest wins; drawing happens once per animation frame
     ++count;
