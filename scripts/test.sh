@@ -38,6 +38,9 @@ cmake --build build-ci --target docs >/dev/null
 echo "== service class, exported symbols, relocated install and packages"
 bash scripts/check_package.sh build-ci
 
+echo "== live 3D view: server tests, and the page in headless Chromium"
+bash scripts/view_test.sh build-ci  # reuses the plain build's library objects
+
 echo "== AddressSanitizer and UndefinedBehaviorSanitizer"
 # With clang the stage also checks float-to-integer casts and implicit integer
 # truncations and sign changes. Enumeration ranges are left out: a C caller may

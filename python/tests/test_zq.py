@@ -196,3 +196,31 @@ def test_qp_stream_follows_a_line(arm):
         zq.qp.step(None, q0)
     with pytest.raises(zq.Error):
         zq.qp.step(np.full((4, 4), np.nan), q0)
+
+
+@pytest.mark.skipif(zq._zq_view_program() is None, reason="zq_view not built (-DZQ_BUILD_VIEW=ON)")
+def test_view_serves_the_arm_and_follows_a_move(sim, arm):
+    import json
+    import urllib.request
+
+    url = zq.view(arm, port=0)
+    assert url.startswith("http://127.0.0.1:")
+    try:
+        def state():
+            with urllib.request.urlopen(url + "state.json", timeout=2) as r:
+                return json.loads(r.read())
+
+        assert 'src="app.js"' in urllib.request.urlopen(url, timeout=2).read().decode()
+        target = np.array([15.0, -10.0, 30.0, 5.0, 20.0, -5.0])
+        arm.movej(target, v=80)
+        deadline = time.monotonic() + 1.0
+        while True:
+            s = state()
+            if s and np.allclose(s["q"], target, atol=0.05):
+                break
+            assert time.monotonic() < deadline, f"the view shows {s and s['q']}"
+            time.sleep(0.02)
+        assert s["source"] == "query"
+        assert len(s["frames"]) == 7
+    finally:
+        zq.view_stop()

@@ -11,13 +11,17 @@ Joint angles are degrees, lengths metres, Euler angles radians. Every failure ra
 whose ``code`` is the library's return code.
 """
 import atexit as _atexit
+import os as _os
+import re as _re
+import shutil as _shutil
+import subprocess as _subprocess
 
 from . import _zq
 from ._zq import (Arm, Error, Pose, Report, Simulator, algo, init, on_realtime, qp, set_timeout, strerror,
                   version, _shutdown)
 
 __all__ = ["Arm", "Error", "Pose", "Report", "Simulator", "algo", "init", "on_realtime", "qp", "set_timeout",
-           "strerror", "version"]
+           "strerror", "version", "view", "view_stop"]
 
 
 def _record_repr(self):
@@ -34,5 +38,56 @@ for _name in _zq._records:
     __all__.append(_name)
 del _name, _cls
 
+# ---- the live 3D view -------------------------------------------------------------------
+_views = []
+
+
+def _zq_view_program():
+    here = _os.path.dirname(_os.path.abspath(__file__))
+    up = here
+    for _ in range(6):  # the build tree (build/view) or the install tree (prefix/bin)
+        up = _os.path.dirname(up)
+        for candidate in (_os.path.join(up, "view", "zq_view"), _os.path.join(up, "bin", "zq_view")):
+            if _os.access(candidate, _os.X_OK):
+                return candidate
+    return _shutil.which("zq_view")
+
+
+def view(arm, port=8000, bind="127.0.0.1"):
+    """Serves the live 3D view of ``arm`` on http://bind:port and returns the page's address.
+
+    The server is zq_view, in a process of its own that connects to the same controller and
+    asks it for the arm's state 50 times a second, so the arm's realtime reports stay this
+    program's. The page only reads. The view ends with this program, or by ``view_stop()``.
+    ``port`` 0 picks a free port.
+    """
+    program = _zq_view_program()
+    if not program:
+        raise FileNotFoundError("zq_view is not installed (build with -DZQ_BUILD_VIEW=ON)")
+    host, arm_port = arm.address
+    p = _subprocess.Popen([program, "--arm", f"{host}:{arm_port}", "--http", str(port), "--bind", bind, "--poll"],
+                          stdout=_subprocess.PIPE, stdin=_subprocess.DEVNULL, text=True)
+    line = p.stdout.readline()
+    found = _re.search(r"(http://\S+)", line)
+    if not found:
+        p.wait()
+        raise RuntimeError(f"zq_view did not start (exit status {p.returncode})")
+    _views.append(p)
+    return found.group(1)
+
+
+def view_stop():
+    """Ends every view that ``view()`` started."""
+    while _views:
+        p = _views.pop()
+        p.terminate()
+        try:
+            p.wait(5)
+        except _subprocess.TimeoutExpired:
+            p.kill()
+            p.wait()
+
+
 # The library's threads call into Python: stop them before the interpreter goes.
 _atexit.register(_shutdown)
+_atexit.register(view_stop)
