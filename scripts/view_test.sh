@@ -5,13 +5,21 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 dir=${1:-build-view}
-if ! command -v chromium >/dev/null || ! dpkg-query -W -f='${Status}' libcpp-httplib-dev 2>/dev/null | grep -q 'ok installed'; then
+bash scripts/setup.sh
+need=()
+command -v chromium >/dev/null || need+=(chromium)
+command -v npm >/dev/null || need+=(nodejs npm)
+if [ ${#need[@]} -gt 0 ]; then
   SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO=sudo
   $SUDO apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends chromium libcpp-httplib-dev >/dev/null
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${need[@]}" >/dev/null
 fi
-cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZQ_WERROR=ON -DZQ_BUILD_VIEW=ON -DZQ_BUILD_PYTHON=OFF >/dev/null
-cmake --build "$dir" -j"${ZQ_JOBS:-2}" --target zq_sim zq_view zq_view_tests
+cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DZQ_WERROR=ON -DZQ_BUILD_VIEW=ON >/dev/null
+python=$(grep -q '^ZQ_BUILD_PYTHON:BOOL=ON' "$dir"/CMakeCache.txt && echo zq_python || true)
+cmake --build "$dir" -j"${ZQ_JOBS:-2}" --target zq_sim zq_view zq_view_tests $python
 "$dir"/view/zq_view_tests --gtest_brief=1
 cp view/tests/browser.test.mjs "$dir"/view/npm/
 ZQ_BUILD="$PWD/$dir" node --test "$dir"/view/npm/browser.test.mjs
+if [ -n "$python" ]; then  # zq.view() from Python
+  PYTHONPATH="$PWD/$dir/python" /usr/bin/python3 -m pytest -q -p no:cacheprovider python/tests -k view
+fi
