@@ -13,6 +13,7 @@
 #include "simulator.h"
 #include "viewer.h"
 #include "zq_api.h"
+#include "zq_collision.h"
 #include "zq_motion.h"
 
 namespace {
@@ -37,6 +38,8 @@ const char kUsage[] =
     "  -H, --http PORT       the page's port (default 8000; 0 picks a free port)\n"
     "  -b, --bind ADDRESS    the page's address (default 127.0.0.1: this machine only)\n"
     "      --poll            ask for the arm's state instead of using realtime reports\n"
+    "  -t, --tool-sphere R,X,Y,Z  a sphere of the tool envelope (metres, in the flange frame),\n"
+    "                        drawn and checked like the arm's capsules; up to five\n"
     "      --web DIR         the page's files (default: where the package installed them)\n"
     "  -h, --help            print this text and exit\n"
     "\n"
@@ -68,17 +71,20 @@ int main(int argc, char** argv) {
     std::string arm_addr, sim_model;
     bool sim = false, demo = false;
     zqview::Options opt;
+    zq_tool_sphere_t tool[5];
+    int spheres = 0;
     enum { kDemo = 256, kPoll, kWeb };
     static const option kOptions[] = {
         {"arm", required_argument, nullptr, 'a'}, {"sim", optional_argument, nullptr, 's'},
         {"demo", no_argument, nullptr, kDemo},    {"http", required_argument, nullptr, 'H'},
         {"bind", required_argument, nullptr, 'b'}, {"poll", no_argument, nullptr, kPoll},
         {"web", required_argument, nullptr, kWeb}, {"help", no_argument, nullptr, 'h'},
+        {"tool-sphere", required_argument, nullptr, 't'},
         {nullptr, 0, nullptr, 0},
     };
     opterr = 0;
     for (;;) {
-        const int c = getopt_long(argc, argv, ":a:s::H:b:h", kOptions, nullptr);
+        const int c = getopt_long(argc, argv, ":a:s::H:b:t:h", kOptions, nullptr);
         if (c == -1) break;
         char* end = nullptr;
         switch (c) {
@@ -103,6 +109,14 @@ int main(int argc, char** argv) {
             case kPoll:
                 opt.poll = true;
                 break;
+            case 't': {
+                zq_tool_sphere_t t{};
+                if (spheres == 5 || std::sscanf(optarg, "%f,%f,%f,%f", &t.radius, &t.centre[0], &t.centre[1],
+                                                &t.centre[2]) != 4 || !(t.radius > 0.0f))
+                    return bad_usage("invalid tool sphere", optarg);
+                tool[spheres++] = t;
+                break;
+            }
             case kWeb:
                 opt.web_dir = optarg;
                 break;
@@ -143,6 +157,7 @@ int main(int argc, char** argv) {
     sigaddset(&stop_signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
 
+    for (int i = 0; i < spheres; ++i) zq_algo_set_tool_envelope(i, tool[i]);
     if (zq_init(opt.poll ? ZQ_RECV_THREAD_MODE : ZQ_RECV_UDP_THREAD_MODE) != 0) return 1;
     zq_robot_handle* arm = zq_create_robot_arm(host.c_str(), port);
     if (!arm || arm->id < 0) {

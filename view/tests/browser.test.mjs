@@ -135,7 +135,9 @@ before(async () => {
   });
   page = await browser.newPage();
   await page.setViewport({ width: 1200, height: 760 });
-  page.on('console', (m) => { if (m.type() === 'error') problems.push(m.text()); });
+  page.on('console', (m) => {  // the software renderer's own performance notes aside
+    if (m.type() === 'error' || (m.type() === 'warn' && !/GL Driver Message/.test(m.text()))) problems.push(m.text());
+  });
   page.on('pageerror', (e) => problems.push(String(e)));
   page.on('requestfailed', (r) => { if (!r.url().endsWith('/events')) problems.push(`failed: ${r.url()}`); });
 });

@@ -13,7 +13,14 @@ window.zqView = state;  // read by the browser tests
 
 // ---- the 3D scene, z up as the arm's base frame --------------------------------------
 const host = document.getElementById('scene');
-const renderer = new THREE.WebGLRenderer({ antialias: true, preserveDrawingBuffer: true });
+let renderer;
+try {
+  renderer = new THREE.WebGLRenderer({ antialias: true, preserveDrawingBuffer: true });
+} catch (e) {  // no WebGL here: the readout alone
+  renderer = { domElement: document.createElement('div'), setPixelRatio() {}, setSize() {}, setClearColor() {},
+               render() {} };
+  document.getElementById('help').textContent = 'this browser has no WebGL: readout only';
+}
 renderer.setPixelRatio(window.devicePixelRatio);
 renderer.setSize(window.innerWidth, window.innerHeight);
 renderer.setClearColor(0x15181d);
@@ -22,9 +29,9 @@ host.appendChild(renderer.domElement);
 const scene = new THREE.Scene();
 const camera = new THREE.PerspectiveCamera(45, window.innerWidth / window.innerHeight, 0.01, 50);
 camera.up.set(0, 0, 1);
-camera.position.set(0.85, -0.85, 0.65);
+camera.position.set(1.0, -1.0, 0.75);
 const controls = new OrbitControls(camera, renderer.domElement);
-controls.target.set(0, 0, 0.28);
+controls.target.set(0, 0, 0.35);
 controls.update();
 
 scene.add(new THREE.HemisphereLight(0xdde6f0, 0x202428, 1.6));
@@ -109,9 +116,15 @@ function drawCapsule(i, c) {
 }
 
 // The flange's path over the last seconds.
+const TRAIL_MAX = 2048;  // points kept at most, beyond TRAIL_SECONDS of reports at 400 a second
 const trailPoints = [];
 const trailGeom = new THREE.BufferGeometry();
+const trailXYZ = new THREE.BufferAttribute(new Float32Array(TRAIL_MAX * 3), 3);
+trailXYZ.setUsage(THREE.DynamicDrawUsage);
+trailGeom.setAttribute('position', trailXYZ);
+trailGeom.setDrawRange(0, 0);
 const trail = new THREE.Line(trailGeom, new THREE.LineBasicMaterial({ color: 0x58a6ff }));
+trail.frustumCulled = false;
 scene.add(trail);
 
 // ---- the readout ------------------------------------------------------------------------
@@ -178,8 +191,11 @@ function draw(f) {
 
   const now = performance.now();
   trailPoints.push({ t: now, p: origins[origins.length - 1] });
-  while (trailPoints.length && now - trailPoints[0].t > TRAIL_SECONDS * 1000) trailPoints.shift();
-  trailGeom.setFromPoints(trailPoints.map((e) => e.p));
+  while (trailPoints.length > TRAIL_MAX || (trailPoints.length && now - trailPoints[0].t > TRAIL_SECONDS * 1000))
+    trailPoints.shift();
+  trailPoints.forEach((e, i) => trailXYZ.setXYZ(i, e.p.x, e.p.y, e.p.z));
+  trailXYZ.needsUpdate = true;
+  trailGeom.setDrawRange(0, trailPoints.length);
   showReadout(f);
 }
 
