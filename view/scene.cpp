@@ -15,31 +15,13 @@
 #include "kinematics/model_table.h"
 #include "kinematics/sys_data.h"
 #include "kinematics/units.h"
+#include "session/realtime.h"
 #include "zq_collision.h"
 
 namespace zqview {
 namespace {
 
 constexpr float kContact = 1e-5f;  // the check's own threshold: closer is contact
-
-const char* const kStatusNames[] = {"idle",
-                                    "move_L",
-                                    "move_J",
-                                    "move_C",
-                                    "move_S",
-                                    "move_through_joint",
-                                    "move_through_pose",
-                                    "move_through_force_pose",
-                                    "move_through_current",
-                                    "stop",
-                                    "slow_stop",
-                                    "pause",
-                                    "current_drag",
-                                    "sensor_drag",
-                                    "tech_demonstration",
-                                    "trajectory_reproducton",
-                                    "move_init_position",
-                                    "movev_canfd"};
 
 void append(std::string& out, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 void append(std::string& out, const char* fmt, ...) {
@@ -74,8 +56,8 @@ float pair_distance(const zq::capsule_pair& p) {
 }  // namespace
 
 const char* status_name(int status) {
-    return status >= 0 && status < static_cast<int>(sizeof kStatusNames / sizeof *kStatusNames) ? kStatusNames[status]
-                                                                                                : "unknown";
+    const char* name = zq::arm_status_name(status);
+    return name ? name : "unknown";
 }
 
 Scene::Scene(zq_robot_handle* handle) {

@@ -14,4 +14,7 @@ int parse_realtime_report(const char* data, int len, zq_realtime_arm_joint_state
 // the realtime callback.
 void realtime_dispatch(const char* data, int len, const char* ip, int arm_port, int udp_port);
 
+// The report's text of arm_current_status `status`, or null outside the table.
+const char* arm_status_name(int status);
+
 }  // namespace zq

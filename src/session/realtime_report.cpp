@@ -353,6 +353,11 @@ void realtime_dispatch(const char* data, int len, const char* ip, int arm_port, 
     if (zq_realtime_callback_t cb = g_callback.load(std::memory_order_acquire)) cb(r);
 }
 
+const char* arm_status_name(int status) {
+    return status >= 0 && status < static_cast<int>(sizeof kArmStatus / sizeof kArmStatus[0]) ? kArmStatus[status]
+                                                                                              : nullptr;
+}
+
 }  // namespace zq
 
 extern "C" void zq_realtime_arm_state_call_back(zq_realtime_callback_t callback) {
