@@ -173,8 +173,8 @@ std::string Scene::frame_json(const Sample& s, long long seq) {
             if (same(a, sc.link_a[i]) && same(b, sc.link_b[i])) return nj + i;
         return -1;
     };
-    zq::capsule_pair pairs[160];
-    const int np = zq::list_pairs(*f, sc, pairs, 160);
+    zq::capsule_pair pairs[256];
+    const int np = zq::list_pairs(*f, sc, pairs, 256);
     for (int k = 0; k < np; ++k) {
         const zq::capsule_pair& p = pairs[k];
         const float c = pair_distance(p) - (p.ra + p.rb);

@@ -124,8 +124,9 @@ struct Viewer::Impl {
     // Waits for a frame newer than `*last`, copies it; false when none came in `ms` or on stop.
     bool next_frame(long long* last, std::string* out, int ms) {
         std::unique_lock<std::mutex> l(lock);
-        fresh.wait_for(l, milliseconds(ms), [&] { return stopping || seq != *last; });
-        if (stopping || seq == *last) return false;
+        auto ready = [&] { return seq > 0 && seq != *last; };  // seq 0: nothing made yet
+        fresh.wait_for(l, milliseconds(ms), [&] { return stopping || ready(); });
+        if (stopping || !ready()) return false;
         *last = seq;
         *out = frame;
         return true;
