@@ -6,6 +6,7 @@
 
 #include "ik/dispatch.h"
 #include "ik/ik_mode.h"
+#include "ik/rescue.h"
 #include "ik/solvers.h"
 #include "ik_test_util.h"
 #include "kinematics/sys_data.h"
@@ -151,11 +152,18 @@ TEST_F(IkDispatch, WristSingularityKeepsTheReferenceDifference) {
     ref[5] -= 4;
     zq_inverse_kinematics_params_t p = params_for(arm_, q_, ref);
     float out[8];
+    zq::set_ik_rescue(false);  // the closed form alone
     ASSERT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
     EXPECT_NEAR(out[3] - out[5], ref[3] - ref[5], 1e-2);
     EXPECT_NEAR(out[4], q_[4], 1e-2);
     // The sum follows the pose to first order: the blend honours q4 + q6 of the target.
     EXPECT_NEAR(out[3] + out[5], q_[3] + q_[5], 0.3);
+    // That pose is off the target; the library's answer is corrected onto it.
+    const kinref::Mat4 T = iktest::flange_of(arm_, q_);
+    EXPECT_FALSE(iktest::solution_good(arm_, out, T));
+    zq::set_ik_rescue(true);
+    ASSERT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
+    EXPECT_TRUE(iktest::solution_good(arm_, out, T));
 }
 
 TEST(IkDispatchVda, StraightWristKeepsJointSixAtTheReference) {
@@ -166,8 +174,12 @@ TEST(IkDispatchVda, StraightWristKeepsJointSixAtTheReference) {
     ref[5] = 70;
     zq_inverse_kinematics_params_t p = params_for(a, q, ref);
     float out[8];
+    zq::set_ik_rescue(false);  // the closed form alone
     zq_algo_inverse_kinematics(nullptr, &p, out);
     EXPECT_NEAR(out[5], 70.0, 1e-3);
+    zq::set_ik_rescue(true);  // the library's answer reaches the target
+    EXPECT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
+    EXPECT_TRUE(iktest::solution_good(a, out, iktest::flange_of(a, q)));
 }
 
 TEST(IkSelection, ChoosesTheNearestRowInsideTheLimits) {

@@ -3,6 +3,7 @@
 // with the independent double-precision chain of kinematics_reference.h.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -10,8 +11,9 @@
 #include "ik/homotopy.h"
 #include "ik/ik_mode.h"
 #include "ik/nlopt_ik.h"
+#include "ik/rescue.h"
 #include "ik/solvers.h"
-#include "ik_test_util.h"
+#include "ik_universal_arms.h"
 #include "kinematics/mat.h"
 #include "kinematics/sys_data.h"
 
@@ -19,63 +21,13 @@ namespace {
 
 using iktest::Arm;
 
-// Modified-DH chains with twists and offsets of no known model.
-const Arm kArm6 = {"odd6",
-                   9,
-                   6,
-                   false,
-                   false,
-                   {0.32, 0.04, -0.03, 0.36, 0.02, 0.09},
-                   {0, 0.11, 0.42, 0.05, 0.03, 0.01},
-                   {0, -80, 7, 84, -95, 78},
-                   {0, -30, 20, 0, 15, 0},
-                   -1,
-                   {1, 0, 0, 0, 0, 0},
-                   {360, 360, 360, 360, 360, 360},
-                   {-360, -360, -360, -360, -360, -360}};
-const Arm kArm7 = {"odd7",
-                   9,
-                   7,
-                   false,
-                   false,
-                   {0.3, 0.02, 0.33, -0.02, 0.3, 0.01, 0.08},
-                   {0, 0.03, 0.02, 0.05, -0.04, 0.02, 0.03},
-                   {0, -85, 80, 95, -82, 88, 93},
-                   {0, 10, 0, -20, 0, 30, 0},
-                   -1,
-                   {1, 0, 0, 0, 0, 0},
-                   {360, 360, 360, 360, 360, 360, 360},
-                   {-360, -360, -360, -360, -360, -360, -360}};
-const Arm kArm5 = {"odd5",
-                   9,
-                   5,
-                   false,
-                   false,
-                   {0.3, 0.03, 0.02, 0.35, 0.1},
-                   {0, 0.1, 0.4, 0.03, 0.02},
-                   {0, -80, 7, 84, -95},
-                   {0, -30, 20, 0, 15},
-                   -1,
-                   {1, 0, 0, 0, 0, 0},
-                   {360, 360, 360, 360, 360},
-                   {-360, -360, -360, -360, -360}};
+using iktest::kArm5;
+using iktest::kArm6;
+using iktest::kArm7;
+using iktest::target_of;
 
 void load(const Arm& a) {
-    zq_dh_t dh{};
-    for (int i = 0; i < a.dof; ++i) {
-        dh.d[i] = static_cast<float>(a.d[i]);
-        dh.a[i] = static_cast<float>(a.a[i]);
-        dh.alpha[i] = static_cast<float>(a.alpha[i]);
-        dh.offset[i] = static_cast<float>(a.offset[i]);
-    }
-    zq_algo_init_sys_data_by_dh(ZQ_MODEL_ZQ_B_E, dh, a.dof);
-}
-
-zq_Mat_t target_of(const kinref::Mat4& T) {
-    zq_Mat_t m = zq::mat_zeros(4, 4);
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j) m.data[i][j] = static_cast<float>(T[i][j]);
-    return m;
+    iktest::load_universal(a);
 }
 
 class IkIterative : public ::testing::Test {
@@ -84,7 +36,10 @@ class IkIterative : public ::testing::Test {
         saved_step_ = zq::redundancy_step();
         zq::set_redundancy_mode(0);  // traversal, without touching the pristine flag
     }
-    void TearDown() override { zq::set_redundancy_step(saved_step_); }
+    void TearDown() override {
+        zq::set_redundancy_step(saved_step_);
+        zq::set_ik_rescue(true);
+    }
 
     // Random reachable targets solved through the exported function from a
     // random reference: how many were solved, and how many answers were wrong.
@@ -219,8 +174,9 @@ TEST_F(IkIterative, FailuresHaveTheirCodes) {
 }
 
 // A five-joint universal arm reaches the NLopt runs: L-BFGS gets to the target,
-// but the global run refuses its unbounded domain, so the answer is -1, for
-// every target, after the ten cycles and the final pair of runs.
+// but the global run refuses its unbounded domain, so the runs alone answer
+// -1, for every target, after the ten cycles and the final pair of runs. The
+// rescue's bounded runs then find the target.
 TEST_F(IkIterative, FiveJointArmRunsTheStagedMinimisation) {
     load(kArm5);
     EXPECT_EQ(zq::get_dof(), 5);
@@ -228,11 +184,15 @@ TEST_F(IkIterative, FiveJointArmRunsTheStagedMinimisation) {
     const kinref::Mat4 T = iktest::flange_of(kArm5, q);
     float ref[8] = {0}, out[8] = {0};
     for (int i = 0; i < 5; ++i) ref[i] = static_cast<float>((q[i] + 2.0) * kinref::kDeg);
+    float ref_copy[8];
+    std::copy(ref, ref + 8, ref_copy);
     zq::NloptReport r{};
+    zq::set_ik_rescue(false);
     EXPECT_EQ(zq::nlopt_ik_report(target_of(T), ref, out, &r), zq::kIkNoSolution);
     EXPECT_EQ(r.cycles, 10);
     EXPECT_LT(r.last_result, 0);
     EXPECT_LE(r.staged_min, 1e-8);
+    EXPECT_EQ(r.rescue_starts, 0);
     zq_inverse_kinematics_params_t p{};
     for (int i = 0; i < 5; ++i) p.q_in[i] = static_cast<float>(q[i] + 2.0);
     p.q_pose = iktest::pose_of(T);
@@ -242,6 +202,12 @@ TEST_F(IkIterative, FiveJointArmRunsTheStagedMinimisation) {
     float ref_u[8] = {0};
     EXPECT_EQ(zq::ik_universal(target_of(T), ref_u, out), zq::kIkNoSolution);
     for (int i = 0; i < 5; ++i) EXPECT_NEAR(ref_u[i], kArm5.offset[i] * kinref::kDeg, 1e-6) << i;
+    zq::set_ik_rescue(true);
+    EXPECT_EQ(zq::nlopt_ik_report(target_of(T), ref_copy, out, &r), zq::kIkOk);
+    EXPECT_GE(r.rescue_starts, 1);
+    EXPECT_LE(r.minf, 1e-8);
+    EXPECT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
+    EXPECT_TRUE(iktest::solution_good(kArm5, out, T));
     float ref_nan[8] = {NAN};
     EXPECT_EQ(zq::nlopt_ik_report(target_of(T), ref_nan, out, &r), zq::kIkNoSolution);
     EXPECT_EQ(r.cycles, 0);

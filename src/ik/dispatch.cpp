@@ -1,5 +1,7 @@
 #include "ik/dispatch.h"
 
+#include "ik/ik_mode.h"
+#include "ik/rescue.h"
 #include "ik/solvers.h"
 #include "ik/target_forms.h"
 #include "kinematics/mat.h"
@@ -67,6 +69,27 @@ zq_Mat_t target_of(TargetForm form, const zq_pose_t& pose, uint8_t flag) {
     return mat_from_matrix(form == kWorldTool ? Tworld_tool : tool_pose_to_flange(Tworld_tool));
 }
 
+constexpr int kRefineSteps = 20;
+constexpr float kRefineTolerance = 2e-6f;
+
+// 0 when q reaches the target Tbase_flange, after damped Newton steps from q
+// where it does not; -1 when those do not reach it either, -2 when they leave
+// a joint outside its limits.
+// The steps work on the moving joints' chain: an arm that ends in a fixed
+// flange row aims its last joint's frame at the target without that row.
+int verified(const zq_Mat_t& Tbase_flange, bool flange_row, int dof, float q[8]) {
+    if (flange_reaches(Tbase_flange, q)) return kIkOk;
+    const zq_Mat_t aim = flange_row ? remove_flange_link(Tbase_flange, sys_data.dh) : Tbase_flange;
+    if (!newton_refine(aim, dof, q, kRefineSteps, kRefineTolerance) || !flange_reaches(Tbase_flange, q))
+        return kIkNoSolution;
+    float lo[8], hi[8];
+    get_joint_min(lo);
+    get_joint_max(hi);
+    for (int i = 0; i < dof && i < kMaxJoints; ++i)
+        if (!(lo[i] <= q[i] && q[i] <= hi[i])) return kIkOutsideLimits;
+    return kIkOk;
+}
+
 }  // namespace
 
 int ik_dispatch(const float* q_ref, const zq_pose_t& pose, float* q_out, uint8_t flag) {
@@ -86,6 +109,11 @@ int ik_dispatch(const float* q_ref, const zq_pose_t& pose, float* q_out, uint8_t
         result = ik_qp(target_of(kBaseFlange, pose, flag), ref, out);
     } else if (const Route* r = code <= kMaxModelCode ? find_route(code) : nullptr) {
         result = r->solver(target_of(r->form, pose, flag), ref, out);
+        // A whole pose answered (closed forms always, the others in traversal)
+        // must reach its target: an answer that does not is corrected from
+        // where it stands, or withdrawn.
+        if (result == kIkOk && ik_rescue_enabled() && (r->form == kWorldTool || redundancy_mode() != 1))
+            result = verified(target_of(kBaseFlange, pose, flag), r->solver == joint7_sweep_ik, dof, out);
     }
     for (int i = 0; i < dof && i < kMaxJoints; ++i) q_out[i] = out[i];
     return result;

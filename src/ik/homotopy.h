@@ -27,11 +27,30 @@ struct HomotopySolutions {
     float q[kHomotopyMaxSolutions][7];
 };
 
-// The seed loop alone; Hd is the target Tbase_flange.
-void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, HomotopySolutions* out);
+// The seed ends that came closest to the target, closest first: where a
+// rescue goes on from when no seed converged.
+constexpr int kHomotopyKeptEnds = 8;
+struct HomotopyEnds {
+    int count;
+    float error[kHomotopyKeptEnds];
+    float q[kHomotopyKeptEnds][8];
+};
+
+// The seed loop alone; Hd is the target Tbase_flange. `ends` (may be null)
+// receives the closest ends of the seeds that ran.
+void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, HomotopySolutions* out,
+                      HomotopyEnds* ends = nullptr);
+
+// Newton steps at the end of the continuation from each kept end, closest
+// first, at most `steps` each; an end that converges is taken as a seed end
+// is (error, distinctness, at most eight). Returns the solutions added.
+int homotopy_rescue(const zq_Mat_t& Hd, int joints, HomotopyStep step, const HomotopyEnds& ends, int steps,
+                    HomotopySolutions* out);
 
 // Seed loop and choice: 0, -1 (no solution, or a target or reference that is
-// not finite) or -2 (no solution inside the joint limits).
+// not finite) or -2 (no solution inside the joint limits). When no seed
+// converged, the rescue goes on from the closest ends before the choice
+// (unless switched off).
 int homotopy_solve(const zq_Mat_t& Hd, const float q_ref[8], float q_out[8], int joints, HomotopyStep step);
 
 }  // namespace zq
