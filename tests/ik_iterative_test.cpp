@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <random>
 
 #include "ik/dispatch.h"
@@ -122,6 +123,30 @@ TEST_F(IkIterative, CollectedSolutionsAreDistinctAndExact) {
             float far = 0;
             for (int i = 0; i < 6; ++i) far = std::fmax(far, std::fabs(s.q[k][i] - s.q[m][i]));
             EXPECT_GE(far, 0.05f) << k << " " << m;
+        }
+    }
+}
+
+// Four seeds at once, one per lane, end where the one-seed form ends them:
+// the same solutions in the same order and the same closest ends, to the bit,
+// on reachable targets and on one out of reach.
+TEST_F(IkIterative, LaneFormEndsEverySeedAsTheOneSeedForm) {
+    for (const Arm* a : {&kArm6, &kArm7}) {
+        load(*a);
+        const zq::HomotopyStep step = a->dof == 6 ? zq::homotopy_inverse_step : zq::homotopy_pseudo_inverse_step;
+        std::mt19937 rng(3);
+        for (int k = 0; k < 4; ++k) {
+            kinref::Mat4 T = iktest::flange_of(*a, iktest::random_inside(*a, rng, 180.0));
+            if (k == 3) T[0][3] += 3.0;
+            zq::HomotopySolutions one, lanes;
+            zq::HomotopyEnds one_ends, lane_ends;
+            zq::homotopy_collect(target_of(T), a->dof, step, &one, &one_ends, false);
+            zq::homotopy_collect(target_of(T), a->dof, step, &lanes, &lane_ends, true);
+            ASSERT_EQ(one.count, lanes.count) << a->dof << " " << k;
+            EXPECT_EQ(std::memcmp(one.q, lanes.q, sizeof(one.q[0]) * one.count), 0) << a->dof << " " << k;
+            ASSERT_EQ(one_ends.count, lane_ends.count);
+            EXPECT_EQ(std::memcmp(one_ends.error, lane_ends.error, sizeof(float) * one_ends.count), 0);
+            EXPECT_EQ(std::memcmp(one_ends.q, lane_ends.q, sizeof(one_ends.q[0]) * one_ends.count), 0);
         }
     }
 }

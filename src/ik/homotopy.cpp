@@ -20,7 +20,7 @@ constexpr int kNewtonSteps = 3;
 constexpr float kSolvedError = 5e-6f;
 constexpr float kDistinct = 0.05f;  // rad, in at least one joint
 constexpr float kFirstCost = 1000.0f;
-constexpr int kBatch = 2;  // seeds run side by side
+constexpr int kBatch = 2;  // seeds run side by side in the one-seed form
 constexpr int kRescueSteps = 6;  // Newton steps from each kept end
 
 // Direction vectors of the Sobol sequence, bit by bit, as multiples of 1/256.
@@ -316,21 +316,26 @@ bool solve6(const float A[6][6], const float b[6], float x[6]) {
 }
 
 void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, HomotopySolutions* out,
-                      HomotopyEnds* ends) {
+                      HomotopyEnds* ends, bool lanes) {
     out->count = 0;
     if (ends) ends->count = 0;
     const int n = joints < 1 ? 1 : (joints > 7 ? 7 : joints);
     const Newton newton{general_chain(n), Hd, n, step};
-    for (int first = 0; first < kHomotopySeeds && out->count < kHomotopyMaxSolutions; first += kBatch) {
-        const int count = kHomotopySeeds - first < kBatch ? kHomotopySeeds - first : kBatch;
-        float theta_0[kBatch][8] = {}, q[kBatch][8] = {};
+    lanes = lanes && (n == 6 || n == 7);
+    const int batch = lanes ? kHomotopyLanes : kBatch;
+    for (int first = 0; first < kHomotopySeeds && out->count < kHomotopyMaxSolutions; first += batch) {
+        const int count = kHomotopySeeds - first < batch ? kHomotopySeeds - first : batch;
+        float theta_0[kHomotopyLanes][8] = {}, q[kHomotopyLanes][8] = {};
         for (int b = 0; b < count; ++b)
             for (int i = 0; i < n; ++i) {
                 const float s = kSeeds.s[first + b][i];
                 theta_0[b][i] = -kPi + kTwoPi * (1.0f - s);  // the anchor mirrors the start
                 q[b][i] = -kPi + kTwoPi * s;
             }
-        newton.continuation(theta_0, q, count);
+        if (lanes)
+            homotopy_continuation_lanes(newton.chain, Hd, n, theta_0, q);
+        else
+            newton.continuation(theta_0, q, count);
         // The seeds in order; the loop ends at the eighth solution, so a seed
         // after it in the same batch does not count.
         for (int b = 0; b < count && out->count < kHomotopyMaxSolutions; ++b) {
@@ -361,14 +366,15 @@ int homotopy_rescue(const zq_Mat_t& Hd, int joints, HomotopyStep step, const Hom
     return out->count - before;
 }
 
-int homotopy_solve(const zq_Mat_t& Hd, const float q_ref[8], float q_out[8], int joints, HomotopyStep step) {
+int homotopy_solve(const zq_Mat_t& Hd, const float q_ref[8], float q_out[8], int joints, HomotopyStep step,
+                   bool lanes) {
     if (!transform_finite(Hd)) return -1;
     for (int i = 0; i < joints; ++i)
         if (!std::isfinite(q_ref[i])) return -1;
     HomotopySolutions s;
     HomotopyEnds ends;
     const bool rescue = ik_rescue_enabled();
-    homotopy_collect(Hd, joints, step, &s, rescue ? &ends : nullptr);
+    homotopy_collect(Hd, joints, step, &s, rescue ? &ends : nullptr, lanes);
     if (s.count == 0 && rescue) homotopy_rescue(Hd, joints, step, ends, kRescueSteps, &s);
     return choose(s, q_ref, q_out, joints);
 }
