@@ -322,10 +322,10 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
     const int n = joints < 1 ? 1 : (joints > 7 ? 7 : joints);
     const Newton newton{general_chain(n), Hd, n, step};
     lanes = lanes && (n == 6 || n == 7);
-    const int batch = lanes ? kHomotopyLanes : kBatch;
+    const int batch = lanes ? homotopy_lane_width() : kBatch;
     for (int first = 0; first < kHomotopySeeds && out->count < kHomotopyMaxSolutions; first += batch) {
         const int count = kHomotopySeeds - first < batch ? kHomotopySeeds - first : batch;
-        float theta_0[kHomotopyLanes][8] = {}, q[kHomotopyLanes][8] = {};
+        float theta_0[kHomotopyMaxLanes][8] = {}, q[kHomotopyMaxLanes][8] = {};
         for (int b = 0; b < count; ++b)
             for (int i = 0; i < n; ++i) {
                 const float s = kSeeds.s[first + b][i];
@@ -333,7 +333,7 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
                 q[b][i] = -kPi + kTwoPi * s;
             }
         if (lanes)
-            homotopy_continuation_lanes(newton.chain, Hd, n, theta_0, q);
+            homotopy_continuation_lanes(newton.chain, Hd, n, batch, theta_0, q);
         else
             newton.continuation(theta_0, q, count);
         // The seeds in order; the loop ends at the eighth solution, so a seed

@@ -44,19 +44,21 @@ struct HomotopyEnds {
 
 // The seed loop alone; Hd is the target Tbase_flange. `ends` (may be null)
 // receives the closest ends of the seeds that ran. With `lanes`, six- and
-// seven-joint arms run four seeds at once, one per lane, with the Newton step
+// seven-joint arms run several seeds at once, one per lane, with the Newton step
 // of homotopy_ik6 or homotopy_ik7 (which `step` must then be): the same ends
 // to the bit as the one-seed form, which runs `step` otherwise.
 void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, HomotopySolutions* out,
                       HomotopyEnds* ends = nullptr, bool lanes = false);
 
-// The continuation of four seeds, one per lane (homotopy_lanes.cpp): the
-// anchors theta_0 and starts q (joints without the DH offset) of each seed;
-// q leaves as the ends of the last pass. n is 6 (square inverse step) or 7
-// (right pseudo-inverse step).
-constexpr int kHomotopyLanes = 4;
-void homotopy_continuation_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n,
-                                 const float theta_0[kHomotopyLanes][8], float q[kHomotopyLanes][8]);
+// The continuation of several seeds at once, one per lane
+// (homotopy_lanes.cpp): the anchors theta_0 and starts q (joints without the
+// DH offset) of each seed; q leaves as the ends of the last pass. n is 6
+// (square inverse step) or 7 (right pseudo-inverse step); width is 4, or 8
+// where homotopy_lane_width() says the processor has the wide lanes.
+constexpr int kHomotopyMaxLanes = 8;
+int homotopy_lane_width();
+void homotopy_continuation_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n, int width,
+                                 const float theta_0[kHomotopyMaxLanes][8], float q[kHomotopyMaxLanes][8]);
 
 // Newton steps at the end of the continuation from each kept end, closest
 // first, at most `steps` each; an end that converges is taken as a seed end
