@@ -147,6 +147,19 @@ TEST_F(IkIterative, LaneFormEndsEverySeedAsTheOneSeedForm) {
             ASSERT_EQ(one_ends.count, lane_ends.count);
             EXPECT_EQ(std::memcmp(one_ends.error, lane_ends.error, sizeof(float) * one_ends.count), 0);
             EXPECT_EQ(std::memcmp(one_ends.q, lane_ends.q, sizeof(one_ends.q[0]) * one_ends.count), 0);
+            // The baseline four lanes end eight seeds as the widest lanes do.
+            const zq::GeneralChain chain = zq::general_chain(a->dof);
+            float anchor[8][8] = {}, four[8][8] = {}, wide[8][8] = {};
+            for (int l = 0; l < 8; ++l)
+                for (int i = 0; i < a->dof; ++i) {
+                    const float s = zq::homotopy_seed(20 + l, i);
+                    anchor[l][i] = static_cast<float>(M_PI * (1 - 2 * s));
+                    four[l][i] = wide[l][i] = -anchor[l][i];
+                }
+            zq::homotopy_continuation_lanes(chain, target_of(T), a->dof, 4, anchor, four);
+            zq::homotopy_continuation_lanes(chain, target_of(T), a->dof, 4, anchor + 4, four + 4);
+            zq::homotopy_continuation_lanes(chain, target_of(T), a->dof, 8, anchor, wide);
+            EXPECT_EQ(std::memcmp(four, wide, sizeof four), 0) << a->dof << " " << k;
         }
     }
 }

@@ -53,8 +53,8 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
 // The continuation of several seeds at once, one per lane
 // (homotopy_lanes.cpp): the anchors theta_0 and starts q (joints without the
 // DH offset) of each seed; q leaves as the ends of the last pass. n is 6
-// (square inverse step) or 7 (right pseudo-inverse step); width is 4, or 8
-// where homotopy_lane_width() says the processor has the wide lanes.
+// (square inverse step) or 7 (right pseudo-inverse step); width is 4 or 8
+// seeds (eight run as two fours where homotopy_lane_width() is 4).
 constexpr int kHomotopyMaxLanes = 8;
 int homotopy_lane_width();
 void homotopy_continuation_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n, int width,

@@ -312,13 +312,13 @@ int homotopy_lane_width() {
 void homotopy_continuation_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n, int width,
                                  const float theta_0[kHomotopyMaxLanes][8], float q[kHomotopyMaxLanes][8]) {
 #if defined(ZQ_WIDE_LANES)
-    if (width == 8) {
+    if (width == 8 && homotopy_lane_width() == 8) {
         continuation8(chain, Hd, n, theta_0, q);
         return;
     }
 #endif
-    (void)width;
     continuation4(chain, Hd, n, theta_0, q);
+    if (width == 8) continuation4(chain, Hd, n, theta_0 + 4, q + 4);
 }
 
 }  // namespace zq
