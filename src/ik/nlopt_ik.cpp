@@ -84,11 +84,12 @@ constexpr Run kFinal[] = {
 };
 
 // The rescue after the cycles: bounded L-BFGS from the reference, then from
-// quasi-random starts inside the bounds, until one reaches the objective. A
+// quasi-random starts within a half turn of it, until one reaches the
+// objective. A
 // run stops once the value is well below the goal: the objective is summed in
 // single precision, so going on would only end in a round-off failure.
 constexpr Run kRescue = {NLOPT_LD_LBFGS, value_and_gradient, true, 400, 1e-11};
-constexpr int kRescueStarts = 24;
+constexpr int kRescueStarts = 40;
 
 int run(const Run& r, Objective* o, const double* lo, const double* hi, double* x, double* minf) {
     nlopt_opt opt = nlopt_create(r.algorithm, o->n);
@@ -149,8 +150,11 @@ int nlopt_ik_report(const zq_Mat_t& Hd, float q_ref[8], float q_out[8], NloptRep
     int starts = 0;
     if (ik_rescue_enabled())
         for (; starts < kRescueStarts && (minf > kSolved || result < 1); ++starts) {
-            for (unsigned i = 0; i < n; ++i)
-                x[i] = starts == 0 ? ref[i] : lo[i] + homotopy_seed(starts, static_cast<int>(i)) * (hi[i] - lo[i]);
+            // The reference, then within a half turn of it, inside the bounds.
+            for (unsigned i = 0; i < n; ++i) {
+                const double s = starts == 0 ? 0.0 : homotopy_seed(starts, static_cast<int>(i)) - 0.5;
+                x[i] = std::fmin(hi[i], std::fmax(lo[i], ref[i] + s * kTwoPi));
+            }
             stage(kRescue);
         }
     if (report) *report = NloptReport{minf, result, staged_min, cycles, starts};
