@@ -22,17 +22,8 @@ struct Answer {
     double dp, dr;  // metres, radians off the target
 };
 
-class IkRescue : public ::testing::Test {
+class IkRescue : public iktest::TraversalTest {
   protected:
-    void SetUp() override {
-        saved_step_ = zq::redundancy_step();
-        zq::set_redundancy_mode(0);  // traversal, without touching the pristine flag
-    }
-    void TearDown() override {
-        zq::set_redundancy_step(saved_step_);
-        zq::set_ik_rescue(true);
-    }
-
     // Loads a universal arm by its DH table, any other by its model number.
     static Arm load(const Arm& a) {
         if (a.model == 9) {
@@ -54,8 +45,6 @@ class IkRescue : public ::testing::Test {
         iktest::pose_distance(iktest::flange_of(a, r.q), T, &r.dp, &r.dr);
         return r;
     }
-
-    float saved_step_ = zq::kTrackingStep;
 };
 
 // Targets the solvers alone miss (-1, folded into 1 by the exported call) or

@@ -1,7 +1,12 @@
 // Universal arms of the iterative solver tests: modified-DH chains with
-// twists and offsets of no known model, loaded by their DH table.
+// twists and offsets of no known model, loaded by their DH table; and the
+// fixture of the tests that solve in traversal mode.
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include "ik/ik_mode.h"
+#include "ik/rescue.h"
 #include "ik_test_util.h"
 #include "kinematics/mat.h"
 
@@ -64,5 +69,22 @@ inline zq_Mat_t target_of(const kinref::Mat4& T) {
         for (int j = 0; j < 4; ++j) m.data[i][j] = static_cast<float>(T[i][j]);
     return m;
 }
+
+// Traversal mode for each test (without touching the pristine flag); the
+// tracking step and the rescue stages are restored after it.
+class TraversalTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        saved_step_ = zq::redundancy_step();
+        zq::set_redundancy_mode(0);
+    }
+    void TearDown() override {
+        zq::set_redundancy_step(saved_step_);
+        zq::set_ik_rescue(true);
+    }
+
+  private:
+    float saved_step_ = zq::kTrackingStep;
+};
 
 }  // namespace iktest
