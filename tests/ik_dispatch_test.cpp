@@ -140,9 +140,18 @@ TEST_F(IkDispatch, WoundJointSixKeepsItsTurns) {
     float ref[8], out[8];
     for (int i = 0; i < 6; ++i) ref[i] = static_cast<float>(q_[i] * kinref::kDeg);
     ref[5] += static_cast<float>(3 * 2 * M_PI);
-    zq::ik_dispatch(ref, pose, out, 2);  // outside the joint 6 limit: -2, but written
+    zq::set_ik_rescue(false);  // the closed form alone
+    EXPECT_EQ(zq::ik_dispatch(ref, pose, out, 2), zq::kIkOutsideLimits);  // past the joint 6 limit, but written
     EXPECT_NEAR(out[5], ref[5], 1e-3);
     for (int i = 0; i < 5; ++i) EXPECT_NEAR(out[i], ref[i], 1e-3);
+    // The library solves again from the reference within a half turn of zero
+    // and turns joint 6 back toward the reference as far as its limit allows.
+    zq::set_ik_rescue(true);
+    EXPECT_EQ(zq::ik_dispatch(ref, pose, out, 2), zq::kIkOk);
+    EXPECT_NEAR(out[5], q_[5] * kinref::kDeg, 1e-3);
+    float deg[8] = {0};
+    for (int i = 0; i < 6; ++i) deg[i] = static_cast<float>(out[i] / kinref::kDeg);
+    EXPECT_TRUE(iktest::solution_good(arm_, deg, T));
 }
 
 TEST_F(IkDispatch, WristSingularityKeepsTheReferenceDifference) {

@@ -47,8 +47,8 @@ class IkRescue : public iktest::TraversalTest {
     }
 };
 
-// Targets the solvers alone miss (-1, folded into 1 by the exported call) or
-// answer with a pose off the target (the six-joint closed form within a few
+// Targets the solvers alone miss (-1, or -2 for rows only outside the limits,
+// both folded into 1 by the exported call) or answer with a pose off the target (the six-joint closed form within a few
 // degrees of the straight wrist).
 struct Missed {
     const char* arm;  // a universal arm or a model of the reference table
@@ -71,6 +71,9 @@ const Missed kMissed[] = {
      {85.081, 11.461, -71.262, 3.27, -104.621, 28.031, -64.197}, false},
     {"KWBL37", {-161.176, 47.15, 29.243, -3.873, -13.975, 65.489, -109.905},
      {-163.513, 51.248, 20.368, -8.175, -11.761, 57.969, -102.419}, false},
+    // Joint 7 carried a turn past its limit toward the reference (-2).
+    {"ZQ52", {16.109, -33.383, -128.891, -104.235, -151.839, -78.224, -357.396},
+     {23.645, -24.64, -128.838, -99.285, -152.076, -88.146, -358.149}, false},
     // The closed form within a few degrees of the straight wrist.
     {"ZQ41", {-96, 8.913, 111.356, -15.192, 2.784, 315.733}, {-91.681, 14.968, 103.212, -14.829, 10.084, 322.316},
      true},

@@ -1,5 +1,7 @@
 #include "ik/dispatch.h"
 
+#include <cmath>
+
 #include "ik/ik_mode.h"
 #include "ik/rescue.h"
 #include "ik/solvers.h"
@@ -90,6 +92,30 @@ int verified(const zq_Mat_t& Tbase_flange, bool flange_row, int dof, float q[8])
     return kIkOk;
 }
 
+// A solver that finds rows only outside the limits may have carried a joint
+// a turn past its limit toward a far reference. Solved again from the
+// reference taken into a half turn of zero, each joint is then moved by whole
+// turns toward the reference as far as its limits allow. True, with q
+// replaced, when that answer reaches the target inside the limits.
+bool resolved_inside(const Route& r, const zq_Mat_t& target, const zq_Mat_t& Tbase_flange, bool flange_row,
+                     const float ref[8], int dof, float q[8]) {
+    float near_zero[8], p[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    for (int i = 0; i < 8; ++i)
+        near_zero[i] = i < dof ? ref[i] - kTurn * std::floor((ref[i] + kTurn / 2) / kTurn) : ref[i];
+    if (r.solver(target, near_zero, p) != kIkOk || verified(Tbase_flange, flange_row, dof, p) != kIkOk) return false;
+    float lo[8], hi[8];
+    get_joint_min(lo);
+    get_joint_max(hi);
+    for (int i = 0; i < dof && i < kMaxJoints; ++i) {
+        while (p[i] - ref[i] > kTurn / 2 && p[i] - kTurn >= lo[i]) p[i] -= kTurn;
+        while (ref[i] - p[i] > kTurn / 2 && p[i] + kTurn <= hi[i]) p[i] += kTurn;
+        if (!(lo[i] <= p[i] && p[i] <= hi[i])) return false;
+    }
+    if (!flange_reaches(Tbase_flange, p)) return false;
+    for (int i = 0; i < dof && i < kMaxJoints; ++i) q[i] = p[i];
+    return true;
+}
+
 }  // namespace
 
 int ik_dispatch(const float* q_ref, const zq_pose_t& pose, float* q_out, uint8_t flag) {
@@ -108,12 +134,21 @@ int ik_dispatch(const float* q_ref, const zq_pose_t& pose, float* q_out, uint8_t
     if (sys_data.ik_mode_selector == 1 && code != kUniversalCode) {
         result = ik_qp(target_of(kBaseFlange, pose, flag), ref, out);
     } else if (const Route* r = code <= kMaxModelCode ? find_route(code) : nullptr) {
-        result = r->solver(target_of(r->form, pose, flag), ref, out);
+        float ref_in[8];
+        for (int i = 0; i < 8; ++i) ref_in[i] = ref[i];  // the solver may change its copy
+        const zq_Mat_t target = target_of(r->form, pose, flag);
+        result = r->solver(target, ref, out);
         // A whole pose answered (closed forms always, the others in traversal)
         // must reach its target: an answer that does not is corrected from
-        // where it stands, or withdrawn.
-        if (result == kIkOk && ik_rescue_enabled() && (r->form == kWorldTool || redundancy_mode() != 1))
-            result = verified(target_of(kBaseFlange, pose, flag), r->solver == joint7_sweep_ik, dof, out);
+        // where it stands, or withdrawn. Rows found only outside the limits
+        // get a second solve.
+        if (ik_rescue_enabled() && (r->form == kWorldTool || redundancy_mode() != 1)) {
+            const zq_Mat_t Tbf = target_of(kBaseFlange, pose, flag);
+            const bool flange_row = r->solver == joint7_sweep_ik;
+            if (result == kIkOk) result = verified(Tbf, flange_row, dof, out);
+            if (result == kIkOutsideLimits && resolved_inside(*r, target, Tbf, flange_row, ref_in, dof, out))
+                result = kIkOk;
+        }
     }
     for (int i = 0; i < dof && i < kMaxJoints; ++i) q_out[i] = out[i];
     return result;
