@@ -17,9 +17,7 @@
 // The wide lanes' helpers take and return 32-byte vectors; all of them are
 // inlined into the one entry point compiled for AVX2, so no call ever passes
 // one and the note on their calling convention does not apply.
-#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wpsabi"
-#endif
 
 namespace zq {
 namespace {
