@@ -76,9 +76,9 @@ constexpr float kRefineTolerance = 2e-6f;
 
 // 0 when q reaches the target Tbase_flange, after damped Newton steps from q
 // where it does not; -1 when those do not reach it either, -2 when they leave
-// a joint outside its limits.
-// The steps work on the moving joints' chain: an arm that ends in a fixed
-// flange row aims its last joint's frame at the target without that row.
+// a joint outside its limits. The steps work on the moving joints' chain: an
+// arm that ends in a fixed flange row aims its last joint's frame at the
+// target without that row.
 int verified(const zq_Mat_t& Tbase_flange, bool flange_row, int dof, float q[8]) {
     if (flange_reaches(Tbase_flange, q)) return kIkOk;
     const zq_Mat_t aim = flange_row ? remove_flange_link(Tbase_flange, sys_data.dh) : Tbase_flange;
