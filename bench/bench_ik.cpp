@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "ik/ik_mode.h"
+#include "ik/rescue.h"
 #include "kinematics/sys_data.h"
 #include "zq_algo.h"
 
@@ -256,9 +257,14 @@ void random_poses(const Model& m, int samples) {
         c.regular = !wrist && manipulability(a, c.q) >= floor;
         cases.push_back(c);
     }
-    Tally on, of, kn, kf, onr, knr;
+    Tally on, of, kn, kf, onr, knr, an, af;
     for (const Case& c : cases) {
         Tally o1, o2, k1, k2;
+        // The solver alone first (no rescue stage, no check of its answer).
+        zq::set_ik_rescue(false);
+        ours(a, c.ref_near, c.T, &an);
+        ours(a, c.ref_far, c.T, &af);
+        zq::set_ik_rescue(true);
         ours(a, c.ref_near, c.T, &o1);
         ours(a, c.ref_far, c.T, &o2);
         kdl(a, lma, c.ref_near, c.T, &k1);
@@ -299,6 +305,8 @@ void random_poses(const Model& m, int samples) {
     kf.seconds = best_pass(kPasses, 1, [&] {
         for (size_t k = 0; k < cases.size(); ++k) lma.CartToJnt(kf_init[k], cases[k].T, kout);
     });
+    an.print("solver alone, near reference");
+    af.print("solver alone, far reference");
     on.print("ours, near reference");
     onr.print("ours, near reference, regular poses");
     of.print("ours, far reference");

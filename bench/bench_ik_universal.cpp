@@ -1,5 +1,6 @@
-// Inverse kinematics of universal arms (DH tables of no known model, six and
-// seven joints) beside orocos KDL's ChainIkSolverPos_LMA given random restarts
+// Inverse kinematics of universal arms (DH tables of no known model, five, six
+// and seven joints), the solvers alone and with the library's rescue stages,
+// beside orocos KDL's ChainIkSolverPos_LMA given random restarts
 // until it succeeds or has spent the budget of our slowest percentile. A
 // solve succeeds when its joints reproduce the target within 1e-4 m and
 // 1e-3 rad, checked with KDL's forward kinematics in double precision. Times
@@ -20,6 +21,7 @@
 #include <random>
 #include <vector>
 
+#include "ik/rescue.h"
 #include "zq_algo.h"
 
 namespace {
@@ -45,6 +47,12 @@ constexpr ArmDh kArms[] = {
      {0, 0.03, 0.02, 0.05, -0.04, 0.02, 0.03},
      {0, -85, 80, 95, -82, 88, 93},
      {0, 10, 0, -20, 0, 30, 0}},
+    {"universal, 5 joints",
+     5,
+     {0.3, 0.03, 0.02, 0.35, 0.1},
+     {0, 0.1, 0.4, 0.03, 0.02},
+     {0, -80, 7, 84, -95},
+     {0, -30, 20, 0, 15}},
 };
 
 // Modified DH: Rx(alpha) Tx(a) Rz(theta + offset) Tz(d) per link.
@@ -139,19 +147,24 @@ void run(const ArmDh& arm, int targets) {
         fk.JntToCart(q, T[k]);
         for (int i = 0; i < n; ++i) ref[k][i] = joint(rng);
     }
-    Stats ours;
-    for (int k = 0; k < targets; ++k) {
-        zq_inverse_kinematics_params_t p{};
-        for (int i = 0; i < n; ++i) p.q_in[i] = static_cast<float>(ref[k][i]);
-        p.q_pose = pose_of(T[k]);
-        float out[8] = {0};
-        const auto t0 = now();
-        const int res = zq_algo_inverse_kinematics(nullptr, &p, out);
-        ours.us.push_back(elapsed_us(t0));
-        double q[8];
-        for (int i = 0; i < n; ++i) q[i] = out[i] * kDeg;
-        ours.ok += res == 0 && good(chain, q, n, T[k]);
+    // The solver alone, then with the rescue stages (the library's answer).
+    Stats alone, ours;
+    for (Stats* st : {&alone, &ours}) {
+        zq::set_ik_rescue(st == &ours);
+        for (int k = 0; k < targets; ++k) {
+            zq_inverse_kinematics_params_t p{};
+            for (int i = 0; i < n; ++i) p.q_in[i] = static_cast<float>(ref[k][i]);
+            p.q_pose = pose_of(T[k]);
+            float out[8] = {0};
+            const auto t0 = now();
+            const int res = zq_algo_inverse_kinematics(nullptr, &p, out);
+            st->us.push_back(elapsed_us(t0));
+            double q[8];
+            for (int i = 0; i < n; ++i) q[i] = out[i] * kDeg;
+            st->ok += res == 0 && good(chain, q, n, T[k]);
+        }
     }
+    zq::set_ik_rescue(true);
     const double budget = ours.percentile(0.99);
     Stats kdl, kdl_one;
     int restarts = 0;
@@ -176,7 +189,8 @@ void run(const ArmDh& arm, int targets) {
         kdl.ok += solved;
     }
     std::printf("%s, %d random reachable targets, random references\n", arm.name, targets);
-    ours.print("ours (homotopy, traversal)");
+    alone.print("solver alone (traversal)");
+    ours.print("ours (with rescue, traversal)");
     kdl_one.print("KDL LMA, one start");
     kdl.print("KDL LMA, restarts within budget");
     std::printf("  KDL budget %.1f us (our p99), %d restarts in all; median ratio KDL/ours %.2f\n", budget,

@@ -137,6 +137,14 @@ def ik(build, samples):
             met = dof == 6 or (ratio >= 10 and ours[0] >= kdl[0])
             row("inverse kinematics", f"{model} {mode}, near reference", f"{ours[1]:.1f} us {ours[0]:.1f}%",
                 f"KDL LMA {kdl[1]:.1f} us {kdl[0]:.1f}%", f"{ratio:.1f}x", target, met)
+        # Traversal success of the solver alone and with the rescue stages,
+        # from a far reference, against KDL from the same reference.
+        alone, ours, kdl = t.get("solver alone, far reference"), t.get("ours, far reference"), t.get("KDL LMA, far reference")
+        if alone and ours and kdl:
+            target = "success >= KDL" if dof == 7 else "-"
+            row("inverse kinematics", f"{model} {'closed form' if dof == 6 else 'traversal'}, far reference, success",
+                f"{ours[0]:.1f}% (solver alone {alone[0]:.1f}%)", f"KDL LMA {kdl[0]:.1f}%", "-", target,
+                dof == 6 or ours[0] >= kdl[0])
         ours, kdl = t.get("ours tracking, path of 2 ms steps"), t.get("KDL LMA, same path, seeded")
         if ours and kdl and ours[1]:
             row("inverse kinematics", f"{model} tracking", f"{ours[1]:.1f} us {ours[0]:.1f}%",
@@ -157,6 +165,10 @@ def ik(build, samples):
 UNI_LINE = re.compile(r"^\s+(.+?)\s+(\d+)/(\d+)\s+([\d.]+)%\s+median\s+([\d.]+) us\s+p99\s+([\d.]+) us")
 
 
+# Joint count: success (%), median and p99 (us) of the library's answer.
+UNI_GOALS = {6: (99.5, 250, 600), 7: (99.5, 120, None), 5: (99, 2000, None)}
+
+
 def ik_universal(build, targets):
     text = run(build, "bench_ik_universal", str(targets))
     if text is None:
@@ -171,6 +183,17 @@ def ik_universal(build, targets):
         ratio = kdl[1] / ours[1]
         row("iterative IK", arm, f"{ours[1]:.0f} us {ours[0]:.1f}%", f"KDL LMA+restarts {kdl[1]:.0f} us {kdl[0]:.1f}%",
             f"{ratio:.2f}x", ">=99%, >=3x", ours[0] >= 99 and ratio >= 3)
+        # The solver alone and with the rescue stages: success, median and p99.
+        alone = next((v for k, v in t.items() if k.startswith("solver alone")), None)
+        goal = next((g for j, g in UNI_GOALS.items() if arm.startswith(f"universal, {j} joints")), None)
+        if alone and goal:
+            success, median, p99 = goal
+            row("iterative IK", f"{arm}, solver alone", f"{alone[0]:.1f}% {alone[1]:.0f}/{alone[2]:.0f} us",
+                f"KDL LMA+restarts {kdl[0]:.1f}% {kdl[1]:.0f}/{kdl[2]:.0f} us", f"{kdl[1] / alone[1]:.2f}x", "-", True)
+            met = ours[0] >= success and ours[1] <= median and (p99 is None or ours[2] <= p99)
+            target = f">={success}%, median <={median} us" + (f", p99 <={p99} us" if p99 else "")
+            row("iterative IK", f"{arm}, with rescue", f"{ours[0]:.1f}% {ours[1]:.0f}/{ours[2]:.0f} us",
+                f"KDL LMA+restarts {kdl[0]:.1f}% {kdl[1]:.0f}/{kdl[2]:.0f} us", f"{ratio:.2f}x", target, met)
 
     for line in text.splitlines():
         m = re.match(r"^(\S.*?), \d+ random reachable targets", line)

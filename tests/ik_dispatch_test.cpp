@@ -6,6 +6,7 @@
 
 #include "ik/dispatch.h"
 #include "ik/ik_mode.h"
+#include "ik/rescue.h"
 #include "ik/solvers.h"
 #include "ik_test_util.h"
 #include "kinematics/sys_data.h"
@@ -139,9 +140,18 @@ TEST_F(IkDispatch, WoundJointSixKeepsItsTurns) {
     float ref[8], out[8];
     for (int i = 0; i < 6; ++i) ref[i] = static_cast<float>(q_[i] * kinref::kDeg);
     ref[5] += static_cast<float>(3 * 2 * M_PI);
-    zq::ik_dispatch(ref, pose, out, 2);  // outside the joint 6 limit: -2, but written
+    zq::set_ik_rescue(false);  // the closed form alone
+    EXPECT_EQ(zq::ik_dispatch(ref, pose, out, 2), zq::kIkOutsideLimits);  // past the joint 6 limit, but written
     EXPECT_NEAR(out[5], ref[5], 1e-3);
     for (int i = 0; i < 5; ++i) EXPECT_NEAR(out[i], ref[i], 1e-3);
+    // The library solves again from the reference within a half turn of zero
+    // and turns joint 6 back toward the reference as far as its limit allows.
+    zq::set_ik_rescue(true);
+    EXPECT_EQ(zq::ik_dispatch(ref, pose, out, 2), zq::kIkOk);
+    EXPECT_NEAR(out[5], q_[5] * kinref::kDeg, 1e-3);
+    float deg[8] = {0};
+    for (int i = 0; i < 6; ++i) deg[i] = static_cast<float>(out[i] / kinref::kDeg);
+    EXPECT_TRUE(iktest::solution_good(arm_, deg, T));
 }
 
 TEST_F(IkDispatch, WristSingularityKeepsTheReferenceDifference) {
@@ -151,11 +161,18 @@ TEST_F(IkDispatch, WristSingularityKeepsTheReferenceDifference) {
     ref[5] -= 4;
     zq_inverse_kinematics_params_t p = params_for(arm_, q_, ref);
     float out[8];
+    zq::set_ik_rescue(false);  // the closed form alone
     ASSERT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
     EXPECT_NEAR(out[3] - out[5], ref[3] - ref[5], 1e-2);
     EXPECT_NEAR(out[4], q_[4], 1e-2);
     // The sum follows the pose to first order: the blend honours q4 + q6 of the target.
     EXPECT_NEAR(out[3] + out[5], q_[3] + q_[5], 0.3);
+    // That pose is off the target; the library's answer is corrected onto it.
+    const kinref::Mat4 T = iktest::flange_of(arm_, q_);
+    EXPECT_FALSE(iktest::solution_good(arm_, out, T));
+    zq::set_ik_rescue(true);
+    ASSERT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
+    EXPECT_TRUE(iktest::solution_good(arm_, out, T));
 }
 
 TEST(IkDispatchVda, StraightWristKeepsJointSixAtTheReference) {
@@ -166,8 +183,12 @@ TEST(IkDispatchVda, StraightWristKeepsJointSixAtTheReference) {
     ref[5] = 70;
     zq_inverse_kinematics_params_t p = params_for(a, q, ref);
     float out[8];
+    zq::set_ik_rescue(false);  // the closed form alone
     zq_algo_inverse_kinematics(nullptr, &p, out);
     EXPECT_NEAR(out[5], 70.0, 1e-3);
+    zq::set_ik_rescue(true);  // the library's answer reaches the target
+    EXPECT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
+    EXPECT_TRUE(iktest::solution_good(a, out, iktest::flange_of(a, q)));
 }
 
 TEST(IkSelection, ChoosesTheNearestRowInsideTheLimits) {

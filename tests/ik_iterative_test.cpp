@@ -3,15 +3,18 @@
 // with the independent double-precision chain of kinematics_reference.h.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <random>
 
 #include "ik/dispatch.h"
 #include "ik/homotopy.h"
 #include "ik/ik_mode.h"
 #include "ik/nlopt_ik.h"
+#include "ik/rescue.h"
 #include "ik/solvers.h"
-#include "ik_test_util.h"
+#include "ik_universal_arms.h"
 #include "kinematics/mat.h"
 #include "kinematics/sys_data.h"
 
@@ -19,73 +22,17 @@ namespace {
 
 using iktest::Arm;
 
-// Modified-DH chains with twists and offsets of no known model.
-const Arm kArm6 = {"odd6",
-                   9,
-                   6,
-                   false,
-                   false,
-                   {0.32, 0.04, -0.03, 0.36, 0.02, 0.09},
-                   {0, 0.11, 0.42, 0.05, 0.03, 0.01},
-                   {0, -80, 7, 84, -95, 78},
-                   {0, -30, 20, 0, 15, 0},
-                   -1,
-                   {1, 0, 0, 0, 0, 0},
-                   {360, 360, 360, 360, 360, 360},
-                   {-360, -360, -360, -360, -360, -360}};
-const Arm kArm7 = {"odd7",
-                   9,
-                   7,
-                   false,
-                   false,
-                   {0.3, 0.02, 0.33, -0.02, 0.3, 0.01, 0.08},
-                   {0, 0.03, 0.02, 0.05, -0.04, 0.02, 0.03},
-                   {0, -85, 80, 95, -82, 88, 93},
-                   {0, 10, 0, -20, 0, 30, 0},
-                   -1,
-                   {1, 0, 0, 0, 0, 0},
-                   {360, 360, 360, 360, 360, 360, 360},
-                   {-360, -360, -360, -360, -360, -360, -360}};
-const Arm kArm5 = {"odd5",
-                   9,
-                   5,
-                   false,
-                   false,
-                   {0.3, 0.03, 0.02, 0.35, 0.1},
-                   {0, 0.1, 0.4, 0.03, 0.02},
-                   {0, -80, 7, 84, -95},
-                   {0, -30, 20, 0, 15},
-                   -1,
-                   {1, 0, 0, 0, 0, 0},
-                   {360, 360, 360, 360, 360},
-                   {-360, -360, -360, -360, -360}};
+using iktest::kArm5;
+using iktest::kArm6;
+using iktest::kArm7;
+using iktest::target_of;
 
 void load(const Arm& a) {
-    zq_dh_t dh{};
-    for (int i = 0; i < a.dof; ++i) {
-        dh.d[i] = static_cast<float>(a.d[i]);
-        dh.a[i] = static_cast<float>(a.a[i]);
-        dh.alpha[i] = static_cast<float>(a.alpha[i]);
-        dh.offset[i] = static_cast<float>(a.offset[i]);
-    }
-    zq_algo_init_sys_data_by_dh(ZQ_MODEL_ZQ_B_E, dh, a.dof);
+    iktest::load_universal(a);
 }
 
-zq_Mat_t target_of(const kinref::Mat4& T) {
-    zq_Mat_t m = zq::mat_zeros(4, 4);
-    for (int i = 0; i < 4; ++i)
-        for (int j = 0; j < 4; ++j) m.data[i][j] = static_cast<float>(T[i][j]);
-    return m;
-}
-
-class IkIterative : public ::testing::Test {
+class IkIterative : public iktest::TraversalTest {
   protected:
-    void SetUp() override {
-        saved_step_ = zq::redundancy_step();
-        zq::set_redundancy_mode(0);  // traversal, without touching the pristine flag
-    }
-    void TearDown() override { zq::set_redundancy_step(saved_step_); }
-
     // Random reachable targets solved through the exported function from a
     // random reference: how many were solved, and how many answers were wrong.
     void solve_random(const Arm& a, int n, unsigned seed, int* solved, int* wrong) {
@@ -105,18 +52,16 @@ class IkIterative : public ::testing::Test {
             *wrong += !iktest::solution_good(a, out, T);
         }
     }
-
-    float saved_step_ = zq::kTrackingStep;
 };
 
-// The method misses some targets (no start converges within its fixed
-// steps), but every answer it gives reproduces the target.
+// Every random reachable target gets an answer (the rescue finishes what the
+// seeds miss), and every answer reproduces the target.
 TEST_F(IkIterative, RandomReachableTargetsOfSixAndSevenJoints) {
     for (const Arm* a : {&kArm6, &kArm7}) {
         int solved = 0, wrong = 0;
         solve_random(*a, 16, 1, &solved, &wrong);
         EXPECT_EQ(zq::get_model_code(), 9);
-        EXPECT_GE(solved, 12) << a->dof;
+        EXPECT_EQ(solved, 16) << a->dof;
         EXPECT_EQ(wrong, 0) << a->dof;
     }
 }
@@ -171,6 +116,43 @@ TEST_F(IkIterative, CollectedSolutionsAreDistinctAndExact) {
     }
 }
 
+// Four seeds at once, one per lane, end where the one-seed form ends them:
+// the same solutions in the same order and the same closest ends, to the bit,
+// on reachable targets and on one out of reach.
+TEST_F(IkIterative, LaneFormEndsEverySeedAsTheOneSeedForm) {
+    for (const Arm* a : {&kArm6, &kArm7}) {
+        load(*a);
+        const zq::HomotopyStep step = a->dof == 6 ? zq::homotopy_inverse_step : zq::homotopy_pseudo_inverse_step;
+        std::mt19937 rng(3);
+        for (int k = 0; k < 4; ++k) {
+            kinref::Mat4 T = iktest::flange_of(*a, iktest::random_inside(*a, rng, 180.0));
+            if (k == 3) T[0][3] += 3.0;
+            zq::HomotopySolutions one, lanes;
+            zq::HomotopyEnds one_ends, lane_ends;
+            zq::homotopy_collect(target_of(T), a->dof, step, &one, &one_ends, false);
+            zq::homotopy_collect(target_of(T), a->dof, step, &lanes, &lane_ends, true);
+            ASSERT_EQ(one.count, lanes.count) << a->dof << " " << k;
+            EXPECT_EQ(std::memcmp(one.q, lanes.q, sizeof(one.q[0]) * one.count), 0) << a->dof << " " << k;
+            ASSERT_EQ(one_ends.count, lane_ends.count);
+            EXPECT_EQ(std::memcmp(one_ends.error, lane_ends.error, sizeof(float) * one_ends.count), 0);
+            EXPECT_EQ(std::memcmp(one_ends.q, lane_ends.q, sizeof(one_ends.q[0]) * one_ends.count), 0);
+            // The baseline four lanes end eight seeds as the widest lanes do.
+            const zq::GeneralChain chain = zq::general_chain(a->dof);
+            float anchor[8][8] = {}, four[8][8] = {}, wide[8][8] = {};
+            for (int l = 0; l < 8; ++l)
+                for (int i = 0; i < a->dof; ++i) {
+                    const float s = zq::homotopy_seed(20 + l, i);
+                    anchor[l][i] = static_cast<float>(M_PI * (1 - 2 * s));
+                    four[l][i] = wide[l][i] = -anchor[l][i];
+                }
+            zq::homotopy_continuation_lanes(chain, target_of(T), a->dof, 4, anchor, four);
+            zq::homotopy_continuation_lanes(chain, target_of(T), a->dof, 4, anchor + 4, four + 4);
+            zq::homotopy_continuation_lanes(chain, target_of(T), a->dof, 8, anchor, wide);
+            EXPECT_EQ(std::memcmp(four, wide, sizeof four), 0) << a->dof << " " << k;
+        }
+    }
+}
+
 // The first seed starts at -pi in every joint, the anchor's mirror image at
 // +pi: a target there is found by that seed and counts like any other.
 TEST_F(IkIterative, TargetOfTheFirstSeedCounts) {
@@ -219,8 +201,9 @@ TEST_F(IkIterative, FailuresHaveTheirCodes) {
 }
 
 // A five-joint universal arm reaches the NLopt runs: L-BFGS gets to the target,
-// but the global run refuses its unbounded domain, so the answer is -1, for
-// every target, after the ten cycles and the final pair of runs.
+// but the global run refuses its unbounded domain, so the runs alone answer
+// -1, for every target, after the ten cycles and the final pair of runs. The
+// rescue's bounded runs then find the target.
 TEST_F(IkIterative, FiveJointArmRunsTheStagedMinimisation) {
     load(kArm5);
     EXPECT_EQ(zq::get_dof(), 5);
@@ -228,11 +211,15 @@ TEST_F(IkIterative, FiveJointArmRunsTheStagedMinimisation) {
     const kinref::Mat4 T = iktest::flange_of(kArm5, q);
     float ref[8] = {0}, out[8] = {0};
     for (int i = 0; i < 5; ++i) ref[i] = static_cast<float>((q[i] + 2.0) * kinref::kDeg);
+    float ref_copy[8];
+    std::copy(ref, ref + 8, ref_copy);
     zq::NloptReport r{};
+    zq::set_ik_rescue(false);
     EXPECT_EQ(zq::nlopt_ik_report(target_of(T), ref, out, &r), zq::kIkNoSolution);
     EXPECT_EQ(r.cycles, 10);
     EXPECT_LT(r.last_result, 0);
     EXPECT_LE(r.staged_min, 1e-8);
+    EXPECT_EQ(r.rescue_starts, 0);
     zq_inverse_kinematics_params_t p{};
     for (int i = 0; i < 5; ++i) p.q_in[i] = static_cast<float>(q[i] + 2.0);
     p.q_pose = iktest::pose_of(T);
@@ -242,6 +229,12 @@ TEST_F(IkIterative, FiveJointArmRunsTheStagedMinimisation) {
     float ref_u[8] = {0};
     EXPECT_EQ(zq::ik_universal(target_of(T), ref_u, out), zq::kIkNoSolution);
     for (int i = 0; i < 5; ++i) EXPECT_NEAR(ref_u[i], kArm5.offset[i] * kinref::kDeg, 1e-6) << i;
+    zq::set_ik_rescue(true);
+    EXPECT_EQ(zq::nlopt_ik_report(target_of(T), ref_copy, out, &r), zq::kIkOk);
+    EXPECT_GE(r.rescue_starts, 1);
+    EXPECT_LE(r.minf, 1e-8);
+    EXPECT_EQ(zq_algo_inverse_kinematics(nullptr, &p, out), 0);
+    EXPECT_TRUE(iktest::solution_good(kArm5, out, T));
     float ref_nan[8] = {NAN};
     EXPECT_EQ(zq::nlopt_ik_report(target_of(T), ref_nan, out, &r), zq::kIkNoSolution);
     EXPECT_EQ(r.cycles, 0);

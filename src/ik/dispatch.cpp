@@ -1,5 +1,9 @@
 #include "ik/dispatch.h"
 
+#include <cmath>
+
+#include "ik/ik_mode.h"
+#include "ik/rescue.h"
 #include "ik/solvers.h"
 #include "ik/target_forms.h"
 #include "kinematics/mat.h"
@@ -67,6 +71,51 @@ zq_Mat_t target_of(TargetForm form, const zq_pose_t& pose, uint8_t flag) {
     return mat_from_matrix(form == kWorldTool ? Tworld_tool : tool_pose_to_flange(Tworld_tool));
 }
 
+constexpr int kRefineSteps = 20;
+constexpr float kRefineTolerance = 2e-6f;
+
+// 0 when q reaches the target Tbase_flange, after damped Newton steps from q
+// where it does not; -1 when those do not reach it either, -2 when they leave
+// a joint outside its limits. The steps work on the moving joints' chain: an
+// arm that ends in a fixed flange row aims its last joint's frame at the
+// target without that row.
+int verified(const zq_Mat_t& Tbase_flange, bool flange_row, int dof, float q[8]) {
+    if (flange_reaches(Tbase_flange, q)) return kIkOk;
+    const zq_Mat_t aim = flange_row ? remove_flange_link(Tbase_flange, sys_data.dh) : Tbase_flange;
+    if (!newton_refine(aim, dof, q, kRefineSteps, kRefineTolerance) || !flange_reaches(Tbase_flange, q))
+        return kIkNoSolution;
+    float lo[8], hi[8];
+    get_joint_min(lo);
+    get_joint_max(hi);
+    for (int i = 0; i < dof && i < kMaxJoints; ++i)
+        if (!(lo[i] <= q[i] && q[i] <= hi[i])) return kIkOutsideLimits;
+    return kIkOk;
+}
+
+// A solver that finds rows only outside the limits may have carried a joint
+// a turn past its limit toward a far reference. Solved again from the
+// reference taken into a half turn of zero, each joint is then moved by whole
+// turns toward the reference as far as its limits allow. True, with q
+// replaced, when that answer reaches the target inside the limits.
+bool resolved_inside(const Route& r, const zq_Mat_t& target, const zq_Mat_t& Tbase_flange, bool flange_row,
+                     const float ref[8], int dof, float q[8]) {
+    float near_zero[8], p[8] = {0, 0, 0, 0, 0, 0, 0, 0};
+    for (int i = 0; i < 8; ++i)
+        near_zero[i] = i < dof ? ref[i] - kTurn * std::floor((ref[i] + kTurn / 2) / kTurn) : ref[i];
+    if (r.solver(target, near_zero, p) != kIkOk || verified(Tbase_flange, flange_row, dof, p) != kIkOk) return false;
+    float lo[8], hi[8];
+    get_joint_min(lo);
+    get_joint_max(hi);
+    for (int i = 0; i < dof && i < kMaxJoints; ++i) {
+        while (p[i] - ref[i] > kTurn / 2 && p[i] - kTurn >= lo[i]) p[i] -= kTurn;
+        while (ref[i] - p[i] > kTurn / 2 && p[i] + kTurn <= hi[i]) p[i] += kTurn;
+        if (!(lo[i] <= p[i] && p[i] <= hi[i])) return false;
+    }
+    if (!flange_reaches(Tbase_flange, p)) return false;
+    for (int i = 0; i < dof && i < kMaxJoints; ++i) q[i] = p[i];
+    return true;
+}
+
 }  // namespace
 
 int ik_dispatch(const float* q_ref, const zq_pose_t& pose, float* q_out, uint8_t flag) {
@@ -85,7 +134,21 @@ int ik_dispatch(const float* q_ref, const zq_pose_t& pose, float* q_out, uint8_t
     if (sys_data.ik_mode_selector == 1 && code != kUniversalCode) {
         result = ik_qp(target_of(kBaseFlange, pose, flag), ref, out);
     } else if (const Route* r = code <= kMaxModelCode ? find_route(code) : nullptr) {
-        result = r->solver(target_of(r->form, pose, flag), ref, out);
+        float ref_in[8];
+        for (int i = 0; i < 8; ++i) ref_in[i] = ref[i];  // the solver may change its copy
+        const zq_Mat_t target = target_of(r->form, pose, flag);
+        result = r->solver(target, ref, out);
+        // A whole pose answered (closed forms always, the others in traversal)
+        // must reach its target: an answer that does not is corrected from
+        // where it stands, or withdrawn. Rows found only outside the limits
+        // get a second solve.
+        if (ik_rescue_enabled() && (r->form == kWorldTool || redundancy_mode() != 1)) {
+            const zq_Mat_t Tbf = target_of(kBaseFlange, pose, flag);
+            const bool flange_row = r->solver == joint7_sweep_ik;
+            if (result == kIkOk) result = verified(Tbf, flange_row, dof, out);
+            if (result == kIkOutsideLimits && resolved_inside(*r, target, Tbf, flange_row, ref_in, dof, out))
+                result = kIkOk;
+        }
     }
     for (int i = 0; i < dof && i < kMaxJoints; ++i) q_out[i] = out[i];
     return result;

@@ -44,8 +44,9 @@ inline void column(const Rows& U, Vec4& lin, Vec4& ang) {
     ang = U.r[2];
 }
 
-// Axis-angle of Re: the rotation vector, with the half-turn fallback on the
-// diagonal of Re.
+
+}  // namespace
+
 void rotation_vector(const float Re[3][3], float a[3]) {
     const float l[3] = {Re[2][1] - Re[1][2], Re[0][2] - Re[2][0], Re[1][0] - Re[0][1]};
     const float t = Re[0][0] + Re[1][1] + Re[2][2];
@@ -59,8 +60,6 @@ void rotation_vector(const float Re[3][3], float a[3]) {
         for (int i = 0; i < 3; ++i) a[i] = kPi * std::sqrt(0.5f * (Re[i][i] + 1.0f));
     }
 }
-
-}  // namespace
 
 GeneralChain general_chain(int joints) {
     GeneralChain c{};

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "ik/general_chain.h"
+#include "ik/rescue.h"
 #include "kinematics/lanes.h"
 #include "kinematics/sys_data.h"
 
@@ -19,7 +20,8 @@ constexpr int kNewtonSteps = 3;
 constexpr float kSolvedError = 5e-6f;
 constexpr float kDistinct = 0.05f;  // rad, in at least one joint
 constexpr float kFirstCost = 1000.0f;
-constexpr int kBatch = 2;  // seeds run side by side
+constexpr int kBatch = 2;  // seeds run side by side in the one-seed form
+constexpr int kRescueSteps = 6;  // Newton steps from each kept end
 
 // Direction vectors of the Sobol sequence, bit by bit, as multiples of 1/256.
 constexpr uint8_t kDirection[8][7] = {
@@ -92,6 +94,44 @@ struct Newton {
         }
     }
 };
+
+float norm6(const float e[6]) {
+    float e2 = 0.0f;
+    for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
+    return std::sqrt(e2);
+}
+
+bool distinct(const HomotopySolutions& s, const float q[8], int n);
+
+// A seed's end, wrapped into [-pi, pi), becomes a solution when it reproduces
+// the target and differs from those found before. Returns its error.
+float take_end(const Newton& newton, float q[8], HomotopySolutions* out) {
+    const int n = newton.n;
+    for (int i = 0; i < n; ++i) q[i] = wrap(q[i]);
+    float e[6];
+    newton.error_at(q, e, nullptr);
+    const float error = norm6(e);
+    if (!(error <= kSolvedError) || !distinct(*out, q, n)) return error;
+    for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[i] : 0.0f;
+    ++out->count;
+    return error;
+}
+
+// Kept in order of error, closest first; an end that is not a number is not kept.
+void keep_end(HomotopyEnds* ends, float error, const float q[8]) {
+    if (!(error == error)) return;
+    int at = ends->count < kHomotopyKeptEnds ? ends->count : kHomotopyKeptEnds;
+    if (at == kHomotopyKeptEnds && !(error < ends->error[at - 1])) return;
+    if (at == kHomotopyKeptEnds) --at;
+    while (at > 0 && error < ends->error[at - 1]) {
+        ends->error[at] = ends->error[at - 1];
+        for (int i = 0; i < 8; ++i) ends->q[at][i] = ends->q[at - 1][i];
+        --at;
+    }
+    ends->error[at] = error;
+    for (int i = 0; i < 8; ++i) ends->q[at][i] = q[i];
+    if (ends->count < kHomotopyKeptEnds) ++ends->count;
+}
 
 bool distinct(const HomotopySolutions& s, const float q[8], int n) {
     for (int k = 0; k < s.count; ++k) {
@@ -275,41 +315,67 @@ bool solve6(const float A[6][6], const float b[6], float x[6]) {
     return true;
 }
 
-void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, HomotopySolutions* out) {
+void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, HomotopySolutions* out,
+                      HomotopyEnds* ends, bool lanes) {
     out->count = 0;
+    if (ends) ends->count = 0;
     const int n = joints < 1 ? 1 : (joints > 7 ? 7 : joints);
     const Newton newton{general_chain(n), Hd, n, step};
-    for (int first = 0; first < kHomotopySeeds && out->count < kHomotopyMaxSolutions; first += kBatch) {
-        const int count = kHomotopySeeds - first < kBatch ? kHomotopySeeds - first : kBatch;
-        float theta_0[kBatch][8] = {}, q[kBatch][8] = {};
+    lanes = lanes && (n == 6 || n == 7);
+    const int batch = lanes ? homotopy_lane_width() : kBatch;
+    for (int first = 0; first < kHomotopySeeds && out->count < kHomotopyMaxSolutions; first += batch) {
+        const int count = kHomotopySeeds - first < batch ? kHomotopySeeds - first : batch;
+        float theta_0[kHomotopyMaxLanes][8] = {}, q[kHomotopyMaxLanes][8] = {};
         for (int b = 0; b < count; ++b)
             for (int i = 0; i < n; ++i) {
                 const float s = kSeeds.s[first + b][i];
                 theta_0[b][i] = -kPi + kTwoPi * (1.0f - s);  // the anchor mirrors the start
                 q[b][i] = -kPi + kTwoPi * s;
             }
-        newton.continuation(theta_0, q, count);
+        if (lanes)
+            homotopy_continuation_lanes(newton.chain, Hd, n, batch, theta_0, q);
+        else
+            newton.continuation(theta_0, q, count);
         // The seeds in order; the loop ends at the eighth solution, so a seed
         // after it in the same batch does not count.
         for (int b = 0; b < count && out->count < kHomotopyMaxSolutions; ++b) {
-            for (int i = 0; i < n; ++i) q[b][i] = wrap(q[b][i]);
-            float e[6];
-            newton.error_at(q[b], e, nullptr);
-            float e2 = 0.0f;
-            for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
-            if (!(std::sqrt(e2) <= kSolvedError) || !distinct(*out, q[b], n)) continue;
-            for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[b][i] : 0.0f;
-            ++out->count;
+            const float error = take_end(newton, q[b], out);
+            if (ends) keep_end(ends, error, q[b]);
         }
     }
 }
 
-int homotopy_solve(const zq_Mat_t& Hd, const float q_ref[8], float q_out[8], int joints, HomotopyStep step) {
+int homotopy_rescue(const zq_Mat_t& Hd, int joints, HomotopyStep step, const HomotopyEnds& ends, int steps,
+                    HomotopySolutions* out) {
+    const int n = joints < 1 ? 1 : (joints > 7 ? 7 : joints);
+    const Newton newton{general_chain(n), Hd, n, step};
+    const int before = out->count;
+    for (int k = 0; k < ends.count && out->count < kHomotopyMaxSolutions; ++k) {
+        float q[8];
+        for (int i = 0; i < 8; ++i) q[i] = ends.q[k][i];
+        for (int s = 0; s < steps; ++s) {
+            float e[6], Jn[6][7];
+            newton.error_at(q, e, Jn);
+            if (norm6(e) <= kSolvedError) break;
+            float dq[7] = {0, 0, 0, 0, 0, 0, 0};
+            step(Jn, e, dq);
+            for (int i = 0; i < n; ++i) q[i] += dq[i];
+        }
+        take_end(newton, q, out);
+    }
+    return out->count - before;
+}
+
+int homotopy_solve(const zq_Mat_t& Hd, const float q_ref[8], float q_out[8], int joints, HomotopyStep step,
+                   bool lanes) {
     if (!transform_finite(Hd)) return -1;
     for (int i = 0; i < joints; ++i)
         if (!std::isfinite(q_ref[i])) return -1;
     HomotopySolutions s;
-    homotopy_collect(Hd, joints, step, &s);
+    HomotopyEnds ends;
+    const bool rescue = ik_rescue_enabled();
+    homotopy_collect(Hd, joints, step, &s, rescue ? &ends : nullptr, lanes);
+    if (s.count == 0 && rescue) homotopy_rescue(Hd, joints, step, ends, kRescueSteps, &s);
     return choose(s, q_ref, q_out, joints);
 }
 

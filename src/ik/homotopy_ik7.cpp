@@ -4,10 +4,9 @@
 #include "ik/solvers.h"
 
 namespace zq {
-namespace {
 
 // dq = Jn^T (Jn Jn^T)^-1 (0 - F); a singular Jn Jn^T gives no step.
-void pseudo_inverse_step(const float Jn[6][7], const float F[6], float dq[7]) {
+void homotopy_pseudo_inverse_step(const float Jn[6][7], const float F[6], float dq[7]) {
     float JJT[6][6], minus_F[6], w[6];
     for (int i = 0; i < 6; ++i) {
         for (int j = i; j < 6; ++j) {
@@ -25,10 +24,8 @@ void pseudo_inverse_step(const float Jn[6][7], const float F[6], float dq[7]) {
     }
 }
 
-}  // namespace
-
 int homotopy_ik7(const zq_Mat_t& Hd, float q_ref[8], float q_out[8]) {
-    return homotopy_solve(Hd, q_ref, q_out, 7, pseudo_inverse_step);
+    return homotopy_solve(Hd, q_ref, q_out, 7, homotopy_pseudo_inverse_step);
 }
 
 }  // namespace zq

@@ -9,6 +9,7 @@
 #include "kinematics/fast_atan2.h"
 #include "ik/ik_mode.h"
 #include "ik/pinv_step.h"
+#include "ik/rescue.h"
 #include "ik/solvers.h"
 #include "ik/target_forms.h"
 #include "kinematics/links.h"
@@ -20,6 +21,7 @@ namespace {
 constexpr float kWeight[7] = {2, 2, 2, 1, 1, 1, 1};
 constexpr float kNoBest = 10000.0f;
 constexpr float kSweepStep = 0.06f;
+constexpr float kFineStep = 0.002f;  // the second sweep, after a failed one
 constexpr float kReachBand = 0.001f;  // elbow argument beyond 1 taken as the stretched arm
 constexpr float kSnapBand = 0.99999f;
 constexpr float kWristBand = 1.001f;
@@ -30,7 +32,7 @@ constexpr double kCentringCap = 300.0 * 0.0174532925199433;  // x dt^2
 constexpr float kNearMargin = 0.0001f;
 constexpr int kMaxRows = 16;
 constexpr float kBoundSlack = 1e-4f;
-constexpr int kMaxValues = 128;  // joint-7 values of a sweep over one turn
+constexpr int kMaxValues = 3200;  // joint-7 values of a fine sweep over one turn
 
 struct V3 {
     float x, y, z;
@@ -243,7 +245,7 @@ bool in_band(float v, float lo, float hi) {
     return v > lo && v < hi;
 }
 
-int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
+int sweep_solve(const zq_Mat_t& T07, const float q_ref[8], float q_out[8], float sweep_step) {
     const zq_dh_block_t& dh = sys_data.dh;
     Sweep s;
     s.dh = &dh;
@@ -301,11 +303,12 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
         // The values of joint 7: steps from the lower bound; the first step
         // beyond the reference becomes the reference, and the steps go on
         // from there.
-        float th7s[kMaxValues] = {lower};
+        float th7s[kMaxValues];
+        th7s[0] = lower;
         int n = 0, first = 0;
         bool inserted = false;
         float prev = lower;
-        for (float th7 = lower; th7 <= upper && n < kMaxValues; th7 += kSweepStep) {
+        for (float th7 = lower; th7 <= upper && n < kMaxValues; th7 += sweep_step) {
             if (!inserted && prev < s.ref[6] && th7 > s.ref[6]) {
                 th7 = s.ref[6];
                 inserted = true;
@@ -364,16 +367,25 @@ int sweep_solve(const zq_Mat_t& T07, float q_ref[8], float q_out[8]) {
     return kIkOk;
 }
 
+// The sweep; where a traversal finds no row, the legal values of joint 7 may
+// form a window narrower than the step, so the rescue sweeps again with a
+// step of 0.002 rad (some 3100 values over a turn, visited and pruned alike).
+int sweep_with_rescue(const zq_Mat_t& T07, const float q_ref[8], float q_out[8]) {
+    const int result = sweep_solve(T07, q_ref, q_out, kSweepStep);
+    if (result != kIkNoSolution || redundancy_mode() == 1 || !ik_rescue_enabled()) return result;
+    return sweep_solve(T07, q_ref, q_out, kFineStep);
+}
+
 }  // namespace
 
 int joint7_sweep_offset_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
-    return sweep_solve(target, q_ref, q_out);
+    return sweep_with_rescue(target, q_ref, q_out);
 }
 
 // The arm ends in a fixed flange row: the sweep works on frame 7.
 int joint7_sweep_ik(const zq_Mat_t& target, float q_ref[8], float q_out[8]) {
     const zq_Mat_t T07 = remove_flange_link(target, sys_data.dh);
-    return sweep_solve(T07, q_ref, q_out);
+    return sweep_with_rescue(T07, q_ref, q_out);
 }
 
 }  // namespace zq

@@ -9,6 +9,8 @@
 #include <cmath>
 
 #include "ik/general_chain.h"
+#include "ik/homotopy.h"
+#include "ik/rescue.h"
 #include "ik/solvers.h"
 #include "kinematics/sys_data.h"
 #include "kinematics/units.h"
@@ -68,6 +70,7 @@ struct Run {
     nlopt_func objective;
     bool bounded;
     int max_evaluations;
+    double stop_value = 0.0;  // 0: none
 };
 
 constexpr Run kCycle[] = {
@@ -80,6 +83,14 @@ constexpr Run kFinal[] = {
     {NLOPT_GN_MLSL_LDS, value_and_gradient, false, 200},
 };
 
+// The rescue after the cycles: bounded L-BFGS from the reference, then from
+// quasi-random starts within a half turn of it, until one reaches the
+// objective. A
+// run stops once the value is well below the goal: the objective is summed in
+// single precision, so going on would only end in a round-off failure.
+constexpr Run kRescue = {NLOPT_LD_LBFGS, value_and_gradient, true, 400, 1e-11};
+constexpr int kRescueStarts = 40;
+
 int run(const Run& r, Objective* o, const double* lo, const double* hi, double* x, double* minf) {
     nlopt_opt opt = nlopt_create(r.algorithm, o->n);
     if (!opt) return NLOPT_OUT_OF_MEMORY;
@@ -90,6 +101,7 @@ int run(const Run& r, Objective* o, const double* lo, const double* hi, double* 
     }
     nlopt_set_xtol_rel(opt, kXtolRel);
     nlopt_set_maxeval(opt, r.max_evaluations);
+    if (r.stop_value > 0.0) nlopt_set_stopval(opt, r.stop_value);
     const nlopt_result result = nlopt_optimize(opt, x, minf);
     nlopt_destroy(opt);
     return result;
@@ -99,7 +111,7 @@ int run(const Run& r, Objective* o, const double* lo, const double* hi, double* 
 
 int nlopt_ik_report(const zq_Mat_t& Hd, float q_ref[8], float q_out[8], NloptReport* report) {
     const int dof = get_dof();
-    if (report) *report = NloptReport{0.0, 0, 0.0, 0};
+    if (report) *report = NloptReport{0.0, 0, 0.0, 0, 0};
     if (dof < 1 || dof > 7 || !transform_finite(Hd)) return kIkNoSolution;
     for (int i = 0; i < dof; ++i)
         if (!std::isfinite(q_ref[i])) return kIkNoSolution;
@@ -135,7 +147,17 @@ int nlopt_ik_report(const zq_Mat_t& Hd, float q_ref[8], float q_out[8], NloptRep
         for (unsigned i = 0; i < n; ++i) x[i] = ref[i];
         for (const Run& r : kFinal) stage(r);
     }
-    if (report) *report = NloptReport{minf, result, staged_min, cycles};
+    int starts = 0;
+    if (ik_rescue_enabled())
+        for (; starts < kRescueStarts && (minf > kSolved || result < 1); ++starts) {
+            // The reference, then within a half turn of it, inside the bounds.
+            for (unsigned i = 0; i < n; ++i) {
+                const double s = starts == 0 ? 0.0 : homotopy_seed(starts, static_cast<int>(i)) - 0.5;
+                x[i] = std::fmin(hi[i], std::fmax(lo[i], ref[i] + s * kTwoPi));
+            }
+            stage(kRescue);
+        }
+    if (report) *report = NloptReport{minf, result, staged_min, cycles, starts};
     if (minf > kSolved || result < 1) return kIkNoSolution;
     for (unsigned i = 0; i < n; ++i) {
         double q = x[i] - kTwoPi * std::trunc(x[i] / kTwoPi) - chain.offset[i];

@@ -7,12 +7,14 @@
 namespace zq {
 
 // What the runs left: the last objective value and optimiser result, the
-// smallest value any run left, and the number of cycles run.
+// smallest value any run left, the number of cycles run and the number of
+// starts of the rescue (0 when the cycles found the answer).
 struct NloptReport {
     double minf;
     int last_result;
     double staged_min;
     int cycles;
+    int rescue_starts;
 };
 
 // As nlopt_ik; `report` may be null.
