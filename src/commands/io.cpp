@@ -4,7 +4,7 @@
 
 #include "commands/bounded_input.h"
 #include "commands/int_rows.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "commands/bounded_input.h"
-#include "commands/catalogue.h"
-#include "session/log.h"
+#include "session/catalogue.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -1,6 +1,6 @@
 #include "kinematics/arm_load.h"
 
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/session.h"
 #include "kinematics/model_match.h"
 #include "zq_algo.h"
