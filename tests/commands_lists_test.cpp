@@ -3,28 +3,18 @@
 // a reply with more entries than fit logs one warning.
 #include <gtest/gtest.h>
 
-#include <cstdarg>
-#include <cstdio>
 #include <algorithm>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <string>
 
+#include "log_capture.h"
 #include "test_env.h"
 #include "zq_api.h"
 
 namespace {
 
-std::mutex g_log_mu;
-std::string g_log;
-void capture(const char* fmt, va_list args) {
-    char buf[512];
-    std::vsnprintf(buf, sizeof buf, fmt, args);
-    std::lock_guard<std::mutex> lock(g_log_mu);
-    g_log += buf;
-}
-void to_stderr(const char* fmt, va_list args) { std::vfprintf(stderr, fmt, args); }
+namespace logs = zqtest::log_capture;
 
 int count_of(const std::string& text, const std::string& part) {
     int n = 0;
@@ -54,7 +44,7 @@ struct Row {
 class CommandsLists : public zqtest::ArmTest {
 protected:
     void TearDown() override {
-        zq_set_log_call_back(to_stderr, 3);
+        logs::stop();
         ArmTest::TearDown();
     }
 };
@@ -90,21 +80,18 @@ TEST_F(CommandsLists, LengthCountsEntriesFilledAndAnOverflowWarnsOnce) {
         SCOPED_TRACE(row.family);
         for (const int entries : {row.capacity - 1, row.capacity, row.capacity + 3}) {
             SCOPED_TRACE(entries);
-            {
-                std::lock_guard<std::mutex> lock(g_log_mu);
-                g_log.clear();
-            }
-            zq_set_log_call_back(capture, 2);
+            logs::clear();
+            logs::start();
             sim_.set_reply(row.command, reply(row.command, row.key, row.entry, entries, head), 1);
             int len = -7, total = -7;
             ASSERT_EQ(row.call(arm_, &len, &total), 0);
-            zq_set_log_call_back(to_stderr, 3);
+            logs::stop();
             EXPECT_EQ(len, std::min(entries, row.capacity));
             if (total != -1) {
                 EXPECT_EQ(total, 250);
             }
-            std::lock_guard<std::mutex> lock(g_log_mu);
-            EXPECT_EQ(count_of(g_log, "the record keeps"), entries > row.capacity ? 1 : 0) << g_log;
+            const std::string log = logs::log();
+            EXPECT_EQ(count_of(log, "the record keeps"), entries > row.capacity ? 1 : 0) << log;
         }
     }
 }
