@@ -28,8 +28,8 @@ typedef struct {
     int io_speed_mode;  /* -1 below mode 14 */
 } zq_io_get_t;
 
-/* io_num 0 to 4, io_mode 0 to 14; anything else returns 1 with nothing sent. */
-ZQ_API int zq_set_IO_mode(zq_robot_handle* handle, int io_num, zq_io_config_t config);
+/* io_num 0 to 4, io_mode 0 to 14; anything else returns 1 with nothing sent. A null config: -4. */
+ZQ_API int zq_set_IO_mode(zq_robot_handle* handle, int io_num, const zq_io_config_t* config);
 ZQ_API int zq_set_DO_state(zq_robot_handle* handle, int io_num, int state);
 /* io_num 0 to 4, else 1. */
 ZQ_API int zq_get_IO_state(zq_robot_handle* handle, int io_num, zq_io_get_t* io);

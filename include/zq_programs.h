@@ -2,8 +2,9 @@
  * controller, the upload of a program file and the saving of a dragged trajectory.
  *
  * Functions marked "generation 3" or "generation 4" return -4 on the other controller
- * generation and send nothing. List records hold at most ZQ_LIST_ENTRIES entries; further
- * entries of a reply are not stored (their count is still reported). */
+ * generation and send nothing. List records hold at most ZQ_LIST_ENTRIES entries: list_len
+ * counts the entries filled, total_size the controller's count; further entries of a reply
+ * are not stored and log one warning. */
 #ifndef ZQ_PROGRAMS_H
 #define ZQ_PROGRAMS_H
 

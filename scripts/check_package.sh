@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Checks the library as its users get it, from a finished build directory:
 # the service class is generated from the current headers, the exported
-# symbols match docs/abi, an install moved to another prefix serves a C11 and
+# interface is compatible with docs/abi, an install moved to another prefix serves a C11 and
 # a C++17 consumer through find_package and through pkg-config, and cpack
 # makes the runtime and development packages.
 #   scripts/check_package.sh build-dir
@@ -16,7 +16,7 @@ echo "-- generated service class and C++ and Python faces"
 python3 scripts/gen_service.py --check
 python3 scripts/gen_faces.py --check
 
-echo "-- exported symbols"
+echo "-- exported symbols and ABI"
 bash scripts/check_abi.sh "$build/libapi_cpp.so"
 
 echo "-- install, moved to another prefix"

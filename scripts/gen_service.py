@@ -54,7 +54,7 @@ SPECIAL = [
     ("zq_set_IO_mode",
      "int zq_set_IO_mode(zq_robot_handle* handle, int io_num, int io_mode, int io_speed_mode, int io_speed)",
      "zq_io_config_t config = {};\n    config.io_mode = io_mode;\n    config.io_speed = io_speed;\n"
-     "    config.io_speed_mode = io_speed_mode;\n    return ::zq_set_IO_mode(handle, io_num, config);"),
+     "    config.io_speed_mode = io_speed_mode;\n    return ::zq_set_IO_mode(handle, io_num, &config);"),
     ("zq_get_IO_state",
      "int zq_get_IO_state(zq_robot_handle* handle, int io_num, int* io_state, int* io_mode, int* io_speed_mode,\n"
      "                        int* io_speed)",

@@ -40,7 +40,7 @@ protected:
 
 TEST_F(CommandsIo, IoModesAndStates) {
     zq_io_config_t fast{14, 100, 2};
-    ASSERT_EQ(zq_set_IO_mode(arm_, 1, fast), 0);
+    ASSERT_EQ(zq_set_IO_mode(arm_, 1, &fast), 0);
     EXPECT_EQ(last(), R"({"command":"set_IO_mode","IO_Num":1,"IO_mode":14,"realtime_speed":{"speed":100,"mode":2}})");
     zq_io_get_t io{};
     ASSERT_EQ(zq_get_IO_state(arm_, 1, &io), 0);
@@ -49,7 +49,8 @@ TEST_F(CommandsIo, IoModesAndStates) {
     EXPECT_EQ(io.io_speed, 100);
     EXPECT_EQ(io.io_speed_mode, 2);
 
-    ASSERT_EQ(zq_set_IO_mode(arm_, 1, zq_io_config_t{3, 7, 7}), 0);
+    const zq_io_config_t plain{3, 7, 7};
+    ASSERT_EQ(zq_set_IO_mode(arm_, 1, &plain), 0);
     EXPECT_EQ(last(), R"({"command":"set_IO_mode","IO_Num":1,"IO_mode":3})");
     ASSERT_EQ(zq_get_IO_state(arm_, 1, &io), 0);
     EXPECT_EQ(io.io_speed, -1);
@@ -90,8 +91,11 @@ TEST_F(CommandsIo, IoStateRepliesAreCheckedByHand) {
 
 TEST_F(CommandsIo, OutOfRangeIoArgumentsGiveOneAndSendNothing) {
     zq_io_get_t io{};
-    EXPECT_EQ(zq_set_IO_mode(arm_, 0, zq_io_config_t{15, 0, 0}), 1);
-    EXPECT_EQ(zq_set_IO_mode(arm_, 5, zq_io_config_t{1, 0, 0}), 1);
+    const zq_io_config_t mode15{15, 0, 0}, mode1{1, 0, 0};
+    EXPECT_EQ(zq_set_IO_mode(arm_, 0, &mode15), 1);
+    EXPECT_EQ(zq_set_IO_mode(arm_, 5, &mode1), 1);
+    EXPECT_EQ(zq_set_IO_mode(arm_, 0, nullptr), -4);
+    EXPECT_EQ(zq_set_IO_mode(arm_, 5, nullptr), -4);
     EXPECT_EQ(zq_get_IO_state(arm_, -1, &io), 1);
     EXPECT_EQ(zq_get_IO_state(arm_, 0, nullptr), -4);
     EXPECT_EQ(zq_get_IO_input(arm_, nullptr), -4);

@@ -212,7 +212,7 @@ TEST(KinematicsModel, InitByDhKeepsTheGivenNumbers) {
 TEST(KinematicsModel, VersionText) { EXPECT_STREQ(zq_algo_version(), "1.6.0-8a02e510"); }
 
 TEST(KinematicsModel, ArmDataOfAHandleReplacesTheModel) {
-    zq_robot_handle h{};
+    zq::ArmData h{};
     h.arm_dof = 6;
     h.arm_model = ZQ_MODEL_ZQL36_E;
     h.force_type = ZQ_MODEL_ZQ_6F_E;
@@ -246,7 +246,7 @@ TEST(KinematicsModel, ArmDataOfAHandleReplacesTheModel) {
     EXPECT_EQ(zq::get_model_code(), 7);
     EXPECT_EQ(zq::get_dof(), 7);
     // A handle that names no session changes nothing.
-    zq_robot_handle stray = h;
+    zq_robot_handle stray{};
     stray.arm_model = ZQ_MODEL_ZQ41_E;
     EXPECT_EQ(zq::arm_load(&stray), -1);
     EXPECT_EQ(zq::arm_load(nullptr), -1);

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace {

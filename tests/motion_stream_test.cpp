@@ -1,9 +1,6 @@
 // Pass-through streaming: wire bytes, the quaternion rule, the smoothing warning and the
 // current streaming gate.
-#include <cstdarg>
-#include <cstdio>
-#include <mutex>
-
+#include "log_capture.h"
 #include "motion/stream.h"
 #include "motion_env.h"
 
@@ -11,35 +8,23 @@ namespace {
 
 using zqtest::MotionTest;
 
-std::mutex g_log_mu;
-std::string g_log;
-void capture(const char* fmt, va_list args) {
-    char buf[512];
-    std::vsnprintf(buf, sizeof buf, fmt, args);
-    std::lock_guard<std::mutex> lock(g_log_mu);
-    g_log += buf;
-}
-void to_stderr(const char* fmt, va_list args) { std::vfprintf(stderr, fmt, args); }
+namespace logs = zqtest::log_capture;
 
 class MotionStreamTest : public MotionTest {
 protected:
     void SetUp() override {
         MotionTest::SetUp();
-        std::lock_guard<std::mutex> lock(g_log_mu);
-        g_log.clear();
+        logs::clear();
     }
     void TearDown() override {
-        zq_set_log_call_back(to_stderr, 3);
+        logs::stop();
         MotionTest::TearDown();
     }
-    std::string log() {
-        std::lock_guard<std::mutex> lock(g_log_mu);
-        return g_log;
-    }
+    std::string log() { return logs::log(); }
 };
 
 TEST_F(MotionStreamTest, MotionStreamJointsGoOutAtOnceAndMoveTheArm) {
-    zq_set_log_call_back(capture, 2);
+    logs::start();
     float q[6] = {2.675f, -1.0f, 0.5f, 0.0f, 10.0f, -20.0f};
     // The arm stands next to the set point: the controller refuses jumps beyond its limits.
     sim_.update([](zqsim::ArmConfig& a) { a.joint_angles = {2.674, -1.0, 0.5, 0.0, 10.0, -19.99}; });
@@ -64,7 +49,7 @@ TEST_F(MotionStreamTest, MotionStreamJointsGoOutAtOnceAndMoveTheArm) {
 }
 
 TEST_F(MotionStreamTest, MotionStreamRadioBoundsByMode) {
-    zq_set_log_call_back(capture, 2);
+    logs::start();
     zq_movev_canfd_mode_t v{};
     float vel[6] = {0.1f, -0.2f, 0.0f, 2.675f, 0.0f, -0.5f};
     v.cartesian_velocity = vel;

@@ -72,7 +72,8 @@ protected:
 TEST_F(ServiceArm, SetIoModeTakesSpeedModeBeforeSpeed) {
     ASSERT_EQ(svc_.zq_set_IO_mode(arm_, 1, 14, 2, 300), 0);
     EXPECT_EQ(last(), R"({"command":"set_IO_mode","IO_Num":1,"IO_mode":14,"realtime_speed":{"speed":300,"mode":2}})");
-    EXPECT_EQ(svc_.zq_set_IO_mode(arm_, 5, 1, 0, 0), ::zq_set_IO_mode(arm_, 5, zq_io_config_t{1, 0, 0}));
+    const zq_io_config_t mode1{1, 0, 0};
+    EXPECT_EQ(svc_.zq_set_IO_mode(arm_, 5, 1, 0, 0), ::zq_set_IO_mode(arm_, 5, &mode1));
 }
 
 TEST_F(ServiceArm, GetIoStateFillsWhatItIsGivenAndCopiesOutOnFailure) {

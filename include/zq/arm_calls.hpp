@@ -306,7 +306,7 @@ public:
     // ---- io ----
     /// zq_set_IO_mode.
     void set_io_mode(int io_num, const zq_io_config_t& config) {
-        check(zq_set_IO_mode(h(), io_num, config), "zq_set_IO_mode");
+        check(zq_set_IO_mode(h(), io_num, &config), "zq_set_IO_mode");
     }
     /// zq_set_DO_state.
     void set_do_state(int io_num, int state) {

@@ -1,7 +1,7 @@
 // Arm Cartesian limits, arm initialisation and the collision stage: single
 // values, shape S to set and shape G to get.
 #include "session/wire_input.h"
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -1,10 +1,10 @@
 // Drag teaching: start and stop, the multi-axis forms of the six-axis force
 // arms, sensitivity and drag mode, and the replay of a dragged trajectory.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "commands/int_rows.h"
 #include "motion/completion.h"
 #include "motion/device_wait.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -2,11 +2,11 @@
 // its streamed set points.
 #include <cstring>
 
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "commands/int_rows.h"
 #include "commands/bounded_input.h"
 #include "session/wire_input.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

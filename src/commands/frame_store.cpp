@@ -5,9 +5,9 @@
 #include <cstring>
 
 #include "session/wire_input.h"
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "commands/wire_forms.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -2,9 +2,9 @@
 #include <cstdio>
 #include <cstring>
 
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "commands/wire_forms.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -1,8 +1,8 @@
 // Gripper and dexterous hand: settings, blocking motions that end with the
 // device's completion report, and the high-rate follow commands.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "motion/device_wait.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -3,7 +3,7 @@
 // an optional generation gate in front.
 #pragma once
 
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 
 namespace zq::cat {
 

@@ -4,7 +4,7 @@
 
 #include "commands/bounded_input.h"
 #include "commands/int_rows.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {
@@ -106,7 +106,9 @@ using namespace zq;
 
 extern "C" {
 
-int zq_set_IO_mode(zq_robot_handle* handle, int io_num, zq_io_config_t config) {
+int zq_set_IO_mode(zq_robot_handle* handle, int io_num, const zq_io_config_t* config_ptr) {
+    if (!config_ptr) return -4;
+    const zq_io_config_t config = *config_ptr;
     if (!io_number_valid(io_num) || config.io_mode < 0 || config.io_mode > 14) {
         log_error("input param error...");
         return 1;

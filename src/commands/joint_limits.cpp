@@ -1,6 +1,6 @@
 // Joint limits: queries with their copies in the handle.
 #include "session/wire_input.h"
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "zq_api.h"
 
 namespace zq {

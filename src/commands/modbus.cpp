@@ -4,8 +4,9 @@
 #include <cstring>
 
 #include "commands/bounded_input.h"
-#include "commands/catalogue.h"
-#include "session/log.h"
+#include "commands/paged_lists.h"
+#include "session/catalogue.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {
@@ -278,8 +279,10 @@ int parse_master_page(const cJSON* root, zq_modbus_tcp_master_list_t* list) {
     const cJSON* entries = member(root, "list");
     if (!cJSON_IsNumber(total) || !cJSON_IsArray(entries)) return -3;
     page.total_size = total->valueint;
+    const int kept = lists::entries_kept("zq_get_modbus_tcp_master_list", cJSON_GetArraySize(entries),
+                                         ZQ_MODBUS_TCP_MASTER_LIST_MAX);
     int n = 0;
-    for (const cJSON* el = entries->child; el && n < ZQ_MODBUS_TCP_MASTER_LIST_MAX; el = el->next, ++n) {
+    for (const cJSON* el = entries->child; el && n < kept; el = el->next, ++n) {
         zq_modbus_tcp_master_info_t& m = page.list[n];
         std::memset(&m, 0, sizeof m);
         if (!cJSON_IsString(member(el, "master_name"))) return -3;

@@ -4,7 +4,15 @@
 #include <cstring>
 #include <memory>
 
+#include "platform/log.h"
+
 namespace zq::lists {
+
+int entries_kept(const char* fn, int entries, int capacity) {
+    if (entries <= capacity) return entries;
+    log_warning("[%s] the reply lists %d entries, the record keeps %d\n", fn, entries, capacity);
+    return capacity;
+}
 
 bool text_member(const cJSON* obj, const char* key, char* field, int size) {
     const cJSON* item = cJSON_GetObjectItemCaseSensitive(obj, key);
@@ -43,9 +51,10 @@ int read_paged(const Request& req, zq_robot_handle* handle, const char* list_key
     *head.total_size = total->valueint;
     const cJSON* list = cJSON_GetObjectItemCaseSensitive(root.get(), list_key);
     if (!cJSON_IsArray(list)) return -3;
-    *head.list_len = cJSON_GetArraySize(list);
+    const int kept = entries_kept(req.fn, cJSON_GetArraySize(list), capacity);
+    *head.list_len = kept;
     int index = 0;
-    for (const cJSON* el = list->child; el && index < capacity; el = el->next, ++index) {
+    for (const cJSON* el = list->child; el && index < kept; el = el->next, ++index) {
         if (!cJSON_IsObject(el) || !entry(el, index)) return -3;
     }
     return 0;

@@ -38,9 +38,14 @@ using EntryReader = std::function<bool(const cJSON* element, int index)>;
 
 // Sends the request, reads "get_state" (false: 1), the head ("total_size"
 // required) and every element of `list_key`, at most `capacity` of them
-// stored. 0, 1, the exchange's code, or -3.
+// stored and counted in list_len. 0, 1, the exchange's code, or -3.
 int read_paged(const Request& req, zq_robot_handle* handle, const char* list_key, const Head& head, int capacity,
                const EntryReader& entry);
+
+// Every list record counts in its length field the entries it holds, never
+// more than its capacity; a reply listing `entries` beyond `capacity` logs
+// one warning naming `fn`. Returns the number to store.
+int entries_kept(const char* fn, int entries, int capacity);
 
 // Copies a string member into a field of `size` bytes, cut and terminated.
 // A missing member leaves the field; a member of another type gives false.

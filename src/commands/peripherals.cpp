@@ -3,10 +3,10 @@
 #include <cstddef>
 #include <cstring>
 
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "motion/completion.h"
 #include "motion/device_wait.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

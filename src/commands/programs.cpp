@@ -3,13 +3,13 @@
 #include <cstring>
 #include <memory>
 
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "commands/int_rows.h"
 #include "commands/bounded_input.h"
 #include "session/wire_input.h"
 #include "commands/paged_lists.h"
 #include "motion/device_wait.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {
@@ -133,8 +133,9 @@ int zq_get_program_trajectory_list(zq_robot_handle* handle, int page_num, int pa
         log_error("[%s] get program trajectory list parser error!\n", fn);
         return -3;
     }
+    const int kept = lists::entries_kept(fn, cJSON_GetArraySize(entries), ZQ_LIST_ENTRIES);
     int i = 0;
-    for (const cJSON* el = entries->child; el && i < ZQ_LIST_ENTRIES; el = el->next, ++i) {
+    for (const cJSON* el = entries->child; el && i < kept; el = el->next, ++i) {
         zq_program_trajectory_data_t& e = list->list[i];
         lists::int_member(el, "id", &e.id);
         lists::text_member(el, "trajectory_name", e.trajectory_name, sizeof e.trajectory_name);

@@ -7,8 +7,8 @@
 #include <memory>
 #include <string>
 
-#include "commands/catalogue.h"
-#include "session/log.h"
+#include "session/catalogue.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

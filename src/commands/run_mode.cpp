@@ -1,5 +1,5 @@
 // Run mode of the arm: simulation or real.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "zq_api.h"
 
 using namespace zq;

@@ -6,8 +6,9 @@
 
 #include "commands/bounded_input.h"
 #include "commands/int_rows.h"
+#include "commands/paged_lists.h"
 #include "session/wire_input.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {
@@ -242,8 +243,9 @@ int envelope_from_reply(const char* fn, const cJSON* root, zq_envelope_balls_lis
     if (!cJSON_IsString(tool) || !cJSON_IsArray(list)) return -3;
     zq_envelope_balls_list_t got = *e;
     copy_text(got.tool_name, sizeof got.tool_name, tool->valuestring);
+    const int kept = lists::entries_kept(fn, cJSON_GetArraySize(list), ZQ_ENVELOPE_BALLS_MAX);
     int n = 0;
-    for (const cJSON* el = list->child; el && n < ZQ_ENVELOPE_BALLS_MAX; el = el->next, ++n) {
+    for (const cJSON* el = list->child; el && n < kept; el = el->next, ++n) {
         const cJSON* name = cJSON_GetObjectItemCaseSensitive(el, "name");
         const char* keys[4] = {"radius", "x", "y", "z"};
         float values[4];
@@ -315,8 +317,9 @@ int zq_get_electronic_fence_list_names(zq_robot_handle* handle, zq_fence_names_t
         cJSON_Delete(root);
         return -3;
     }
+    const int kept = lists::entries_kept(fn, cJSON_GetArraySize(list), ZQ_FENCE_LIST_MAX);
     int n = 0;
-    for (const cJSON* el = list->child; el && n < ZQ_FENCE_LIST_MAX; el = el->next, ++n) {
+    for (const cJSON* el = list->child; el && n < kept; el = el->next, ++n) {
         std::memset(names[n].name, 0, sizeof names[n].name);
         if (cJSON_IsString(el)) std::memcpy(names[n].name, el->valuestring, strnlen(el->valuestring, 12));
     }
@@ -361,8 +364,9 @@ int zq_get_electronic_fence_list_infos(zq_robot_handle* handle, zq_fence_config_
         return -3;
     }
     zq_fence_config_list_t got = *list;
+    const int kept = lists::entries_kept(fn, cJSON_GetArraySize(infos), ZQ_FENCE_LIST_MAX);
     int n = 0;
-    for (const cJSON* el = infos->child; el && n < ZQ_FENCE_LIST_MAX && rc == 0; el = el->next, ++n)
+    for (const cJSON* el = infos->child; el && n < kept && rc == 0; el = el->next, ++n)
         rc = fence_from_reply(el, true, true, any_form, &got.config[n]);
     cJSON_Delete(root);
     if (rc != 0) return rc;

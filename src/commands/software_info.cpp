@@ -3,8 +3,8 @@
 #include <cstdio>
 #include <cstring>
 
-#include "commands/catalogue.h"
-#include "session/log.h"
+#include "session/catalogue.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -4,8 +4,8 @@
 #include <cstring>
 
 #include "session/wire_input.h"
-#include "commands/catalogue.h"
-#include "session/log.h"
+#include "session/catalogue.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

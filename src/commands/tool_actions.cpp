@@ -1,6 +1,6 @@
 // Recorded trajectory files and hand tool actions, both of the generation 4
 // controllers: lists, run, save, change and delete by name.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "commands/bounded_input.h"
 #include "session/wire_input.h"
 #include "commands/paged_lists.h"

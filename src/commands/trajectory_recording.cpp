@@ -4,8 +4,8 @@
 #include <memory>
 #include <mutex>
 
-#include "commands/catalogue.h"
-#include "session/log.h"
+#include "session/catalogue.h"
+#include "platform/log.h"
 #include "session/trajectory_save.h"
 #include "zq_api.h"
 

@@ -5,12 +5,12 @@
 #include <cstring>
 #include <memory>
 
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "commands/bounded_input.h"
 #include "session/wire_input.h"
 #include "commands/paged_lists.h"
 #include "commands/wire_forms.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -4,7 +4,7 @@
 #include <cstdio>
 
 #include "session/exchange.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

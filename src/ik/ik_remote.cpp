@@ -5,7 +5,7 @@
 
 #include "kinematics/sys_data.h"
 #include "kinematics/units.h"
-#include "session/log.h"
+#include "platform/log.h"
 
 namespace zq {
 namespace {

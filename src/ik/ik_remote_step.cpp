@@ -13,7 +13,7 @@
 #include "kinematics/pose_error.h"
 #include "kinematics/sys_data.h"
 #include "kinematics/units.h"
-#include "session/log.h"
+#include "platform/log.h"
 
 namespace zq {
 namespace {

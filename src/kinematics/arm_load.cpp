@@ -1,12 +1,15 @@
 #include "kinematics/arm_load.h"
 
-#include "session/log.h"
-#include "session/session.h"
+#include <atomic>
+
 #include "kinematics/model_match.h"
+#include "platform/log.h"
 #include "zq_algo.h"
 
 namespace zq {
 namespace {
+
+std::atomic<ArmReader> g_reader{nullptr};
 
 // The handle's limit arrays hold 7 joints; the setters read up to 8.
 void widen(const float (&src)[7], float dst[8]) {
@@ -16,7 +19,14 @@ void widen(const float (&src)[7], float dst[8]) {
 
 }  // namespace
 
-int load_arm_data(const zq_robot_handle& h) {
+void set_arm_reader(ArmReader reader) { g_reader.store(reader, std::memory_order_release); }
+
+bool read_arm(const zq_robot_handle* handle, ArmData* out) {
+    const ArmReader reader = g_reader.load(std::memory_order_acquire);
+    return reader && reader(handle, out);
+}
+
+int load_arm_data(const ArmData& h) {
     int model = h.arm_model;
     if (h.arm_model != ZQ_MODEL_UNIVERSAL_E) {
         zq_algo_init_sys_data(h.arm_model, h.force_type);
@@ -44,8 +54,8 @@ int load_arm_data(const zq_robot_handle& h) {
 
 int arm_load(const zq_robot_handle* handle) {
     if (!handle) return -1;
-    zq_robot_handle copy{};
-    if (read_handle(handle, [&](const zq_robot_handle& h) { copy = h; }) != 0) {
+    ArmData copy{};
+    if (!read_arm(handle, &copy)) {
         log_warning("The robotic arm is not connected!");
         return -1;
     }

@@ -4,7 +4,7 @@
 #include "kinematics/model_table.h"
 #include "kinematics/sys_data.h"
 #include "kinematics/units.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_algo.h"
 
 namespace {

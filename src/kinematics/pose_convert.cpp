@@ -2,7 +2,6 @@
 #include "kinematics/arm_load.h"
 #include "kinematics/matrix4.h"
 #include "kinematics/rotation.h"
-#include "session/session.h"
 #include "zq_algo.h"
 
 using namespace zq;
@@ -33,12 +32,10 @@ zq_pose_t zq_algo_end2tool(zq_robot_handle* handle, zq_pose_t pose) {
 // Reads the frames of the session, not of the process-wide model. A handle
 // that names no live session gives a pose of zeros.
 zq_pose_t zq_algo_tool2end(zq_robot_handle* handle, zq_pose_t pose) {
-    zq_pose_t tool{}, work{};
-    const int rc = read_handle(handle, [&](const zq_robot_handle& h) {
-        tool = h.tool_frame.pose;
-        work = h.work_frame.pose;
-    });
-    if (rc != 0) return zq_pose_t{};
+    ArmData arm{};
+    if (!read_arm(handle, &arm)) return zq_pose_t{};
+    const zq_pose_t tool = arm.tool_frame.pose;
+    const zq_pose_t work = arm.work_frame.pose;
     const zq_matrix_t Mtool = pose_to_matrix_euler(tool);
     const zq_matrix_t Mwork = pose_to_matrix_euler(work);
     const zq_pose_t P = zq_algo_workframe2base(Mwork, pose);

@@ -1,9 +1,9 @@
 // Streaming of joint currents: switched on and off on the controller, and
 // checked before every set point.
 #include "session/wire_input.h"
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "motion/stream.h"
-#include "session/log.h"
+#include "platform/log.h"
 
 using namespace zq;
 

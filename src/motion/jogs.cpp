@@ -1,6 +1,6 @@
 // Jogging (teach) along or about one axis until the teach stop, and the
 // frame that jogging refers to.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 
 namespace zq::motion {
 namespace {

@@ -4,7 +4,7 @@
 #include "motion/completion.h"
 
 #include "session/exchange.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "zq_commands.h"
 
 namespace zq::motion {

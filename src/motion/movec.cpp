@@ -4,7 +4,7 @@
 #include <shared_mutex>
 
 #include "motion/move_family.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/wire_input.h"
 
 namespace zq::motion {

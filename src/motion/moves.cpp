@@ -2,7 +2,7 @@
 // request and hands it, with its row, to the common send and wait.
 #include "motion/move_family.h"
 
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "session/wire_input.h"
 
 namespace zq::motion {

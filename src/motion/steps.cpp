@@ -1,5 +1,5 @@
 // Steps: one joint, or the tool along or about one axis, by a given amount.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "motion/completion.h"
 #include "session/wire_input.h"
 

@@ -1,6 +1,6 @@
 // Stop control: each stop is a row of its command, its result key and what
 // it does to the pending counters once the controller has answered.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 
 namespace zq::motion {
 namespace {

@@ -1,8 +1,8 @@
 // Joint, pose and velocity set points, passed straight through to the arm.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 #include "motion/move_family.h"
 #include "motion/stream.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/wire_input.h"
 
 namespace zq::motion {

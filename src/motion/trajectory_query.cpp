@@ -1,8 +1,8 @@
 // Which trajectory the arm runs, and where to.
 #include <cstring>
 
-#include "commands/catalogue.h"
-#include "session/log.h"
+#include "session/catalogue.h"
+#include "platform/log.h"
 #include "zq_api.h"
 
 namespace zq {

@@ -3,7 +3,7 @@
 #include "motion/completion.h"
 
 #include "session/exchange.h"
-#include "session/log.h"
+#include "platform/log.h"
 
 namespace {
 

@@ -826,7 +826,7 @@ int ZQ_Service::zq_set_IO_mode(zq_robot_handle* handle, int io_num, int io_mode,
     config.io_mode = io_mode;
     config.io_speed = io_speed;
     config.io_speed_mode = io_speed_mode;
-    return ::zq_set_IO_mode(handle, io_num, config);
+    return ::zq_set_IO_mode(handle, io_num, &config);
 }
 
 int ZQ_Service::zq_set_DO_state(zq_robot_handle* handle, int io_num, int state) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "session/caller_read.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/trajectory_save.h"
 #include "session/wire_input.h"
 

@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "session/connect.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/receive.h"
 #include "session/session.h"
 #include "session/udp_socket.h"

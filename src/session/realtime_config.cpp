@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "session/exchange.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/udp_socket.h"
 
 namespace zq {

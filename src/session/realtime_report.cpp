@@ -6,7 +6,7 @@
 
 #include <cjson/cJSON.h>
 
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/realtime.h"
 #include "session/report_json.h"
 #include "session/session.h"

@@ -5,7 +5,7 @@
 
 #include <cjson/cJSON.h>
 
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/trajectory_save.h"
 
 namespace zq {

@@ -6,7 +6,7 @@
 #include <new>
 
 #include "platform/platform.h"
-#include "session/log.h"
+#include "platform/log.h"
 
 namespace zq {
 namespace {

@@ -10,7 +10,7 @@
 #include <shared_mutex>
 
 #include "platform/platform.h"
-#include "session/log.h"
+#include "platform/log.h"
 #include "session/session.h"
 #include "zq_state_cache.h"
 

@@ -3,7 +3,7 @@
 
 #include <mutex>
 
-#include "session/log.h"
+#include "platform/log.h"
 
 namespace zq {
 namespace {

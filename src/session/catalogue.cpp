@@ -1,9 +1,9 @@
 // Common shapes of set and get commands.
-#include "commands/catalogue.h"
+#include "session/catalogue.h"
 
 #include <cstring>
 
-#include "session/log.h"
+#include "platform/log.h"
 
 namespace zq::cat {
 

@@ -1,5 +1,5 @@
 // Log levels, sinks and the log file.
-#include "session/log.h"
+#include "platform/log.h"
 
 #include <atomic>
 #include <cerrno>
