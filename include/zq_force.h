@@ -1,9 +1,7 @@
-/* Force sensors, force-position control and drag teaching.
- *
- * Forces are newtons and newton-metres (wire: 0.001 on the way in); joints are degrees.
- * Calibration steps that block wait up to 30 s. Results as the other command families; -4
- * also for a force type that lacks the feature, a null pointer or a non-finite number, with
- * nothing sent. */
+/**
+ * @file zq_force.h
+ * @brief Force sensors, force-position control and drag teaching.
+ */
 #ifndef ZQ_FORCE_H
 #define ZQ_FORCE_H
 
@@ -15,46 +13,63 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup force Force control and drag teaching
+ * @brief Force sensors and their calibration, force-position control, drag teaching and the
+ *        replay of a dragged trajectory.
+ *
+ * Forces are newtons and newton-metres; joints are degrees. Calibration steps that block wait
+ * up to 30 s. Results as the other command families; -4 also for a force type that lacks the
+ * feature, a null pointer or a non-finite number, with nothing sent. Both controller
+ * generations unless noted.
+ * @{
+ */
+
+/** The six-axis force sensor's readings: Fx, Fy, Fz (N), Mx, My, Mz (N·m) each. */
 typedef struct {
-    float force_data[6];
-    float zero_force_data[6];
-    float work_zero_force_data[6];
-    float tool_zero_force_data[6];
+    float force_data[6];           /**< raw reading */
+    float zero_force_data[6];      /**< reading less the zero offset, sensor frame */
+    float work_zero_force_data[6]; /**< the zeroed reading in the work frame */
+    float tool_zero_force_data[6]; /**< the zeroed reading in the tool frame */
 } zq_force_data_t;
 
+/** The one-axis force sensor's readings, N. */
 typedef struct {
-    float Fz;
-    float zero_Fz;
-    float work_zero_Fz;
-    float tool_zero_Fz;
+    float Fz;           /**< raw reading */
+    float zero_Fz;      /**< reading less the zero offset */
+    float work_zero_Fz; /**< the zeroed reading in the work frame */
+    float tool_zero_Fz; /**< the zeroed reading in the tool frame */
 } zq_fz_data_t;
 
+/** Drag teaching with a choice per Cartesian axis. */
 typedef struct {
-    int32_t free_axes[6];
-    int32_t frame;
-    int32_t singular_wall;
+    int32_t free_axes[6];  /**< x, y, z, rx, ry, rz: 1 free, 0 locked (six-axis force arms) */
+    int32_t frame;         /**< the frame of the axes, the controller's number */
+    int32_t singular_wall; /**< the controller's singularity wall setting (six-axis force arms) */
 } zq_multi_drag_teach_t;
 
+/** Force-position control on up to six axes. */
 typedef struct {
-    int32_t sensor;
-    int32_t mode;
-    int32_t control_mode[6];
-    float desired_force[6]; /* wire: × 10 */
-    float limit_vel[6];     /* wire: × 1000 */
+    int32_t sensor;          /**< the sensor to use, the controller's number */
+    int32_t mode;            /**< the frame of the control, the controller's number */
+    int32_t control_mode[6]; /**< per axis x, y, z, rx, ry, rz: the controller's control mode */
+    float desired_force[6];  /**< per axis, N or N·m, to 0.1 */
+    float limit_vel[6];      /**< per axis speed limit, to 0.001 of the controller's unit */
 } zq_force_position_t;
 
+/** A streamed set point of force-position control. */
 typedef struct {
-    int32_t flag; /* 0: `joint` is the target, else `pose` */
-    zq_pose_t pose;
-    float joint[7];
-    int32_t sensor;
-    int32_t mode;
-    bool follow;
-    int32_t control_mode[6];
-    float desired_force[6];
-    float limit_vel[6];
-    int32_t trajectory_mode;
-    int32_t radio;
+    int32_t flag;            /**< 0: `joint` is the target, else `pose` */
+    zq_pose_t pose;          /**< the target pose (m, rad) */
+    float joint[7];          /**< the target joints, degrees */
+    int32_t sensor;          /**< the sensor to use, the controller's number */
+    int32_t mode;            /**< the frame of the control, the controller's number */
+    bool follow;             /**< the controller's follow flag */
+    int32_t control_mode[6]; /**< per axis: the controller's control mode */
+    float desired_force[6];  /**< per axis, N or N·m, to 0.1 */
+    float limit_vel[6];      /**< per axis speed limit, to 0.001 of the controller's unit */
+    int32_t trajectory_mode; /**< the controller's trajectory mode, 0 to 2 */
+    int32_t radio;           /**< the mode's parameter: 0 in mode 0, 0 to 100 in mode 1, 0 to 1000 in mode 2 */
 } zq_force_position_move_t;
 
 /* ---- force sensor and one-axis force ---- */
@@ -128,8 +143,8 @@ ZQ_API int zq_manual_set_Fz(zq_robot_handle* handle, float* joint1, float* joint
 /**
  * @brief Starts force-position control along one direction.
  * @param handle the arm.
- * @param sensor the sensor to use (the controller's number: one-axis or six-axis).
- * @param mode the frame of the control (the controller's number, base or tool frame).
+ * @param sensor the sensor to use, the controller's number.
+ * @param mode the frame of the control, the controller's number.
  * @param direction the controlled axis, the controller's number.
  * @param force the force to hold, N; truncated to whole newtons, so 2.9 holds 2 N.
  * @return 0 or a common code.
@@ -169,7 +184,7 @@ ZQ_API int zq_stop_force_position_move(zq_robot_handle* handle);
  * @param mode the frame of the control, the controller's number.
  * @param dir the controlled axis, the controller's number.
  * @param force the force to hold, N, truncated to whole newtons.
- * @param follow true: follow the set points closely; false: smoothly.
+ * @param follow the controller's follow flag (true: tight following).
  * @return 0 when sent; -1 send failed; -4 a null `joint`.
  */
 ZQ_API int zq_force_position_move_joint(zq_robot_handle* handle, const float* joint, int sensor, int mode, int dir,
@@ -183,7 +198,7 @@ ZQ_API int zq_force_position_move_joint(zq_robot_handle* handle, const float* jo
  * @param mode the frame of the control, the controller's number.
  * @param dir the controlled axis, the controller's number.
  * @param force the force to hold, N, truncated to whole newtons.
- * @param follow true: follow the set points closely; false: smoothly.
+ * @param follow the controller's follow flag (true: tight following).
  * @return 0 when sent; -1 send failed.
  */
 ZQ_API int zq_force_position_move_pose(zq_robot_handle* handle, zq_pose_t pose, int sensor, int mode, int dir,
@@ -215,8 +230,8 @@ ZQ_API int zq_stop_drag_teach(zq_robot_handle* handle);
 /**
  * @brief Starts drag teaching with the six-axis force sensor.
  * @param handle the arm.
- * @param mode which axes are free, the controller's number (position, orientation or both).
- * @param singular_wall 1 keeps the arm away from singular configurations, 0 does not.
+ * @param mode which axes are free, the controller's number.
+ * @param singular_wall the controller's singularity wall setting.
  * @return 0 or a common code; 1 the arm has no six-axis force sensor; -4 on generation 4.
  */
 ZQ_API int zq_start_multi_drag_teach(zq_robot_handle* handle, int mode, int singular_wall);
@@ -231,14 +246,14 @@ ZQ_API int zq_start_multi_drag_teach_new(zq_robot_handle* handle, zq_multi_drag_
 /**
  * @brief Sets how readily the arm yields while it is dragged.
  * @param handle the arm.
- * @param grade sensitivity, percent (1 to 100).
+ * @param grade the sensitivity grade, passed on unchanged.
  * @return 0 or a common code; waits up to the configuration time-out.
  */
 ZQ_API int zq_set_drag_teach_sensitivity(zq_robot_handle* handle, int grade);
 /**
  * @brief Reads the drag teaching sensitivity.
  * @param handle the arm.
- * @param[out] grade receives it, percent.
+ * @param[out] grade receives the sensitivity grade.
  * @return 0 or a common code.
  */
 ZQ_API int zq_get_drag_teach_sensitivity(zq_robot_handle* handle, int* grade);
@@ -290,6 +305,8 @@ ZQ_API int zq_continue_drag_trajectory(zq_robot_handle* handle);
  * @return 0 or a common code.
  */
 ZQ_API int zq_stop_drag_trajectory(zq_robot_handle* handle);
+
+/** @} */
 
 #ifdef __cplusplus
 }
