@@ -23,6 +23,12 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup types Common types
+ * @brief Enumerations and records that the families share: thread modes, poses, sessions.
+ * @{
+ */
+
 /* ------------------------------------------------------------------ */
 /* Enumerations                                                        */
 /* ------------------------------------------------------------------ */
@@ -182,6 +188,14 @@ typedef void (*zq_event_callback_t)(zq_event_push_data_t data);
 /** A log sink: a printf-style format and its arguments; see zq_set_log_call_back(). */
 typedef void (*zq_log_callback_t)(const char* fmt, va_list args);
 
+/** @} */
+
+/**
+ * @defgroup session Library and sessions
+ * @brief Starting and ending the library, connecting to arms, time-outs, logging and pushed events.
+ * @{
+ */
+
 /* ------------------------------------------------------------------ */
 /* Library frame and sessions                                          */
 /* ------------------------------------------------------------------ */
@@ -258,6 +272,12 @@ ZQ_API int zq_get_robot_info(zq_robot_handle* handle, zq_robot_info_t* info);
  */
 ZQ_API void zq_get_arm_event_call_back(zq_event_callback_t callback);
 
+/** @} */
+
+/** @addtogroup state
+ * @{
+ */
+
 /* ------------------------------------------------------------------ */
 /* Controller commands                                                 */
 /* ------------------------------------------------------------------ */
@@ -275,6 +295,8 @@ ZQ_API int zq_get_arm_run_mode(zq_robot_handle* handle, int* mode);
  *         the query time-out; -3 reply not understood. Thread-safe. Both generations.
  */
 ZQ_API int zq_set_arm_run_mode(zq_robot_handle* handle, int mode);
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -18,6 +18,12 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup state State and software queries
+ * @brief The arm's joints, pose, errors and temperatures, the controller's state, and the versions of its software.
+ * @{
+ */
+
 /* ---- software information ---- */
 /** Version of the algorithm library. */
 typedef struct {
@@ -102,6 +108,14 @@ ZQ_API int zq_get_init_pose(zq_robot_handle* handle, float* joint);
 ZQ_API int zq_get_controller_state(zq_robot_handle* handle, float* voltage, float* current, float* temperature,
                                    int* err_flag);
 
+/** @} */
+
+/**
+ * @defgroup limits Joint and arm limits
+ * @brief Joint position, speed and acceleration limits, the arm's Cartesian limits, joint enabling, zeroing and error clearing, and the collision stage.
+ * @{
+ */
+
 /* ---- joint limits (degrees, degrees per second, degrees per second squared) ---- */
 /** @brief Reads each joint's speed limit, degrees per second, into `speed` (joint count entries). */
 ZQ_API int zq_get_joint_max_speed(zq_robot_handle* handle, float* speed);
@@ -175,6 +189,14 @@ ZQ_API int zq_set_collision_state(zq_robot_handle* handle, int stage);
 /** @brief Reads the collision detection stage into `*stage`. */
 ZQ_API int zq_get_collision_stage(zq_robot_handle* handle, int* stage);
 
+/** @} */
+
+/**
+ * @defgroup frames Frames and tools
+ * @brief Tool and work frames, the teach frame, the install pose and the kinematic parameters.
+ * @{
+ */
+
 /* ---- frames, install pose, DH parameters ---- */
 /** A frame name. */
 typedef struct {
@@ -228,6 +250,8 @@ ZQ_API int zq_get_current_work_frame(zq_robot_handle* handle, zq_frame_t* frame)
 ZQ_API int zq_get_install_pose(zq_robot_handle* handle, float* x, float* y, float* z);
 /** @brief Reads the arm's DH parameters into `*dh`. */
 ZQ_API int zq_get_DH_data(zq_robot_handle* handle, zq_dh_t* dh);
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -19,6 +19,12 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup motion Motion
+ * @brief Blocking moves, steps, jogs and stops, and pass-through streaming of set points.
+ * @{
+ */
+
 /** Kind of trajectory the arm runs ("moves" is 4, "movec" 3). */
 typedef enum {
     ZQ_TRAJECTORY_NONE = 0,          /**< the arm stands */
@@ -173,6 +179,8 @@ ZQ_API int zq_movep_follow(zq_robot_handle* handle, zq_pose_t pose);
  *        the velocities (0 base, 1 tool) and the period `dt` in ms.
  */
 ZQ_API int zq_set_movev_canfd_init(zq_robot_handle* handle, int avoid_singularity_flag, int frame_type, int dt);
+
+/** @} */
 
 #ifdef __cplusplus
 }

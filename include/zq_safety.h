@@ -30,14 +30,27 @@ extern "C" {
 
 /** A fence or wall: form 1 cube (the limits), 2 plane (three points), 3 sphere (centre, radius); metres. */
 typedef struct {
-    int form;                       /**< 1 cube, 2 plane, 3 sphere */
-    char name[12];                  /**< the fence's name */
-    float x_min_limit, x_max_limit; /**< cube: x range */
-    float y_min_limit, y_max_limit; /**< cube: y range */
-    float z_min_limit, z_max_limit; /**< cube: z range */
-    float x1, y1, z1, x2, y2, z2, x3, y3, z3; /**< plane: three points on it */
-    float x, y, z;                  /**< sphere: centre */
-    float radius;                   /**< sphere: radius */
+    int form;          /**< 1 cube, 2 plane, 3 sphere */
+    char name[12];     /**< the fence's name */
+    float x_min_limit; /**< cube: smallest x */
+    float x_max_limit; /**< cube: largest x */
+    float y_min_limit; /**< cube: smallest y */
+    float y_max_limit; /**< cube: largest y */
+    float z_min_limit; /**< cube: smallest z */
+    float z_max_limit; /**< cube: largest z */
+    float x1;          /**< plane: first point, x */
+    float y1;          /**< plane: first point, y */
+    float z1;          /**< plane: first point, z */
+    float x2;          /**< plane: second point, x */
+    float y2;          /**< plane: second point, y */
+    float z2;          /**< plane: second point, z */
+    float x3;          /**< plane: third point, x */
+    float y3;          /**< plane: third point, y */
+    float z3;          /**< plane: third point, z */
+    float x;           /**< sphere: centre, x */
+    float y;           /**< sphere: centre, y */
+    float z;           /**< sphere: centre, z */
+    float radius;      /**< sphere: radius */
 } zq_fence_config_t;
 
 /** The name of a stored fence. */
@@ -67,7 +80,9 @@ typedef struct {
 typedef struct {
     char name[12]; /**< its name */
     float radius;  /**< radius, m */
-    float x, y, z; /**< centre, m */
+    float x;       /**< centre x, m */
+    float y;       /**< centre y, m */
+    float z;       /**< centre z, m */
 } zq_envelope_ball_t;
 
 /** The spheres around a tool. */
