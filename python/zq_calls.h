@@ -110,5 +110,7 @@ void set_list(T (&a)[N], const py::sequence& v, const char* field) {
 // Generated in zq_calls.cpp.
 void bind_records(py::module_& m);
 void bind_calls(py::class_<PyArm>& arm);
+// Gives the methods bound by hand their docstrings; once every binding is made.
+void set_docs(py::module_& m);
 
 }  // namespace zqpy

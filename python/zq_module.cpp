@@ -717,4 +717,6 @@ PYBIND11_MODULE(_zq, m) {
     algo.def("set_tool_envelope", [](int index, float radius, std::array<float, 3> centre) {
         zq::algo::set_tool_envelope(index, {radius, {centre[0], centre[1], centre[2]}});
     }, py::arg("index"), py::arg("radius"), py::arg("centre"), "Sphere `index` (0 to 4) of the tool envelope, flange frame, m.");
+
+    zqpy::set_docs(m);
 }
