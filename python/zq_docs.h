@@ -233,6 +233,10 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "    zq.Error: with the result code as `code` when it is not 0.\n"
      "\n"
      "Calls zq_set_arm_emergency_stop."},
+    {"Arm", "end2tool",
+     "The tool pose of a flange pose, with the arm's tool frame.\n"
+     "\n"
+     "Calls zq_algo_end2tool."},
     {"Arm", "force_position_move_joint",
      "Streams a joint set point under force-position control; no reply is read.\n"
      "\n"
@@ -626,6 +630,11 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "    zq.Error: with the result code as `code` when it is not 0.\n"
      "\n"
      "Calls zq_set_pos_teach."},
+    {"Arm", "pose_move",
+     "The pose reached by moving `current` by `move` (x, y, z in m, then rotations about x, y, z in\n"
+     "degrees) in the work frame (`frame_mode` 0) or the tool frame (1).\n"
+     "\n"
+     "Calls zq_algo_pose_move."},
     {"Arm", "read_coils",
      "Reads coils of a Modbus device on a port (generation 3).\n"
      "\n"
@@ -1079,6 +1088,10 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "    zq.Error: with the result code as `code` when it is not 0.\n"
      "\n"
      "Calls zq_get_teach_frame."},
+    {"Arm", "tool2end",
+     "The flange pose of a tool pose, with the arm's tool frame.\n"
+     "\n"
+     "Calls zq_algo_tool2end."},
     {"Arm", "tool_frame_names",
      "Lists the names of the stored tool frames into `names` (at most ZQ_FRAME_LIST_MAX) and their count\n"
      "into `*len`.\n"

@@ -196,7 +196,8 @@ NO_RAISE = {"zq_algo_safety_robot_self_collision_detection"}
 
 
 def hand_calls():
-    """Method of the hand-written zq::Arm -> the C function it names in its error text."""
+    """Method of the hand-written zq::Arm -> the C function it names in its error text, or else
+    the first it calls on the arm's handle."""
     text = ARM.read_text()
     body = text[text.find("class Arm "):text.find("namespace algo")]
     out, current = {}, None
@@ -204,7 +205,7 @@ def hand_calls():
         m = re.match(r"^    (?:[\w:<>,]+[\s*&]+)+(\w+)\(", line)
         if m and not line.strip().startswith(("return", "//")):
             current = m.group(1)
-        lit = re.search(r'"(zq_\w+)"', line)
+        lit = re.search(r'"(zq_\w+)"', line) or re.search(r"\b(zq_\w+)\(h_\b", line)
         if current and lit and current not in out:
             out[current] = lit.group(1)
     return out

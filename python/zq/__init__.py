@@ -34,5 +34,8 @@ for _name in _zq._records:
     __all__.append(_name)
 del _name, _cls
 
+#: The project's version, as the library reports it (PEP 440 form, e.g. "1.1.5").
+__version__ = version().lstrip("v")
+
 # The library's threads call into Python: stop them before the interpreter goes.
 _atexit.register(_shutdown)

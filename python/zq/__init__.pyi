@@ -6,6 +6,8 @@ import numpy.typing as npt
 ArrayLike = npt.ArrayLike
 PoseLike = Union["Pose", Sequence[float], npt.NDArray[np.float64]]
 
+__version__: str
+
 class Error(RuntimeError):
     code: int
 
@@ -1210,15 +1212,28 @@ class Arm:
 
         Calls zq_get_DH_data.
         """
-    def end2tool(self, flange: Pose) -> Pose: ...
-    def tool2end(self, tool: Pose) -> Pose: ...
+    def end2tool(self, flange: Pose) -> Pose:
+        """The tool pose of a flange pose, with the arm's tool frame.
+
+        Calls zq_algo_end2tool.
+        """
+    def tool2end(self, tool: Pose) -> Pose:
+        """The flange pose of a tool pose, with the arm's tool frame.
+
+        Calls zq_algo_tool2end.
+        """
     def cartesian_tool(self, joints: Sequence[float], x: float, y: float, z: float) -> Pose:
         """The pose in the work frame reached by moving the tool by x, y, z metres along its own axes from
         joints `joint` (degrees).
 
         Calls zq_algo_cartesian_tool.
         """
-    def pose_move(self, current: Pose, move: Sequence[float], frame_mode: int) -> Pose: ...
+    def pose_move(self, current: Pose, move: Sequence[float], frame_mode: int) -> Pose:
+        """The pose reached by moving `current` by `move` (x, y, z in m, then rotations about x, y, z in
+        degrees) in the work frame (`frame_mode` 0) or the tool frame (1).
+
+        Calls zq_algo_pose_move.
+        """
     def rotate_move(self, joints: Sequence[float], axis: int, angle: float, frame: Pose) -> Pose:
         """The tool pose at joints `joint` (degrees) rotated by `angle` degrees about axis `axis` (1 x, 2 y, 3
         z) of `frame`; the position stays.
