@@ -173,7 +173,7 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "Drops the current trajectory.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_delete_current_trajectory."},
     {"Arm", "delete_tool_frame",
@@ -187,7 +187,7 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "Drops every planned trajectory; clears the pending-move counters.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_arm_delete_trajectory."},
     {"Arm", "delete_work_frame",
@@ -227,10 +227,11 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_get_electronic_fence_list_names."},
     {"Arm", "emergency_stop",
-     "Emergency stop on (`state` true) or released (false). Generation 4 only: -4 on 3.\n"
+     "Sets or releases the emergency stop (generation 4).\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+     "        generation 3, nothing sent.\n"
      "\n"
      "Calls zq_set_arm_emergency_stop."},
     {"Arm", "end2tool",
@@ -437,19 +438,27 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_get_joint_software_version."},
     {"Arm", "joint_step",
-     "A step of one joint (`joint_num` from 1) by `step` degrees at `v` percent speed; `block` as for the\n"
-     "moves.\n"
+     "A step of one joint.\n"
+     "\n"
+     "Args:\n"
+     "    step: degrees, signed.\n"
+     "    v: speed, percent, 1 to 100.\n"
+     "    block: as for zq_movel().\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().\n"
      "\n"
      "Calls zq_set_joint_step."},
     {"Arm", "joint_teach",
-     "Jogs one joint (`joint_num` from 1) at `v` percent, positive for a non-zero `direction`, until\n"
-     "zq_set_stop_teach() or a stop. -1 for any failed exchange.\n"
+     "Jogs one joint until zq_set_stop_teach() or a stop.\n"
+     "\n"
+     "Args:\n"
+     "    direction: non-zero positive, 0 negative.\n"
+     "    v: speed, percent, 1 to 100.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts;\n"
+     "        -1 for any failed exchange. Returns at once.\n"
      "\n"
      "Calls zq_set_joint_teach."},
     {"Arm", "joint_temperature",
@@ -506,128 +515,202 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_manual_set_Fz."},
     {"Arm", "movec",
-     "Circular move through `pose_via` to `pose_to`, `loop` extra full circles.\n"
+     "Circular move through `pose_via` to `pose_to`.\n"
+     "\n"
+     "Args:\n"
+     "    v: speed, percent, 1 to 100.\n"
+     "    r: blend radius into the next move, in the controller's units; 0 none.\n"
+     "    loop: extra full circles, 0 for none.\n"
+     "    block: as for zq_movel().\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().\n"
      "\n"
      "Calls zq_movec."},
     {"Arm", "movej",
-     "Joint move to `joint` (the arm's joint count of angles, degrees). Blocking, it first reads the arm's\n"
-     "error list: an arm in error is not moved (1).\n"
+     "Joint move to `joint`.\n"
+     "\n"
+     "Args:\n"
+     "    joint: the arm's joint count of angles, degrees.\n"
+     "    v: speed, percent of the joints' maximum, 1 to 100.\n"
+     "    r: blend radius into the next move, in the controller's units; 0 none.\n"
+     "    block: 0 returns once the controller accepts the move. Otherwise, in thread modes 1 and 2, waits\n"
+     "        without limit for the end of the move, having first read the arm's error list (an arm in\n"
+     "        error is not moved: 1); in single-thread mode waits at most `block` rounds of one second.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done (blocking: the arm\n"
+     "        reported the end); 1 refused or the move failed; -1 no connection or an unknown joint count;\n"
+     "        -2 no acknowledgement within the query time-out; -3 bad reply; -4 the end report named\n"
+     "        another device; -5 rounds used up; -6 no final report.\n"
      "\n"
      "Calls zq_movej."},
     {"Arm", "movej_canfd",
-     "Streams one joint set point; no reply is awaited (0 once sent). Start where the arm stands: the\n"
-     "controller refuses a step beyond a joint's speed or acceleration limit and reports it in the arm's\n"
-     "error list. A `radio` above its mode's range is logged as a warning and sent. -1 when the joint\n"
-     "count is unknown.\n"
+     "Streams one joint set point; no reply is awaited.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown\n"
+     "        handle, unknown joint count or send failure. Never waits; a period of a few milliseconds is\n"
+     "        fine.\n"
      "\n"
      "Calls zq_movej_canfd."},
     {"Arm", "movej_follow",
-     "Streams one joint set point in follow mode (degrees); 0 once sent.\n"
+     "Streams one joint set point in follow mode; no reply is awaited.\n"
+     "\n"
+     "Args:\n"
+     "    joint: the arm's joint count of angles, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown\n"
+     "        handle, unknown joint count or send failure. Never waits.\n"
      "\n"
      "Calls zq_movej_follow."},
     {"Arm", "movej_p",
      "Joint-interpolated move to a tool pose (the controller solves the joints).\n"
      "\n"
+     "Args:\n"
+     "    pose: the target: position (m) and Euler angles (rad), in the work frame.\n"
+     "    v: speed, percent of the joints' maximum, 1 to 100.\n"
+     "    r: blend radius into the next move, in the controller's units; 0 none.\n"
+     "    block: as for zq_movel().\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().\n"
      "\n"
      "Calls zq_movej_p."},
     {"Arm", "movel",
-     "Straight-line move of the tool to `pose`.\n"
+     "Straight-line move of the tool to `pose`, in the work frame.\n"
+     "\n"
+     "Args:\n"
+     "    pose: the target: position (m) and Euler angles (rad).\n"
+     "    v: speed, percent of the arm's maximum line speed, 1 to 100.\n"
+     "    r: blend radius into the next move, in the controller's units; 0 none.\n"
+     "    block: as for zq_movej() (without the error list check).\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().\n"
      "\n"
      "Calls zq_movel."},
     {"Arm", "movel_offset",
-     "Straight-line move by `offset` from where the tool is; `frame_type` 0 the work frame, 1 the tool\n"
-     "frame.\n"
+     "Straight-line move by `offset` from where the tool is (generation 4).\n"
+     "\n"
+     "Args:\n"
+     "    offset: the displacement: position (m) and Euler angles (rad).\n"
+     "    v: speed, percent, 1 to 100.\n"
+     "    r: blend radius into the next move, in the controller's units; 0 none.\n"
+     "    frame_type: 0 the offset is in the work frame, 1 in the tool frame.\n"
+     "    block: as for zq_movel().\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej(); -7 on\n"
+     "        generation 3, nothing sent.\n"
      "\n"
      "Calls zq_movel_offset."},
     {"Arm", "movep_canfd",
-     "Streams one pose set point (quaternion when it is a unit one, else Euler); 0 once sent.\n"
+     "Streams one pose set point; no reply is awaited.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle\n"
+     "        or send failure. Never waits.\n"
      "\n"
      "Calls zq_movep_canfd."},
     {"Arm", "movep_follow",
-     "Streams one pose set point in follow mode; 0 once sent.\n"
+     "Streams one pose set point in follow mode; no reply is awaited.\n"
+     "\n"
+     "Args:\n"
+     "    pose: position (m) and orientation (rad or unit quaternion).\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle\n"
+     "        or send failure. Never waits.\n"
      "\n"
      "Calls zq_movep_follow."},
     {"Arm", "moves",
-     "Spline move through `pose`; chain several with `trajectory_connect` 1.\n"
+     "Spline move through `pose`; chain several with `trajectory_connect` 1 and end the chain with 0.\n"
+     "\n"
+     "Args:\n"
+     "    pose: a point of the spline: position (m) and Euler angles (rad).\n"
+     "    v: speed, percent, 1 to 100.\n"
+     "    r: blend radius into the next move, in the controller's units; 0 none.\n"
+     "    block: as for zq_movel().\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().\n"
      "\n"
      "Calls zq_moves."},
     {"Arm", "movev_canfd",
-     "Streams one Cartesian velocity (after zq_set_movev_canfd_init()); 0 once sent.\n"
+     "Streams one Cartesian velocity; no reply is awaited.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle\n"
+     "        or send failure. Never waits.\n"
      "\n"
      "Calls zq_movev_canfd."},
     {"Arm", "movev_canfd_init",
-     "Prepares Cartesian velocity streaming: singularity avoidance on or off, the frame of the velocities\n"
-     "(0 base, 1 tool) and the period `dt` in ms.\n"
+     "Prepares Cartesian velocity streaming with zq_movev_canfd().\n"
+     "\n"
+     "Args:\n"
+     "    frame_type: the frame of the velocities: 0 base, 1 tool.\n"
+     "    dt: the streaming period, ms.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+     "        to the query time-out.\n"
      "\n"
      "Calls zq_set_movev_canfd_init."},
     {"Arm", "ort_step",
-     "A rotation step of the tool about one axis of the teach frame, `step` radians.\n"
+     "A rotation step of the tool about one axis of the teach frame.\n"
+     "\n"
+     "Args:\n"
+     "    step: radians, signed.\n"
+     "    v: speed, percent, 1 to 100.\n"
+     "    block: as for zq_movel().\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().\n"
      "\n"
      "Calls zq_set_ort_step."},
     {"Arm", "ort_teach",
-     "Jogs the tool's orientation about one axis until zq_set_stop_teach().\n"
+     "Jogs the tool's orientation about one axis of the teach frame until zq_set_stop_teach().\n"
+     "\n"
+     "Args:\n"
+     "    direction: non-zero positive, 0 negative.\n"
+     "    v: speed, percent, 1 to 100.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts,\n"
+     "        or a common code. Returns at once.\n"
      "\n"
      "Calls zq_set_ort_teach."},
     {"Arm", "pause",
      "Pauses the running trajectory; zq_set_arm_continue() resumes it.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_arm_pause."},
     {"Arm", "pos_step",
-     "A straight step of the tool along one axis of the teach frame, `step` metres.\n"
+     "A straight step of the tool along one axis of the teach frame.\n"
+     "\n"
+     "Args:\n"
+     "    step: metres, signed.\n"
+     "    v: speed, percent, 1 to 100.\n"
+     "    block: as for zq_movel().\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().\n"
      "\n"
      "Calls zq_set_pos_step."},
     {"Arm", "pos_teach",
      "Jogs the tool along one axis of the teach frame until zq_set_stop_teach().\n"
      "\n"
+     "Args:\n"
+     "    direction: non-zero positive, 0 negative.\n"
+     "    v: speed, percent, 1 to 100.\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts,\n"
+     "        or a common code. Returns at once.\n"
      "\n"
      "Calls zq_set_pos_teach."},
     {"Arm", "pose_move",
@@ -853,7 +936,7 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "Resumes a paused trajectory.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_arm_continue."},
     {"Arm", "rotate_move",
@@ -1032,10 +1115,13 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_set_realtime_push."},
     {"Arm", "set_teach_frame",
-     "Sets the frame of the Cartesian steps and jogs (the controller's frame number).\n"
+     "Sets the frame of the Cartesian steps and jogs.\n"
+     "\n"
+     "Args:\n"
+     "    frame_type: the controller's frame number.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_teach_frame."},
     {"Arm", "set_zq_plus_reg",
@@ -1051,10 +1137,11 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_set_zq_plus_reg."},
     {"Arm", "slow_stop",
-     "Slow stop; clears the library's pending-move counters once the controller answers.\n"
+     "Slow stop of the arm; clears the library's pending-move counters once the controller answers.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+     "        to the query time-out.\n"
      "\n"
      "Calls zq_set_arm_slow_stop."},
     {"Arm", "software_info",
@@ -1067,25 +1154,30 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_get_arm_software_info."},
     {"Arm", "stop",
-     "Stops the arm; clears the library's pending-move counters once the controller answers.\n"
+     "Stops the arm at once; clears the library's pending-move counters once the controller answers.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+     "        to the query time-out.\n"
      "\n"
      "Calls zq_set_arm_stop."},
     {"Arm", "stop_teach",
      "Ends jogging.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+     "        to the query time-out.\n"
      "\n"
      "Calls zq_set_stop_teach."},
     {"Arm", "teach_frame",
-     "Reads the frame of the Cartesian steps and jogs into `*frame_type`. When the reply does not parse,\n"
-     "the reply's positive length comes back as the result.\n"
+     "Reads the frame of the Cartesian steps and jogs.\n"
+     "\n"
+     "Returns:\n"
+     "    receives the controller's frame number.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; when the\n"
+     "        reply does not parse, its positive length comes back.\n"
      "\n"
      "Calls zq_get_teach_frame."},
     {"Arm", "tool2end",

@@ -459,69 +459,109 @@ class Arm:
         generation (zq_get_robot_info).
         """
     def movej(self, joints: ArrayLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None:
-        """Joint move to `joint` (the arm's joint count of angles, degrees). Blocking, it first reads the arm's
-        error list: an arm in error is not moved (1).
+        """Joint move to `joint`.
+
+        Args:
+            joint: the arm's joint count of angles, degrees.
+            v: speed, percent of the joints' maximum, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            block: 0 returns once the controller accepts the move. Otherwise, in thread modes 1 and 2, waits
+                without limit for the end of the move, having first read the arm's error list (an arm in
+                error is not moved: 1); in single-thread mode waits at most `block` rounds of one second.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done (blocking: the arm
+                reported the end); 1 refused or the move failed; -1 no connection or an unknown joint count;
+                -2 no acknowledgement within the query time-out; -3 bad reply; -4 the end report named
+                another device; -5 rounds used up; -6 no final report.
 
         Calls zq_movej.
         """
     def movel(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None:
-        """Straight-line move of the tool to `pose`.
+        """Straight-line move of the tool to `pose`, in the work frame.
+
+        Args:
+            pose: the target: position (m) and Euler angles (rad).
+            v: speed, percent of the arm's maximum line speed, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            block: as for zq_movej() (without the error list check).
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
 
         Calls zq_movel.
         """
     def movej_p(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None:
         """Joint-interpolated move to a tool pose (the controller solves the joints).
 
+        Args:
+            pose: the target: position (m) and Euler angles (rad), in the work frame.
+            v: speed, percent of the joints' maximum, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            block: as for zq_movel().
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
 
         Calls zq_movej_p.
         """
     def moves(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None:
-        """Spline move through `pose`; chain several with `trajectory_connect` 1.
+        """Spline move through `pose`; chain several with `trajectory_connect` 1 and end the chain with 0.
+
+        Args:
+            pose: a point of the spline: position (m) and Euler angles (rad).
+            v: speed, percent, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            block: as for zq_movel().
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
 
         Calls zq_moves.
         """
     def movec(self, via: PoseLike, to: PoseLike, v: int, r: int = 0, loop: int = 0, connect: int = 0,
               block: int = 1) -> None:
-        """Circular move through `pose_via` to `pose_to`, `loop` extra full circles.
+        """Circular move through `pose_via` to `pose_to`.
+
+        Args:
+            v: speed, percent, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            loop: extra full circles, 0 for none.
+            block: as for zq_movel().
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
 
         Calls zq_movec.
         """
     def joint_step(self, joint: int, step: float, v: int, block: int = 1) -> None:
-        """A step of one joint (`joint_num` from 1) by `step` degrees at `v` percent speed; `block` as for the
-        moves.
+        """A step of one joint.
+
+        Args:
+            step: degrees, signed.
+            v: speed, percent, 1 to 100.
+            block: as for zq_movel().
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
 
         Calls zq_set_joint_step.
         """
     def stop(self) -> None:
-        """Stops the arm; clears the library's pending-move counters once the controller answers.
+        """Stops the arm at once; clears the library's pending-move counters once the controller answers.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
 
         Calls zq_set_arm_stop.
         """
     def slow_stop(self) -> None:
-        """Slow stop; clears the library's pending-move counters once the controller answers.
+        """Slow stop of the arm; clears the library's pending-move counters once the controller answers.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
 
         Calls zq_set_arm_slow_stop.
         """
@@ -529,7 +569,7 @@ class Arm:
         """Pauses the running trajectory; zq_set_arm_continue() resumes it.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_arm_pause.
         """
@@ -537,7 +577,7 @@ class Arm:
         """Resumes a paused trajectory.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_arm_continue.
         """
@@ -854,52 +894,83 @@ class Arm:
         """
     def movel_offset(self, offset: PoseLike, v: int, r: int = 0, connect: int = 0, frame_type: int = 0,
                      block: int = 1) -> None:
-        """Straight-line move by `offset` from where the tool is; `frame_type` 0 the work frame, 1 the tool
-        frame.
+        """Straight-line move by `offset` from where the tool is (generation 4).
+
+        Args:
+            offset: the displacement: position (m) and Euler angles (rad).
+            v: speed, percent, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            frame_type: 0 the offset is in the work frame, 1 in the tool frame.
+            block: as for zq_movel().
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej(); -7 on
+                generation 3, nothing sent.
 
         Calls zq_movel_offset.
         """
     def pos_step(self, axis: int, step: float, v: int, block: int = 1) -> None:
-        """A straight step of the tool along one axis of the teach frame, `step` metres.
+        """A straight step of the tool along one axis of the teach frame.
+
+        Args:
+            step: metres, signed.
+            v: speed, percent, 1 to 100.
+            block: as for zq_movel().
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
 
         Calls zq_set_pos_step.
         """
     def ort_step(self, axis: int, step: float, v: int, block: int = 1) -> None:
-        """A rotation step of the tool about one axis of the teach frame, `step` radians.
+        """A rotation step of the tool about one axis of the teach frame.
+
+        Args:
+            step: radians, signed.
+            v: speed, percent, 1 to 100.
+            block: as for zq_movel().
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
 
         Calls zq_set_ort_step.
         """
     def pos_teach(self, axis: int, direction: int, v: int) -> None:
         """Jogs the tool along one axis of the teach frame until zq_set_stop_teach().
 
+        Args:
+            direction: non-zero positive, 0 negative.
+            v: speed, percent, 1 to 100.
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts,
+                or a common code. Returns at once.
 
         Calls zq_set_pos_teach.
         """
     def ort_teach(self, axis: int, direction: int, v: int) -> None:
-        """Jogs the tool's orientation about one axis until zq_set_stop_teach().
+        """Jogs the tool's orientation about one axis of the teach frame until zq_set_stop_teach().
+
+        Args:
+            direction: non-zero positive, 0 negative.
+            v: speed, percent, 1 to 100.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts,
+                or a common code. Returns at once.
 
         Calls zq_set_ort_teach.
         """
     def joint_teach(self, joint: int, direction: int, v: int) -> None:
-        """Jogs one joint (`joint_num` from 1) at `v` percent, positive for a non-zero `direction`, until
-        zq_set_stop_teach() or a stop. -1 for any failed exchange.
+        """Jogs one joint until zq_set_stop_teach() or a stop.
+
+        Args:
+            direction: non-zero positive, 0 negative.
+            v: speed, percent, 1 to 100.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts;
+                -1 for any failed exchange. Returns at once.
 
         Calls zq_set_joint_teach.
         """
@@ -907,24 +978,31 @@ class Arm:
         """Ends jogging.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
 
         Calls zq_set_stop_teach.
         """
     def set_teach_frame(self, frame_type: int) -> None:
-        """Sets the frame of the Cartesian steps and jogs (the controller's frame number).
+        """Sets the frame of the Cartesian steps and jogs.
+
+        Args:
+            frame_type: the controller's frame number.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_teach_frame.
         """
     def teach_frame(self) -> int:
-        """Reads the frame of the Cartesian steps and jogs into `*frame_type`. When the reply does not parse,
-        the reply's positive length comes back as the result.
+        """Reads the frame of the Cartesian steps and jogs.
+
+        Returns:
+            receives the controller's frame number.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; when the
+                reply does not parse, its positive length comes back.
 
         Calls zq_get_teach_frame.
         """
@@ -932,7 +1010,7 @@ class Arm:
         """Drops the current trajectory.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_delete_current_trajectory.
         """
@@ -940,68 +1018,82 @@ class Arm:
         """Drops every planned trajectory; clears the pending-move counters.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_arm_delete_trajectory.
         """
     def emergency_stop(self, on: bool) -> None:
-        """Emergency stop on (`state` true) or released (false). Generation 4 only: -4 on 3.
+        """Sets or releases the emergency stop (generation 4).
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3, nothing sent.
 
         Calls zq_set_arm_emergency_stop.
         """
     def movej_canfd(self, joints: Sequence[float], follow: bool, mode: int = 0, radio: int = 0,
                     expand: float = 0.0) -> None:
-        """Streams one joint set point; no reply is awaited (0 once sent). Start where the arm stands: the
-        controller refuses a step beyond a joint's speed or acceleration limit and reports it in the arm's
-        error list. A `radio` above its mode's range is logged as a warning and sent. -1 when the joint
-        count is unknown.
+        """Streams one joint set point; no reply is awaited.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown
+                handle, unknown joint count or send failure. Never waits; a period of a few milliseconds is
+                fine.
 
         Calls zq_movej_canfd.
         """
     def movep_canfd(self, pose: PoseLike, follow: bool, mode: int = 0, radio: int = 0) -> None:
-        """Streams one pose set point (quaternion when it is a unit one, else Euler); 0 once sent.
+        """Streams one pose set point; no reply is awaited.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle
+                or send failure. Never waits.
 
         Calls zq_movep_canfd.
         """
     def movev_canfd(self, velocity: Sequence[float], follow: bool, mode: int = 0, radio: int = 0) -> None:
-        """Streams one Cartesian velocity (after zq_set_movev_canfd_init()); 0 once sent.
+        """Streams one Cartesian velocity; no reply is awaited.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle
+                or send failure. Never waits.
 
         Calls zq_movev_canfd.
         """
     def movej_follow(self, joints: Sequence[float]) -> None:
-        """Streams one joint set point in follow mode (degrees); 0 once sent.
+        """Streams one joint set point in follow mode; no reply is awaited.
+
+        Args:
+            joint: the arm's joint count of angles, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown
+                handle, unknown joint count or send failure. Never waits.
 
         Calls zq_movej_follow.
         """
     def movep_follow(self, pose: PoseLike) -> None:
-        """Streams one pose set point in follow mode; 0 once sent.
+        """Streams one pose set point in follow mode; no reply is awaited.
+
+        Args:
+            pose: position (m) and orientation (rad or unit quaternion).
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle
+                or send failure. Never waits.
 
         Calls zq_movep_follow.
         """
     def movev_canfd_init(self, avoid_singularity: int, frame_type: int, dt: int) -> None:
-        """Prepares Cartesian velocity streaming: singularity avoidance on or off, the frame of the velocities
-        (0 base, 1 tool) and the period `dt` in ms.
+        """Prepares Cartesian velocity streaming with zq_movev_canfd().
+
+        Args:
+            frame_type: the frame of the velocities: 0 base, 1 tool.
+            dt: the streaming period, ms.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
 
         Calls zq_set_movev_canfd_init.
         """
