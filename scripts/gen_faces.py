@@ -141,6 +141,12 @@ def wrapped(text, indent, width=100):
                          break_on_hyphens=False).split("\n")
 
 
+def returned(text):
+    """An output parameter's text as a returned value's ("receives the kind" -> "the kind")."""
+    text = re.sub(r"^receives it\b", "the record", text)
+    return re.sub(r"^(receives|room for)\s+", "", text)
+
+
 def face_doc(cname, lang, inputs=None, outputs=None, note=None):
     """The lines of a face's comment (lang "cpp") or docstring (lang "py") of a method that calls
     `cname`: the header's comment with inputs as arguments, outputs as what the method returns and
@@ -153,7 +159,7 @@ def face_doc(cname, lang, inputs=None, outputs=None, note=None):
         inputs = [n for n, out, _ in params if not out]
     outputs = outputs if outputs is not None else [n for n, out, _ in params if out]
     args = [(n, text) for n, _, text in params if n in inputs]
-    rets = [(n, text) for n, _, text in params if n in outputs]
+    rets = [(n, returned(text)) for n, _, text in params if n in outputs]
     codes = doc["return"]
     lines = []
     if lang == "cpp":
@@ -167,7 +173,7 @@ def face_doc(cname, lang, inputs=None, outputs=None, note=None):
         if raises:
             lines += wrapped("@throws zq::Error with the result code when it is not 0" +
                              (f" ({codes})" if codes else "."), "")
-        lines.append(f"Calls {cname}().")
+        lines.append(f"@see {cname}()")
         return lines
     lines += wrapped(doc["brief"], "")
     for d in ([note] if note else []) + doc["details"]:

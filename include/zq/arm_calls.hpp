@@ -17,7 +17,7 @@ public:
     /**
      * @brief Sets joint `joint_num`'s drive speed limit, degrees per second.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_set_joint_drive_max_speed().
+     * @see zq_set_joint_drive_max_speed()
      */
     void set_joint_drive_max_speed(int joint_num, float speed) {
         check(zq_set_joint_drive_max_speed(h(), joint_num, speed), "zq_set_joint_drive_max_speed");
@@ -25,7 +25,7 @@ public:
     /**
      * @brief Sets joint `joint_num`'s drive acceleration limit, degrees per second squared.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_set_joint_drive_max_acc().
+     * @see zq_set_joint_drive_max_acc()
      */
     void set_joint_drive_max_acc(int joint_num, float acc) {
         check(zq_set_joint_drive_max_acc(h(), joint_num, acc), "zq_set_joint_drive_max_acc");
@@ -33,7 +33,7 @@ public:
     /**
      * @brief Sets joint `joint_num`'s drive lower position limit, degrees.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_set_joint_drive_min_pos().
+     * @see zq_set_joint_drive_min_pos()
      */
     void set_joint_drive_min_pos(int joint_num, float pos) {
         check(zq_set_joint_drive_min_pos(h(), joint_num, pos), "zq_set_joint_drive_min_pos");
@@ -41,7 +41,7 @@ public:
     /**
      * @brief Sets joint `joint_num`'s drive upper position limit, degrees.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_set_joint_drive_max_pos().
+     * @see zq_set_joint_drive_max_pos()
      */
     void set_joint_drive_max_pos(int joint_num, float pos) {
         check(zq_set_joint_drive_max_pos(h(), joint_num, pos), "zq_set_joint_drive_max_pos");
@@ -49,7 +49,7 @@ public:
     /**
      * @brief Sets the joint limits automatically in mode `limit_mode`.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_auto_set_joint_limit().
+     * @see zq_auto_set_joint_limit()
      */
     void auto_set_joint_limit(int limit_mode) {
         check(zq_auto_set_joint_limit(h(), limit_mode), "zq_auto_set_joint_limit");
@@ -57,7 +57,7 @@ public:
     /**
      * @brief Restores the factory Cartesian limits.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_set_arm_tcp_init().
+     * @see zq_set_arm_tcp_init()
      */
     void set_arm_tcp_init() {
         check(zq_set_arm_tcp_init(h()), "zq_set_arm_tcp_init");
@@ -66,7 +66,7 @@ public:
      * @brief Records point `point_num` of the automatic tool frame calibration at the arm's current
      * position.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_set_auto_tool_frame().
+     * @see zq_set_auto_tool_frame()
      */
     void set_auto_tool_frame(int point_num) {
         check(zq_set_auto_tool_frame(h(), point_num), "zq_set_auto_tool_frame");
@@ -75,7 +75,7 @@ public:
      * @brief Computes and stores the calibrated tool frame `name` with its payload (kg) and the payload's
      * centre (m).
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_generate_auto_tool_frame().
+     * @see zq_generate_auto_tool_frame()
      */
     void generate_auto_tool_frame(const std::string& name, float payload, float x, float y, float z) {
         check(zq_generate_auto_tool_frame(h(), name.c_str(), payload, x, y, z),
@@ -84,7 +84,7 @@ public:
     /**
      * @brief Changes the stored tool frame of the same name.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_update_tool_frame().
+     * @see zq_update_tool_frame()
      */
     void update_tool_frame(const zq_frame_t& frame) {
         check(zq_update_tool_frame(h(), frame), "zq_update_tool_frame");
@@ -92,7 +92,7 @@ public:
     /**
      * @brief Records point `point_num` of the automatic calibration of work frame `name`.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_set_auto_work_frame().
+     * @see zq_set_auto_work_frame()
      */
     void set_auto_work_frame(const std::string& name, int point_num) {
         check(zq_set_auto_work_frame(h(), name.c_str(), point_num), "zq_set_auto_work_frame");
@@ -100,7 +100,7 @@ public:
     /**
      * @brief Moves the stored work frame `name` to `pose`.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_update_work_frame().
+     * @see zq_update_work_frame()
      */
     void update_work_frame(const std::string& name, const zq_pose_t& pose) {
         check(zq_update_work_frame(h(), name.c_str(), pose), "zq_update_work_frame");
@@ -108,7 +108,7 @@ public:
     /**
      * @brief Restores the factory DH parameters.
      * @throws zq::Error with the result code when it is not 0.
-     * Calls zq_set_DH_data_default().
+     * @see zq_set_DH_data_default()
      */
     void set_dh_data_default() {
         check(zq_set_DH_data_default(h()), "zq_set_DH_data_default");
@@ -120,7 +120,7 @@ public:
      * @param max largest opening, same units, not below `min`.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
      * configuration time-out.)
-     * Calls zq_set_gripper_route().
+     * @see zq_set_gripper_route()
      */
     void set_gripper_route(int min, int max) {
         check(zq_set_gripper_route(h(), min, max), "zq_set_gripper_route");
@@ -133,7 +133,7 @@ public:
      * reply is read, and 0 comes back after the configuration time-out.
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or the gripper failed; -5
      * no completion report within `timeout` seconds; -4 the report named another device.)
-     * Calls zq_set_gripper_release().
+     * @see zq_set_gripper_release()
      */
     void set_gripper_release(int speed, bool block, int timeout) {
         check(zq_set_gripper_release(h(), speed, block, timeout), "zq_set_gripper_release");
@@ -146,7 +146,7 @@ public:
      * @param timeout seconds of that wait; with `block` false and 0 the command is sent unanswered.
      * @throws zq::Error with the result code when it is not 0 (as zq_set_gripper_release(): -5 no
      * completion report, -4 another device.)
-     * Calls zq_set_gripper_pick().
+     * @see zq_set_gripper_pick()
      */
     void set_gripper_pick(int speed, int force, bool block, int timeout) {
         check(zq_set_gripper_pick(h(), speed, force, block, timeout), "zq_set_gripper_pick");
@@ -159,7 +159,7 @@ public:
      * @param timeout seconds of that wait; with `block` false and 0 the command is sent unanswered.
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; -4 no
      * completion report in time; -5 another device.)
-     * Calls zq_set_gripper_pick_on().
+     * @see zq_set_gripper_pick_on()
      */
     void set_gripper_pick_on(int speed, int force, bool block, int timeout) {
         check(zq_set_gripper_pick_on(h(), speed, force, block, timeout), "zq_set_gripper_pick_on");
@@ -171,17 +171,17 @@ public:
      * @param timeout seconds of that wait; with `block` false and 0 the command is sent unanswered.
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; -4 no
      * completion report in time (logs "timeout error"); -5 another device.)
-     * Calls zq_set_gripper_position().
+     * @see zq_set_gripper_position()
      */
     void set_gripper_position(int position, bool block, int timeout) {
         check(zq_set_gripper_position(h(), position, block, timeout), "zq_set_gripper_position");
     }
     /**
      * @brief Reads the gripper's state.
-     * @return receives the seven values.
+     * @return the seven values.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the query
      * time-out.)
-     * Calls zq_get_gripper_state().
+     * @see zq_get_gripper_state()
      */
     zq_gripper_state_t gripper_state() const {
         zq_gripper_state_t state{};
@@ -195,7 +195,7 @@ public:
      * @param timeout seconds of that wait.
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; blocking: -5
      * no report in time, -4 another device. Waits up to the configuration time-out for the acceptance.)
-     * Calls zq_set_hand_posture().
+     * @see zq_set_hand_posture()
      */
     void set_hand_posture(int posture_num, bool block, int timeout) {
         check(zq_set_hand_posture(h(), posture_num, block, timeout), "zq_set_hand_posture");
@@ -206,7 +206,7 @@ public:
      * @param block true: wait for the hand's completion report.
      * @param timeout seconds of that wait.
      * @throws zq::Error with the result code when it is not 0 (as zq_set_hand_posture().)
-     * Calls zq_set_hand_seq().
+     * @see zq_set_hand_seq()
      */
     void set_hand_seq(int seq_num, bool block, int timeout) {
         check(zq_set_hand_seq(h(), seq_num, block, timeout), "zq_set_hand_seq");
@@ -216,7 +216,7 @@ public:
      * @param speed in the hand's units (passed on unchanged).
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
      * configuration time-out.)
-     * Calls zq_set_hand_speed().
+     * @see zq_set_hand_speed()
      */
     void set_hand_speed(int speed) {
         check(zq_set_hand_speed(h(), speed), "zq_set_hand_speed");
@@ -226,7 +226,7 @@ public:
      * @param force in the hand's units (passed on unchanged).
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
      * configuration time-out.)
-     * Calls zq_set_hand_force().
+     * @see zq_set_hand_force()
      */
     void set_hand_force(int force) {
         check(zq_set_hand_force(h(), force), "zq_set_hand_force");
@@ -235,7 +235,7 @@ public:
      * @brief Moves the lift at a constant speed (jog); 0 stops it.
      * @param speed signed speed in the lift's units, the sign giving the direction.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_lift_speed().
+     * @see zq_set_lift_speed()
      */
     void set_lift_speed(int speed) {
         check(zq_set_lift_speed(h(), speed), "zq_set_lift_speed");
@@ -248,16 +248,16 @@ public:
      * with no overall limit (in single-thread mode at most `block` rounds of one second).
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; -4 another
      * device ended; -5 rounds used up.)
-     * Calls zq_set_lift_height().
+     * @see zq_set_lift_height()
      */
     void set_lift_height(int speed, int height, int block) {
         check(zq_set_lift_height(h(), speed, height, block), "zq_set_lift_height");
     }
     /**
      * @brief Reads the lift's height, current, error flag and mode.
-     * @return receives the lift's state (`pos` is the height).
+     * @return the lift's state (`pos` is the height).
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_lift_state().
+     * @see zq_get_lift_state()
      */
     zq_expand_state_t lift_state() const {
         zq_expand_state_t state{};
@@ -268,7 +268,7 @@ public:
      * @brief Moves the expansion axis at a constant speed (jog); 0 stops it.
      * @param speed signed speed in the axis' units, the sign giving the direction.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_expand_speed().
+     * @see zq_set_expand_speed()
      */
     void set_expand_speed(int speed) {
         check(zq_set_expand_speed(h(), speed), "zq_set_expand_speed");
@@ -279,16 +279,16 @@ public:
      * @param pos target position, in the axis' units.
      * @param block as zq_set_lift_height().
      * @throws zq::Error with the result code when it is not 0 (as zq_set_lift_height().)
-     * Calls zq_set_expand_pos().
+     * @see zq_set_expand_pos()
      */
     void set_expand_pos(int speed, int pos, int block) {
         check(zq_set_expand_pos(h(), speed, pos, block), "zq_set_expand_pos");
     }
     /**
      * @brief Reads the expansion axis' position, current, error flag and mode.
-     * @return receives the axis' state.
+     * @return the axis' state.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_expand_state().
+     * @see zq_get_expand_state()
      */
     zq_expand_state_t expand_state() const {
         zq_expand_state_t state{};
@@ -300,16 +300,16 @@ public:
      * @param mode the device's mode number, passed on unchanged.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
      * configuration time-out.)
-     * Calls zq_set_zq_plus_mode().
+     * @see zq_set_zq_plus_mode()
      */
     void set_zq_plus_mode(int mode) {
         check(zq_set_zq_plus_mode(h(), mode), "zq_set_zq_plus_mode");
     }
     /**
      * @brief Reads the communication mode of the register-level end-effector device.
-     * @return receives the mode number.
+     * @return the mode number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_zq_plus_mode().
+     * @see zq_get_zq_plus_mode()
      */
     int zq_plus_mode() const {
         int mode{};
@@ -321,16 +321,16 @@ public:
      * @param mode the touch mode number, passed on unchanged.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
      * configuration time-out.)
-     * Calls zq_set_zq_plus_touch().
+     * @see zq_set_zq_plus_touch()
      */
     void set_zq_plus_touch(int mode) {
         check(zq_set_zq_plus_touch(h(), mode), "zq_set_zq_plus_touch");
     }
     /**
      * @brief Reads the touch sensor mode of the register-level end-effector device.
-     * @return receives the touch mode number.
+     * @return the touch mode number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_zq_plus_touch().
+     * @see zq_get_zq_plus_touch()
      */
     int zq_plus_touch() const {
         int mode{};
@@ -339,10 +339,10 @@ public:
     }
     /**
      * @brief Reads the fixed description of the register-level end-effector device.
-     * @return receives it; a missing number reads -1, a value that is no number -3.
+     * @return the record; a missing number reads -1, a value that is no number -3.
      * @throws zq::Error with the result code when it is not 0 (0; 1 the controller reports no such device;
      * -3 the reply lacks the description.)
-     * Calls zq_get_zq_plus_base_info().
+     * @see zq_get_zq_plus_base_info()
      */
     zq_plus_base_info_t zq_plus_base_info() const {
         zq_plus_base_info_t info{};
@@ -351,9 +351,9 @@ public:
     }
     /**
      * @brief Reads the live state of the register-level end-effector device.
-     * @return receives it; a missing number reads -1, a value that is no number -3.
+     * @return the record; a missing number reads -1, a value that is no number -3.
      * @throws zq::Error with the result code when it is not 0 (as zq_get_zq_plus_base_info().)
-     * Calls zq_get_zq_plus_state_info().
+     * @see zq_get_zq_plus_state_info()
      */
     zq_plus_state_info_t zq_plus_state_info() const {
         zq_plus_state_info_t info{};
@@ -365,7 +365,7 @@ public:
      * @param io_num the output's number on the tool connector.
      * @param state 1 high, 0 low.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_tool_DO_state().
+     * @see zq_set_tool_DO_state()
      */
     void set_tool_do_state(int io_num, int state) {
         check(zq_set_tool_DO_state(h(), io_num, state), "zq_set_tool_DO_state");
@@ -375,7 +375,7 @@ public:
      * @param io_num the IO's number on the tool connector.
      * @param state the IO's mode number, passed on unchanged.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_tool_IO_mode().
+     * @see zq_set_tool_IO_mode()
      */
     void set_tool_io_mode(int io_num, int state) {
         check(zq_set_tool_IO_mode(h(), io_num, state), "zq_set_tool_IO_mode");
@@ -384,16 +384,16 @@ public:
      * @brief Sets the supply voltage of the tool connector.
      * @param voltage_type the controller's voltage code, passed on unchanged.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_tool_voltage().
+     * @see zq_set_tool_voltage()
      */
     void set_tool_voltage(int voltage_type) {
         check(zq_set_tool_voltage(h(), voltage_type), "zq_set_tool_voltage");
     }
     /**
      * @brief Reads the supply voltage of the tool connector.
-     * @return receives the controller's voltage code.
+     * @return the controller's voltage code.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_tool_voltage().
+     * @see zq_get_tool_voltage()
      */
     int tool_voltage() const {
         int voltage_type{};
@@ -403,10 +403,10 @@ public:
     // ---- force ----
     /**
      * @brief Reads the six-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.
-     * @return receives four sets of Fx, Fy, Fz (N) and Mx, My, Mz (N·m).
+     * @return four sets of Fx, Fy, Fz (N) and Mx, My, Mz (N·m).
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the query
      * time-out.)
-     * Calls zq_get_force_data().
+     * @see zq_get_force_data()
      */
     zq_force_data_t force_data() const {
         zq_force_data_t data{};
@@ -416,7 +416,7 @@ public:
     /**
      * @brief Zeroes the force sensor at its present reading.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_clear_force_data().
+     * @see zq_clear_force_data()
      */
     void clear_force_data() {
         check(zq_clear_force_data(h()), "zq_clear_force_data");
@@ -426,7 +426,7 @@ public:
      * @param block true: waits up to 30 s for the end of the calibration; false: sent, no reply read, 0
      * after 10 ms.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_force_sensor().
+     * @see zq_set_force_sensor()
      */
     void set_force_sensor(bool block) {
         check(zq_set_force_sensor(h(), block), "zq_set_force_sensor");
@@ -434,17 +434,17 @@ public:
     /**
      * @brief Stops a running force sensor calibration.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_stop_set_force_sensor().
+     * @see zq_stop_set_force_sensor()
      */
     void stop_set_force_sensor() {
         check(zq_stop_set_force_sensor(h()), "zq_stop_set_force_sensor");
     }
     /**
      * @brief Reads the one-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.
-     * @return receives the four forces, N.
+     * @return the four forces, N.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 the arm has no
      * one-axis sensor (force type 1), nothing sent.)
-     * Calls zq_get_Fz().
+     * @see zq_get_Fz()
      */
     zq_fz_data_t fz() const {
         zq_fz_data_t data{};
@@ -454,7 +454,7 @@ public:
     /**
      * @brief Zeroes the one-axis force sensor at its present reading.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_clear_Fz().
+     * @see zq_clear_Fz()
      */
     void clear_fz() {
         check(zq_clear_Fz(h()), "zq_clear_Fz");
@@ -463,7 +463,7 @@ public:
      * @brief Starts the automatic calibration of the one-axis force sensor.
      * @param block true: waits up to 30 s for the end; false: sent, no reply read, 0 after 10 ms.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_auto_set_Fz().
+     * @see zq_auto_set_Fz()
      */
     void auto_set_fz(bool block) {
         check(zq_auto_set_Fz(h(), block), "zq_auto_set_Fz");
@@ -475,7 +475,7 @@ public:
      * @param direction the controlled axis, the controller's number.
      * @param force the force to hold, N; truncated to whole newtons, so 2.9 holds 2 N.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_force_position().
+     * @see zq_set_force_position()
      */
     void set_force_position(int sensor, int mode, int direction, float force) {
         check(zq_set_force_position(h(), sensor, mode, direction, force), "zq_set_force_position");
@@ -485,7 +485,7 @@ public:
      * @param param the sensor, frame, per-axis control mode, desired forces (N, N·m, to 0.1) and speed
      * limits per axis.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_force_position_new().
+     * @see zq_set_force_position_new()
      */
     void set_force_position_new(const zq_force_position_t& param) {
         check(zq_set_force_position_new(h(), param), "zq_set_force_position_new");
@@ -493,7 +493,7 @@ public:
     /**
      * @brief Ends force-position control.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_stop_force_position().
+     * @see zq_stop_force_position()
      */
     void stop_force_position() {
         check(zq_stop_force_position(h()), "zq_stop_force_position");
@@ -501,7 +501,7 @@ public:
     /**
      * @brief Enters streamed force-position control; set points follow with zq_force_position_move().
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_start_force_position_move().
+     * @see zq_start_force_position_move()
      */
     void start_force_position_move() {
         check(zq_start_force_position_move(h()), "zq_start_force_position_move");
@@ -509,7 +509,7 @@ public:
     /**
      * @brief Leaves streamed force-position control.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_stop_force_position_move().
+     * @see zq_stop_force_position_move()
      */
     void stop_force_position_move() {
         check(zq_stop_force_position_move(h()), "zq_stop_force_position_move");
@@ -524,7 +524,7 @@ public:
      * @param force the force to hold, N, truncated to whole newtons.
      * @param follow the controller's follow flag (true: tight following).
      * @throws zq::Error with the result code when it is not 0 (0 when sent; -1 send failed.)
-     * Calls zq_force_position_move_pose().
+     * @see zq_force_position_move_pose()
      */
     void force_position_move_pose(const zq_pose_t& pose, int sensor, int mode, int dir, float force,
                                   bool follow) {
@@ -537,7 +537,7 @@ public:
      * and speed limits, trajectory mode and its `radio` (mode 0: 0; mode 1: 0 to 100; mode 2: 0 to 1000;
      * other values are sent with a warning).
      * @throws zq::Error with the result code when it is not 0 (0 when sent; -1 send failed.)
-     * Calls zq_force_position_move().
+     * @see zq_force_position_move()
      */
     void force_position_move(const zq_force_position_move_t& param) {
         check(zq_force_position_move(h(), param), "zq_force_position_move");
@@ -546,7 +546,7 @@ public:
      * @brief Starts drag teaching: the arm follows the operator's hand.
      * @param trajectory_record 1 records the dragged trajectory for replay, 0 does not.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_start_drag_teach().
+     * @see zq_start_drag_teach()
      */
     void start_drag_teach(int trajectory_record) {
         check(zq_start_drag_teach(h(), trajectory_record), "zq_start_drag_teach");
@@ -554,7 +554,7 @@ public:
     /**
      * @brief Ends drag teaching.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_stop_drag_teach().
+     * @see zq_stop_drag_teach()
      */
     void stop_drag_teach() {
         check(zq_stop_drag_teach(h()), "zq_stop_drag_teach");
@@ -565,7 +565,7 @@ public:
      * @param singular_wall the controller's singularity wall setting.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; 1 the arm has no
      * six-axis force sensor; -4 on generation 4.)
-     * Calls zq_start_multi_drag_teach().
+     * @see zq_start_multi_drag_teach()
      */
     void start_multi_drag_teach(int mode, int singular_wall) {
         check(zq_start_multi_drag_teach(h(), mode, singular_wall), "zq_start_multi_drag_teach");
@@ -575,7 +575,7 @@ public:
      * @param param the frame, and on six-axis force arms the six free axes (1 free) and the singularity
      * wall; other arms send only the frame, with a warning.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_start_multi_drag_teach_new().
+     * @see zq_start_multi_drag_teach_new()
      */
     void start_multi_drag_teach_new(const zq_multi_drag_teach_t& param) {
         check(zq_start_multi_drag_teach_new(h(), param), "zq_start_multi_drag_teach_new");
@@ -585,16 +585,16 @@ public:
      * @param grade the sensitivity grade, passed on unchanged.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
      * configuration time-out.)
-     * Calls zq_set_drag_teach_sensitivity().
+     * @see zq_set_drag_teach_sensitivity()
      */
     void set_drag_teach_sensitivity(int grade) {
         check(zq_set_drag_teach_sensitivity(h(), grade), "zq_set_drag_teach_sensitivity");
     }
     /**
      * @brief Reads the drag teaching sensitivity.
-     * @return receives the sensitivity grade.
+     * @return the sensitivity grade.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_drag_teach_sensitivity().
+     * @see zq_get_drag_teach_sensitivity()
      */
     int drag_teach_sensitivity() const {
         int grade{};
@@ -606,17 +606,17 @@ public:
      * @param mode the controller's drag mode number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on an arm without a
      * force sensor, nothing sent.)
-     * Calls zq_set_force_drag_mode().
+     * @see zq_set_force_drag_mode()
      */
     void set_force_drag_mode(int mode) {
         check(zq_set_force_drag_mode(h(), mode), "zq_set_force_drag_mode");
     }
     /**
      * @brief Reads the drag mode.
-     * @return receives the controller's drag mode number.
+     * @return the controller's drag mode number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on an arm without a
      * force sensor.)
-     * Calls zq_get_force_drag_mode().
+     * @see zq_get_force_drag_mode()
      */
     int force_drag_mode() const {
         int mode{};
@@ -629,7 +629,7 @@ public:
      * overall limit) or at most `block` rounds of one second (single-thread mode).
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 failed; -4 another device ended;
      * -5 rounds used up.)
-     * Calls zq_drag_trajectory_origin().
+     * @see zq_drag_trajectory_origin()
      */
     void drag_trajectory_origin(int block) {
         check(zq_drag_trajectory_origin(h(), block), "zq_drag_trajectory_origin");
@@ -639,7 +639,7 @@ public:
      * @param block 0 returns at once (0 when sent); otherwise the call first waits `block` seconds, then
      * watches the replay until it ends.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_run_drag_trajectory().
+     * @see zq_run_drag_trajectory()
      */
     void run_drag_trajectory(int block) {
         check(zq_run_drag_trajectory(h(), block), "zq_run_drag_trajectory");
@@ -647,7 +647,7 @@ public:
     /**
      * @brief Pauses the replay of the dragged trajectory.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_pause_drag_trajectory().
+     * @see zq_pause_drag_trajectory()
      */
     void pause_drag_trajectory() {
         check(zq_pause_drag_trajectory(h()), "zq_pause_drag_trajectory");
@@ -655,7 +655,7 @@ public:
     /**
      * @brief Resumes a paused replay.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_continue_drag_trajectory().
+     * @see zq_continue_drag_trajectory()
      */
     void continue_drag_trajectory() {
         check(zq_continue_drag_trajectory(h()), "zq_continue_drag_trajectory");
@@ -663,7 +663,7 @@ public:
     /**
      * @brief Stops the replay.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_stop_drag_trajectory().
+     * @see zq_stop_drag_trajectory()
      */
     void stop_drag_trajectory() {
         check(zq_stop_drag_trajectory(h()), "zq_stop_drag_trajectory");
@@ -676,7 +676,7 @@ public:
      * speed mode.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; 1 with nothing sent for
      * a port or mode out of range.)
-     * Calls zq_set_IO_mode().
+     * @see zq_set_IO_mode()
      */
     void set_io_mode(int io_num, const zq_io_config_t& config) {
         check(zq_set_IO_mode(h(), io_num, config), "zq_set_IO_mode");
@@ -686,7 +686,7 @@ public:
      * @param io_num the output's number.
      * @param state 1 high, 0 low.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_DO_state().
+     * @see zq_set_DO_state()
      */
     void set_do_state(int io_num, int state) {
         check(zq_set_DO_state(h(), io_num, state), "zq_set_DO_state");
@@ -694,10 +694,10 @@ public:
     /**
      * @brief Reads the level and mode of one controller IO port.
      * @param io_num the port, 0 to 4.
-     * @return receives level and mode; below mode 14 the speed fields read -1.
+     * @return level and mode; below mode 14 the speed fields read -1.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; 1 with nothing sent for
      * a port out of range.)
-     * Calls zq_get_IO_state().
+     * @see zq_get_IO_state()
      */
     zq_io_get_t io_state(int io_num) const {
         zq_io_get_t io{};
@@ -709,16 +709,16 @@ public:
      * @param voltage_type the controller's voltage code, passed on unchanged.
      * @param start_enable true: the controller applies it at every start.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_voltage().
+     * @see zq_set_voltage()
      */
     void set_voltage(int voltage_type, bool start_enable) {
         check(zq_set_voltage(h(), voltage_type, start_enable), "zq_set_voltage");
     }
     /**
      * @brief Reads the controller's IO supply voltage.
-     * @return receives the controller's voltage code.
+     * @return the controller's voltage code.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_voltage().
+     * @see zq_get_voltage()
      */
     int voltage() const {
         int voltage_type{};
@@ -730,7 +730,7 @@ public:
      * @param baudrate bits per second.
      * @throws zq::Error with the result code when it is not 0 (0 when sent; -2 on generation 4. No reply
      * is read: returns after an 800 ms pause.)
-     * Calls zq_set_RS485().
+     * @see zq_set_RS485()
      */
     void set_rs485(int baudrate) {
         check(zq_set_RS485(h(), baudrate), "zq_set_RS485");
@@ -740,7 +740,7 @@ public:
      * @return mode: the port's mode, the controller's number.; baudrate: bits per second.; modbus_timeout:
      * the Modbus RTU time-out as the controller reports it; 0 when the port is not in Modbus RTU mode.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
-     * Calls zq_get_controller_RS485_mode().
+     * @see zq_get_controller_RS485_mode()
      */
     std::tuple<int, int, int> controller_rs485_mode() const {
         int mode{};
@@ -755,7 +755,7 @@ public:
      * @return mode: the port's mode, the controller's number.; baudrate: bits per second.; modbus_timeout:
      * the Modbus RTU time-out as reported; 0 when not in Modbus RTU mode.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
-     * Calls zq_get_tool_RS485_mode().
+     * @see zq_get_tool_RS485_mode()
      */
     std::tuple<int, int, int> tool_rs485_mode() const {
         int mode{};
@@ -771,7 +771,7 @@ public:
      * @param timeout the bus time-out, 100 ms units (0 or less counts as 1). It also sets the process-wide
      * wait of the peripheral reads and writes to `timeout` × 100 ms plus the query time-out.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
-     * Calls zq_set_modbus_mode().
+     * @see zq_set_modbus_mode()
      */
     void set_modbus_mode(int port, int baudrate, int timeout) {
         check(zq_set_modbus_mode(h(), port, baudrate, timeout), "zq_set_modbus_mode");
@@ -780,7 +780,7 @@ public:
      * @brief Ends Modbus RTU mode on a serial port (generation 3).
      * @param port the port, as for zq_set_modbus_mode().
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
-     * Calls zq_close_modbus_mode().
+     * @see zq_close_modbus_mode()
      */
     void close_modbus_mode(int port) {
         check(zq_close_modbus_mode(h(), port), "zq_close_modbus_mode");
@@ -793,7 +793,7 @@ public:
      * wait `timeout` plus the query time-out (process-wide).
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4 or
      * for a bad address.)
-     * Calls zq_set_modbustcp_mode().
+     * @see zq_set_modbustcp_mode()
      */
     void set_modbustcp_mode(const std::string& ip, int port, int timeout) {
         check(zq_set_modbustcp_mode(h(), ip.c_str(), port, timeout), "zq_set_modbustcp_mode");
@@ -801,7 +801,7 @@ public:
     /**
      * @brief Ends the Modbus TCP master connection (generation 3).
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
-     * Calls zq_close_modbustcp_mode().
+     * @see zq_close_modbustcp_mode()
      */
     void close_modbustcp_mode() {
         check(zq_close_modbustcp_mode(h()), "zq_close_modbustcp_mode");
@@ -811,7 +811,7 @@ public:
      * @param mode the port's mode, the controller's number.
      * @param baudrate bits per second.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_set_controller_rs485_mode().
+     * @see zq_set_controller_rs485_mode()
      */
     void set_controller_rs485_mode(int mode, int baudrate) {
         check(zq_set_controller_rs485_mode(h(), mode, baudrate), "zq_set_controller_rs485_mode");
@@ -820,7 +820,7 @@ public:
      * @brief Reads the mode and baud rate of the controller's RS485 port (generation 4).
      * @return mode: the port's mode.; baudrate: bits per second.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_get_controller_rs485_mode_v4().
+     * @see zq_get_controller_rs485_mode_v4()
      */
     std::tuple<int, int> controller_rs485_mode_v4() const {
         int mode{};
@@ -833,7 +833,7 @@ public:
      * @param mode the port's mode, the controller's number.
      * @param baudrate bits per second.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_set_tool_rs485_mode().
+     * @see zq_set_tool_rs485_mode()
      */
     void set_tool_rs485_mode(int mode, int baudrate) {
         check(zq_set_tool_rs485_mode(h(), mode, baudrate), "zq_set_tool_rs485_mode");
@@ -842,7 +842,7 @@ public:
      * @brief Reads the mode and baud rate of the tool connector's RS485 port (generation 4).
      * @return mode: the port's mode.; baudrate: bits per second.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_get_tool_rs485_mode_v4().
+     * @see zq_get_tool_rs485_mode_v4()
      */
     std::tuple<int, int> tool_rs485_mode_v4() const {
         int mode{};
@@ -856,7 +856,7 @@ public:
      * @param data 1 on, 0 off.
      * @throws zq::Error with the result code when it is not 0 (0; 1 refused; -4 on generation 4. Waits up
      * to the bus time-out.)
-     * Calls zq_write_single_coil().
+     * @see zq_write_single_coil()
      */
     void write_single_coil(const zq_peripheral_read_write_params_t& params, int data) {
         check(zq_write_single_coil(h(), params, data), "zq_write_single_coil");
@@ -866,7 +866,7 @@ public:
      * @param params port, address and device.
      * @param data the register's value.
      * @throws zq::Error with the result code when it is not 0 (as zq_write_single_coil().)
-     * Calls zq_write_single_register().
+     * @see zq_write_single_register()
      */
     void write_single_register(const zq_peripheral_read_write_params_t& params, int data) {
         check(zq_write_single_register(h(), params, data), "zq_write_single_register");
@@ -877,7 +877,7 @@ public:
      * coil.
      * @throws zq::Error with the result code when it is not 0 (0; 1 refused; -4 on generation 3 or a count
      * out of range.)
-     * Calls zq_write_modbus_rtu_coils().
+     * @see zq_write_modbus_rtu_coils()
      */
     void write_modbus_rtu_coils(const zq_modbus_rtu_write_params_t& params) {
         check(zq_write_modbus_rtu_coils(h(), params), "zq_write_modbus_rtu_coils");
@@ -887,7 +887,7 @@ public:
      * @param params first address, device, port type, count (0 to ZQ_MODBUS_DATA_MAX) and one value per
      * register.
      * @throws zq::Error with the result code when it is not 0 (as zq_write_modbus_rtu_coils().)
-     * Calls zq_write_modbus_rtu_registers().
+     * @see zq_write_modbus_rtu_registers()
      */
     void write_modbus_rtu_registers(const zq_modbus_rtu_write_params_t& params) {
         check(zq_write_modbus_rtu_registers(h(), params), "zq_write_modbus_rtu_registers");
@@ -898,7 +898,7 @@ public:
      * per coil.
      * @throws zq::Error with the result code when it is not 0 (0; 1 refused; -4 on generation 3. Waits as
      * zq_read_modbus_tcp_coils().)
-     * Calls zq_write_modbus_tcp_coils().
+     * @see zq_write_modbus_tcp_coils()
      */
     void write_modbus_tcp_coils(const zq_modbus_tcp_write_params_t& params) {
         check(zq_write_modbus_tcp_coils(h(), params), "zq_write_modbus_tcp_coils");
@@ -908,7 +908,7 @@ public:
      * @param params first address, device (as for the reads), count 0 to ZQ_MODBUS_DATA_MAX and one value
      * per register.
      * @throws zq::Error with the result code when it is not 0 (as zq_write_modbus_tcp_coils().)
-     * Calls zq_write_modbus_tcp_registers().
+     * @see zq_write_modbus_tcp_registers()
      */
     void write_modbus_tcp_registers(const zq_modbus_tcp_write_params_t& params) {
         check(zq_write_modbus_tcp_registers(h(), params), "zq_write_modbus_tcp_registers");
@@ -917,7 +917,7 @@ public:
      * @brief Stores a named Modbus TCP master on the controller (generation 4).
      * @param master its name (up to 19 characters), dotted IPv4 address and port.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_add_modbus_tcp_master().
+     * @see zq_add_modbus_tcp_master()
      */
     void add_modbus_tcp_master(const zq_modbus_tcp_master_info_t& master) {
         check(zq_add_modbus_tcp_master(h(), master), "zq_add_modbus_tcp_master");
@@ -927,7 +927,7 @@ public:
      * @param name the master's present name.
      * @param master its new name, address and port.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_update_modbus_tcp_master().
+     * @see zq_update_modbus_tcp_master()
      */
     void update_modbus_tcp_master(const std::string& name, const zq_modbus_tcp_master_info_t& master) {
         check(zq_update_modbus_tcp_master(h(), name.c_str(), master), "zq_update_modbus_tcp_master");
@@ -936,7 +936,7 @@ public:
      * @brief Deletes a stored Modbus TCP master (generation 4).
      * @param name the master's name.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_delete_modbus_tcp_master().
+     * @see zq_delete_modbus_tcp_master()
      */
     void delete_modbus_tcp_master(const std::string& name) {
         check(zq_delete_modbus_tcp_master(h(), name.c_str()), "zq_delete_modbus_tcp_master");
@@ -944,10 +944,10 @@ public:
     /**
      * @brief Reads a stored Modbus TCP master by name (generation 4).
      * @param name the master's name.
-     * @return receives its name, address and port.
+     * @return its name, address and port.
      * @throws zq::Error with the result code when it is not 0 (0; 1 no master has that name; -4 on
      * generation 3.)
-     * Calls zq_get_modbus_tcp_master().
+     * @see zq_get_modbus_tcp_master()
      */
     zq_modbus_tcp_master_info_t modbus_tcp_master(const std::string& name) const {
         zq_modbus_tcp_master_info_t master{};
@@ -959,10 +959,10 @@ public:
      * @param page_num the page, from 1.
      * @param page_size entries per page, at most ZQ_MODBUS_TCP_MASTER_LIST_MAX.
      * @param vague_search a fragment of the name to filter by; null for all.
-     * @return receives the page and the total count.
+     * @return the page and the total count.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.
      * Waits up to the configuration time-out plus 1000 ms.)
-     * Calls zq_get_modbus_tcp_master_list().
+     * @see zq_get_modbus_tcp_master_list()
      */
     zq_modbus_tcp_master_list_t modbus_tcp_master_list(int page_num, int page_size,
                                                        const std::optional<std::string>& vague_search) const {
@@ -980,7 +980,7 @@ public:
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 the controller rejected the
      * program; -5 the file cannot be opened, read or written; -6 on generation 4. Sends about 50 kB per
      * second, then waits up to 2000 ms; send nothing else on this session meanwhile.)
-     * Calls zq_send_project().
+     * @see zq_send_project()
      */
     int send_project(const zq_send_project_t& project) {
         int err_line{};
@@ -991,7 +991,7 @@ public:
      * @brief Scales the speed of the running program.
      * @param speed percent of the programmed speed.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_plan_speed().
+     * @see zq_set_plan_speed()
      */
     void set_plan_speed(int speed) {
         check(zq_set_plan_speed(h(), speed), "zq_set_plan_speed");
@@ -1001,9 +1001,9 @@ public:
      * @param page_num the page, from 1.
      * @param page_size entries per page.
      * @param vague_search a fragment of the name to filter by; null for all.
-     * @return receives the page (at most ZQ_LIST_ENTRIES entries) and the total count.
+     * @return the page (at most ZQ_LIST_ENTRIES entries) and the total count.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_program_trajectory_list().
+     * @see zq_get_program_trajectory_list()
      */
     zq_program_trajectorys_t program_trajectory_list(int page_num, int page_size,
                                                      const std::optional<std::string>& vague_search) const {
@@ -1020,16 +1020,16 @@ public:
      * overall limit; single-thread mode: at most `block` seconds).
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused; -4 the end was not
      * reported. Waits up to 15000 ms for the start.)
-     * Calls zq_set_program_id_run().
+     * @see zq_set_program_id_run()
      */
     void set_program_id_run(int id, int speed, int block) {
         check(zq_set_program_id_run(h(), id, speed, block), "zq_set_program_id_run");
     }
     /**
      * @brief Reads the state of the program run (generation 3).
-     * @return receives it.
+     * @return the record.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
-     * Calls zq_get_program_run_state().
+     * @see zq_get_program_run_state()
      */
     zq_program_run_state_t program_run_state() const {
         zq_program_run_state_t state{};
@@ -1038,9 +1038,9 @@ public:
     }
     /**
      * @brief Reads the state of the flowchart program run (generation 4).
-     * @return receives it.
+     * @return the record.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_get_flowchart_program_run_state().
+     * @see zq_get_flowchart_program_run_state()
      */
     zq_flowchart_run_state_t flowchart_program_run_state() const {
         zq_flowchart_run_state_t state{};
@@ -1051,7 +1051,7 @@ public:
      * @brief Deletes a stored program.
      * @param id the program's number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_delete_program_trajectory().
+     * @see zq_delete_program_trajectory()
      */
     void delete_program_trajectory(int id) {
         check(zq_delete_program_trajectory(h(), id), "zq_delete_program_trajectory");
@@ -1062,7 +1062,7 @@ public:
      * @param plan_speed its new speed, percent.
      * @param project_name its new name.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_update_program_trajectory().
+     * @see zq_update_program_trajectory()
      */
     void update_program_trajectory(int id, int plan_speed, const std::string& project_name) {
         check(zq_update_program_trajectory(h(), id, plan_speed, project_name.c_str()),
@@ -1072,16 +1072,16 @@ public:
      * @brief Chooses the program that runs when the controller is started in its default-run mode.
      * @param id the program's number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_default_run_program().
+     * @see zq_set_default_run_program()
      */
     void set_default_run_program(int id) {
         check(zq_set_default_run_program(h(), id), "zq_set_default_run_program");
     }
     /**
      * @brief Reads the program chosen for the default run.
-     * @return receives its number.
+     * @return its number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_default_run_program().
+     * @see zq_get_default_run_program()
      */
     int default_run_program() const {
         int id{};
@@ -1093,7 +1093,7 @@ public:
      * @param waypoint name (local code page), joints (degrees), pose (m, rad) and frame names.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -2 for a null or empty
      * name, nothing sent.)
-     * Calls zq_add_global_waypoint().
+     * @see zq_add_global_waypoint()
      */
     void add_global_waypoint(const zq_waypoint_t& waypoint) {
         check(zq_add_global_waypoint(h(), waypoint), "zq_add_global_waypoint");
@@ -1103,7 +1103,7 @@ public:
      * @param waypoint as for zq_add_global_waypoint().
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -2 for a null or empty
      * name, nothing sent.)
-     * Calls zq_update_global_waypoint().
+     * @see zq_update_global_waypoint()
      */
     void update_global_waypoint(const zq_waypoint_t& waypoint) {
         check(zq_update_global_waypoint(h(), waypoint), "zq_update_global_waypoint");
@@ -1113,7 +1113,7 @@ public:
      * @param point_name its name.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -2 for a null or empty
      * name.)
-     * Calls zq_delete_global_waypoint().
+     * @see zq_delete_global_waypoint()
      */
     void delete_global_waypoint(const std::string& point_name) {
         check(zq_delete_global_waypoint(h(), point_name.c_str()), "zq_delete_global_waypoint");
@@ -1121,10 +1121,10 @@ public:
     /**
      * @brief Reads a stored waypoint by name.
      * @param point_name its name.
-     * @return receives it.
+     * @return the record.
      * @throws zq::Error with the result code when it is not 0 (0; 1 no waypoint has that name; -2 the name
      * cannot be converted; -3 a null handle, name or record.)
-     * Calls zq_get_given_global_waypoint().
+     * @see zq_get_given_global_waypoint()
      */
     zq_waypoint_t given_global_waypoint(const std::string& point_name) const {
         zq_waypoint_t waypoint{};
@@ -1137,10 +1137,10 @@ public:
      * @param page_num the page, from 1.
      * @param page_size entries per page.
      * @param vague_search a fragment of the name to filter by; null or empty for all.
-     * @return receives the page (at most ZQ_LIST_ENTRIES entries) and the total count.
+     * @return the page (at most ZQ_LIST_ENTRIES entries) and the total count.
      * @throws zq::Error with the result code when it is not 0 (0; 1 the controller refused. Waits up to
      * the configuration time-out plus 1000 ms.)
-     * Calls zq_get_global_waypoints_list().
+     * @see zq_get_global_waypoints_list()
      */
     zq_waypoint_list_t global_waypoints_list(int page_num, int page_size,
                                              const std::optional<std::string>& vague_search) const {
@@ -1154,10 +1154,10 @@ public:
      * @param page_num the page, from 1.
      * @param page_size entries per page.
      * @param vague_search a fragment of the name to filter by; null for all.
-     * @return receives the page and the total count.
+     * @return the page and the total count.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.
      * Waits up to the configuration time-out plus 1000 ms.)
-     * Calls zq_get_trajectory_file_list().
+     * @see zq_get_trajectory_file_list()
      */
     zq_trajectory_list_t trajectory_file_list(int page_num, int page_size,
                                               const std::optional<std::string>& vague_search) const {
@@ -1171,7 +1171,7 @@ public:
      * @param name the trajectory's name.
      * @throws zq::Error with the result code when it is not 0 (0 once started, or a common code; -4 on
      * generation 3.)
-     * Calls zq_set_run_trajectory().
+     * @see zq_set_run_trajectory()
      */
     void set_run_trajectory(const std::string& name) {
         check(zq_set_run_trajectory(h(), name.c_str()), "zq_set_run_trajectory");
@@ -1180,7 +1180,7 @@ public:
      * @brief Deletes a recorded trajectory (generation 4).
      * @param name the trajectory's name.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_delete_trajectory_file().
+     * @see zq_delete_trajectory_file()
      */
     void delete_trajectory_file(const std::string& name) {
         check(zq_delete_trajectory_file(h(), name.c_str()), "zq_delete_trajectory_file");
@@ -1189,7 +1189,7 @@ public:
      * @brief Saves the last dragged trajectory on the controller under a name (generation 4).
      * @param name the name to store it by.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_save_trajectory_file().
+     * @see zq_save_trajectory_file()
      */
     void save_trajectory_file(const std::string& name) {
         check(zq_save_trajectory_file(h(), name.c_str()), "zq_save_trajectory_file");
@@ -1199,9 +1199,9 @@ public:
      * @param page_num the page, from 1.
      * @param page_size entries per page.
      * @param vague_search a fragment of the name to filter by; null for all.
-     * @return receives the page; places behind an action's last value hold ZQ_TOOL_ACTION_UNSET.
+     * @return the page; places behind an action's last value hold ZQ_TOOL_ACTION_UNSET.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_get_tool_action_list().
+     * @see zq_get_tool_action_list()
      */
     zq_tool_action_list_t tool_action_list(int page_num, int page_size,
                                            const std::optional<std::string>& vague_search) const {
@@ -1215,7 +1215,7 @@ public:
      * @param name the action's name.
      * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; -2 no end
      * report within 1 s; -5 another device ended; -4 on generation 3.)
-     * Calls zq_run_tool_action().
+     * @see zq_run_tool_action()
      */
     void run_tool_action(const std::string& name) {
         check(zq_run_tool_action(h(), name.c_str()), "zq_run_tool_action");
@@ -1224,7 +1224,7 @@ public:
      * @brief Deletes a stored hand tool action (generation 4).
      * @param name the action's name.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
-     * Calls zq_delete_tool_action().
+     * @see zq_delete_tool_action()
      */
     void delete_tool_action(const std::string& name) {
         check(zq_delete_tool_action(h(), name.c_str()), "zq_delete_tool_action");
@@ -1236,7 +1236,7 @@ public:
      * @throws zq::Error with the result code when it is not 0 (0 once points stopped arriving for 500 ms;
      * -4 the file cannot be made; -5 the controller refused; 30000 when no end came within 30 s (the file
      * then holds what arrived). The recording is process-wide: one at a time.)
-     * Calls zq_save_trajectory().
+     * @see zq_save_trajectory()
      */
     int save_trajectory(const std::string& path) {
         int point_count{};
@@ -1250,7 +1250,7 @@ public:
      * cube's minimum z travels as its minimum x: read back, the stored cube shows that.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 for a form outside 1
      * to 3, nothing sent.)
-     * Calls zq_add_electronic_fence_config().
+     * @see zq_add_electronic_fence_config()
      */
     void add_electronic_fence_config(const zq_fence_config_t& config) {
         check(zq_add_electronic_fence_config(h(), config), "zq_add_electronic_fence_config");
@@ -1259,7 +1259,7 @@ public:
      * @brief Changes a stored electronic fence, found by its name.
      * @param config as for zq_add_electronic_fence_config().
      * @throws zq::Error with the result code when it is not 0 (as zq_add_electronic_fence_config().)
-     * Calls zq_update_electronic_fence_config().
+     * @see zq_update_electronic_fence_config()
      */
     void update_electronic_fence_config(const zq_fence_config_t& config) {
         check(zq_update_electronic_fence_config(h(), config), "zq_update_electronic_fence_config");
@@ -1268,7 +1268,7 @@ public:
      * @brief Deletes a stored electronic fence.
      * @param name its name.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_delete_electronic_fence_config().
+     * @see zq_delete_electronic_fence_config()
      */
     void delete_electronic_fence_config(const std::string& name) {
         check(zq_delete_electronic_fence_config(h(), name.c_str()), "zq_delete_electronic_fence_config");
@@ -1276,9 +1276,9 @@ public:
     /**
      * @brief Reads a stored electronic fence by name.
      * @param name its name.
-     * @return receives it.
+     * @return the record.
      * @throws zq::Error with the result code when it is not 0 (0; 1 no fence has that name.)
-     * Calls zq_get_given_electronic_fence_config().
+     * @see zq_get_given_electronic_fence_config()
      */
     zq_fence_config_t given_electronic_fence_config(const std::string& name) const {
         zq_fence_config_t config{};
@@ -1290,16 +1290,16 @@ public:
      * @brief Switches the electronic fence in force on or off.
      * @param state on or off, which side the arm must keep to, and what it applies to.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_electronic_fence_enable().
+     * @see zq_set_electronic_fence_enable()
      */
     void set_electronic_fence_enable(const zq_electronic_fence_enable_t& state) {
         check(zq_set_electronic_fence_enable(h(), state), "zq_set_electronic_fence_enable");
     }
     /**
      * @brief Reads the switch of the electronic fence.
-     * @return receives it.
+     * @return the record.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_electronic_fence_enable().
+     * @see zq_get_electronic_fence_enable()
      */
     zq_electronic_fence_enable_t electronic_fence_enable() const {
         zq_electronic_fence_enable_t state{};
@@ -1311,16 +1311,16 @@ public:
      * @param config a cube (form 1) or a plane (form 2), metres; other forms send the form alone.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 for a sphere (form
      * 3), nothing sent.)
-     * Calls zq_set_electronic_fence_config().
+     * @see zq_set_electronic_fence_config()
      */
     void set_electronic_fence_config(const zq_fence_config_t& config) {
         check(zq_set_electronic_fence_config(h(), config), "zq_set_electronic_fence_config");
     }
     /**
      * @brief Reads the electronic fence in force.
-     * @return receives it; a sphere comes back with only its form.
+     * @return the record; a sphere comes back with only its form.
      * @throws zq::Error with the result code when it is not 0 (0; 1 none is set.)
-     * Calls zq_get_electronic_fence_config().
+     * @see zq_get_electronic_fence_config()
      */
     zq_fence_config_t electronic_fence_config() const {
         zq_fence_config_t config{};
@@ -1331,16 +1331,16 @@ public:
      * @brief Switches the virtual wall on or off.
      * @param state on or off, which side the tool must keep to, and what it applies to.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_virtual_wall_enable().
+     * @see zq_set_virtual_wall_enable()
      */
     void set_virtual_wall_enable(const zq_electronic_fence_enable_t& state) {
         check(zq_set_virtual_wall_enable(h(), state), "zq_set_virtual_wall_enable");
     }
     /**
      * @brief Reads the switch of the virtual wall.
-     * @return receives it.
+     * @return the record.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_virtual_wall_enable().
+     * @see zq_get_virtual_wall_enable()
      */
     zq_electronic_fence_enable_t virtual_wall_enable() const {
         zq_electronic_fence_enable_t state{};
@@ -1351,16 +1351,16 @@ public:
      * @brief Sets the virtual wall that the tool stays within.
      * @param config a cube (form 1) or a sphere (form 3), metres; other forms send the form alone.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_virtual_wall_config().
+     * @see zq_set_virtual_wall_config()
      */
     void set_virtual_wall_config(const zq_fence_config_t& config) {
         check(zq_set_virtual_wall_config(h(), config), "zq_set_virtual_wall_config");
     }
     /**
      * @brief Reads the virtual wall.
-     * @return receives it (a cube or a sphere).
+     * @return the record (a cube or a sphere).
      * @throws zq::Error with the result code when it is not 0 (0; 1 none is set.)
-     * Calls zq_get_virtual_wall_config().
+     * @see zq_get_virtual_wall_config()
      */
     zq_fence_config_t virtual_wall_config() const {
         zq_fence_config_t config{};
@@ -1371,16 +1371,16 @@ public:
      * @brief Switches the controller's self-collision check on or off.
      * @param enable true on.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_self_collision_enable().
+     * @see zq_set_self_collision_enable()
      */
     void set_self_collision_enable(bool enable) {
         check(zq_set_self_collision_enable(h(), enable), "zq_set_self_collision_enable");
     }
     /**
      * @brief Reads whether the controller's self-collision check is on.
-     * @return receives true when on.
+     * @return true when on.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_self_collision_enable().
+     * @see zq_get_self_collision_enable()
      */
     bool self_collision_enable() const {
         bool enable{};
@@ -1391,16 +1391,16 @@ public:
      * @brief Switches the controller's collision release setting on or off.
      * @param enable true on.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_collision_remove_enable().
+     * @see zq_set_collision_remove_enable()
      */
     void set_collision_remove_enable(bool enable) {
         check(zq_set_collision_remove_enable(h(), enable), "zq_set_collision_remove_enable");
     }
     /**
      * @brief Reads whether the controller's collision release setting is on.
-     * @return receives true when on.
+     * @return true when on.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_collision_remove_enable().
+     * @see zq_get_collision_remove_enable()
      */
     bool collision_remove_enable() const {
         bool enable{};
@@ -1411,16 +1411,16 @@ public:
      * @brief Sets the controller's collision detection mode.
      * @param mode the controller's mode number, passed on unchanged.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_collision_detection().
+     * @see zq_set_collision_detection()
      */
     void set_collision_detection(int mode) {
         check(zq_set_collision_detection(h(), mode), "zq_set_collision_detection");
     }
     /**
      * @brief Reads the controller's collision detection mode.
-     * @return receives the mode number.
+     * @return the mode number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_collision_detection().
+     * @see zq_get_collision_detection()
      */
     int collision_detection() const {
         int mode{};
@@ -1431,16 +1431,16 @@ public:
      * @brief Sets how the controller avoids singular configurations.
      * @param mode the controller's mode number, passed on unchanged.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_avoid_singularity_mode().
+     * @see zq_set_avoid_singularity_mode()
      */
     void set_avoid_singularity_mode(int mode) {
         check(zq_set_avoid_singularity_mode(h(), mode), "zq_set_avoid_singularity_mode");
     }
     /**
      * @brief Reads how the controller avoids singular configurations.
-     * @return receives the mode number.
+     * @return the mode number.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_avoid_singularity_mode().
+     * @see zq_get_avoid_singularity_mode()
      */
     int avoid_singularity_mode() const {
         int mode{};
@@ -1452,7 +1452,7 @@ public:
      * @param envelope the tool frame's name and 0 to 5 spheres (centre and radius, metres, in the tool
      * frame); size 0 clears them.
      * @throws zq::Error with the result code when it is not 0 (0; 1 refused (does the tool frame exist?).)
-     * Calls zq_set_tool_envelope().
+     * @see zq_set_tool_envelope()
      */
     void set_tool_envelope(const zq_envelope_balls_list_t& envelope) {
         check(zq_set_tool_envelope(h(), envelope), "zq_set_tool_envelope");
@@ -1460,9 +1460,9 @@ public:
     /**
      * @brief Reads the spheres that envelop a tool.
      * @param tool_name the tool frame's name.
-     * @return receives them.
+     * @return them.
      * @throws zq::Error with the result code when it is not 0 (0; 1 the tool frame does not exist.)
-     * Calls zq_get_tool_envelope().
+     * @see zq_get_tool_envelope()
      */
     zq_envelope_balls_list_t tool_envelope(const std::string& tool_name) const {
         zq_envelope_balls_list_t envelope{};
@@ -1477,7 +1477,7 @@ public:
      * @param gw dotted IPv4 gateway.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to 2000 ms.
      * The connection may drop after a change; the library does not reconnect.)
-     * Calls zq_set_NetIP().
+     * @see zq_set_NetIP()
      */
     void set_netip(const std::string& ip, const std::string& netmask, const std::string& gw) {
         check(zq_set_NetIP(h(), ip.c_str(), netmask.c_str(), gw.c_str()), "zq_set_NetIP");
@@ -1488,7 +1488,7 @@ public:
      * @param password its password.
      * @throws zq::Error with the result code when it is not 0 (0 when sent; -1 send failed. No reply is
      * read: the call returns after a fixed 800 ms pause.)
-     * Calls zq_set_wifi_ap().
+     * @see zq_set_wifi_ap()
      */
     void set_wifi_ap(const std::string& wifi_name, const std::string& password) {
         check(zq_set_wifi_ap(h(), wifi_name.c_str(), password.c_str()), "zq_set_wifi_ap");
@@ -1499,7 +1499,7 @@ public:
      * @param password its password.
      * @throws zq::Error with the result code when it is not 0 (as zq_set_wifi_ap(): no reply read, returns
      * after 800 ms.)
-     * Calls zq_set_wifi_sta().
+     * @see zq_set_wifi_sta()
      */
     void set_wifi_sta(const std::string& router_name, const std::string& password) {
         check(zq_set_wifi_sta(h(), router_name.c_str(), password.c_str()), "zq_set_wifi_sta");
@@ -1507,7 +1507,7 @@ public:
     /**
      * @brief Restores the controller's factory network settings.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to 4000 ms.)
-     * Calls zq_set_net_default().
+     * @see zq_set_net_default()
      */
     void set_net_default() {
         check(zq_set_net_default(h()), "zq_set_net_default");
@@ -1515,16 +1515,16 @@ public:
     /**
      * @brief Switches the controller's wireless interface off.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to 2000 ms.)
-     * Calls zq_set_wifi_close().
+     * @see zq_set_wifi_close()
      */
     void set_wifi_close() {
         check(zq_set_wifi_close(h()), "zq_set_wifi_close");
     }
     /**
      * @brief Reads the controller's wireless settings.
-     * @return receives them; in mode "off" `ssid` and `password` stay as they were.
+     * @return them; in mode "off" `ssid` and `password` stay as they were.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_wifi_net().
+     * @see zq_get_wifi_net()
      */
     zq_wifi_net_t wifi_net() const {
         zq_wifi_net_t wifi_net{};
@@ -1535,16 +1535,16 @@ public:
      * @brief Switches the controller's web server on or off.
      * @param enabled 1 on, 0 off.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_webserver_enabled().
+     * @see zq_set_webserver_enabled()
      */
     void set_webserver_enabled(int enabled) {
         check(zq_set_webserver_enabled(h(), enabled), "zq_set_webserver_enabled");
     }
     /**
      * @brief Reads whether the controller's web server runs.
-     * @return receives 1 on, 0 off.
+     * @return 1 on, 0 off.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_webserver_enabled().
+     * @see zq_get_webserver_enabled()
      */
     int webserver_enabled() const {
         int enabled{};
@@ -1555,16 +1555,16 @@ public:
      * @brief Switches the arm's power on or off.
      * @param power 1 on, 0 off.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_set_arm_power().
+     * @see zq_set_arm_power()
      */
     void set_arm_power(int power) {
         check(zq_set_arm_power(h(), power), "zq_set_arm_power");
     }
     /**
      * @brief Reads whether the arm is powered.
-     * @return receives 1 on, 0 off.
+     * @return 1 on, 0 off.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_arm_power_state().
+     * @see zq_get_arm_power_state()
      */
     int arm_power_state() const {
         int power{};
@@ -1575,7 +1575,7 @@ public:
      * @brief Reads how long the controller has been running.
      * @return day: whole days.; hour: hours, 0 to 23.; min: minutes, 0 to 59.; sec: seconds, 0 to 59.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_get_system_runtime().
+     * @see zq_get_system_runtime()
      */
     std::tuple<int, int, int, int> system_runtime() const {
         int day{};
@@ -1588,7 +1588,7 @@ public:
     /**
      * @brief Resets the controller's runtime counter.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_clear_system_runtime().
+     * @see zq_clear_system_runtime()
      */
     void clear_system_runtime() {
         check(zq_clear_system_runtime(h()), "zq_clear_system_runtime");
@@ -1596,7 +1596,7 @@ public:
     /**
      * @brief Resets the joints' travel counters.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_clear_joint_odom().
+     * @see zq_clear_joint_odom()
      */
     void clear_joint_odom() {
         check(zq_clear_joint_odom(h()), "zq_clear_joint_odom");
@@ -1604,7 +1604,7 @@ public:
     /**
      * @brief Clears the controller's system errors.
      * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
-     * Calls zq_clear_system_err().
+     * @see zq_clear_system_err()
      */
     void clear_system_err() {
         check(zq_clear_system_err(h()), "zq_clear_system_err");

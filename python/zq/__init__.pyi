@@ -835,7 +835,7 @@ class Arm:
         Returns (report, age in ms); zq.Error -2 when no report arrived yet.
 
         Returns:
-            state: receives the report. Reports arrive in thread mode 2 while the arm pushes them
+            state: the report. Reports arrive in thread mode 2 while the arm pushes them
                 (zq_set_realtime_push() with `enable`).
             age_ms: milliseconds since it arrived; may be null.
 
@@ -998,7 +998,7 @@ class Arm:
         """Reads the frame of the Cartesian steps and jogs.
 
         Returns:
-            receives the controller's frame number.
+            the controller's frame number.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; when the
@@ -1426,7 +1426,7 @@ class Arm:
             length: number of registers, 1 to 100.
 
         Returns:
-            room for `length` values.
+            `length` values.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the device refused; -4
@@ -1532,7 +1532,7 @@ class Arm:
             params: port, first address, device and count of coils.
 
         Returns:
-            receives one value, the coils packed eight to a byte.
+            one value, the coils packed eight to a byte.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no data; -4 on generation
@@ -1547,7 +1547,7 @@ class Arm:
             params: port, first address, device and count of inputs.
 
         Returns:
-            receives one value, the inputs packed eight to a byte.
+            one value, the inputs packed eight to a byte.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils().
@@ -1561,7 +1561,7 @@ class Arm:
             params: port, address and device (`num` is not used).
 
         Returns:
-            receives the register's value.
+            the register's value.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils().
@@ -1575,7 +1575,7 @@ class Arm:
             params: port, address and device (`num` is not used).
 
         Returns:
-            receives the register's value.
+            the register's value.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils().
@@ -1589,7 +1589,7 @@ class Arm:
             params: port, first address, device and count of coils.
 
         Returns:
-            room for `num` ÷ 8 bytes rounded up, the coils packed eight to a byte.
+            `num` ÷ 8 bytes rounded up, the coils packed eight to a byte.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils(); -4 also
@@ -1604,7 +1604,7 @@ class Arm:
             params: port, first address, device and count of registers.
 
         Returns:
-            room for `num` × 2 bytes.
+            `num` × 2 bytes.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils(); -4 also
@@ -1619,7 +1619,7 @@ class Arm:
             params: port, first address, device and count of registers.
 
         Returns:
-            room for `num` × 2 bytes.
+            `num` × 2 bytes.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils(); -4 also
@@ -1661,7 +1661,7 @@ class Arm:
             params: first address, device, port type and count, 1 to 100.
 
         Returns:
-            room for `num` values, one per coil.
+            `num` values, one per coil.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no data; -4 on generation
@@ -1676,7 +1676,7 @@ class Arm:
             params: first address, device, port type and count, 1 to 100.
 
         Returns:
-            room for `num` values, one per input.
+            `num` values, one per input.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_rtu_coils().
@@ -1690,7 +1690,7 @@ class Arm:
             params: first address, device, port type and count, 1 to 100.
 
         Returns:
-            room for `num` values, one per register.
+            `num` values, one per register.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_rtu_coils().
@@ -1704,7 +1704,7 @@ class Arm:
             params: first address, device, port type and count, 1 to 100.
 
         Returns:
-            room for `num` values, one per register.
+            `num` values, one per register.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_rtu_coils().
@@ -1719,7 +1719,7 @@ class Arm:
                 characters, else by `master_name`.
 
         Returns:
-            room for `num` values.
+            `num` values.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no data; -4 on generation
@@ -1736,7 +1736,7 @@ class Arm:
             params: as for zq_read_modbus_tcp_coils().
 
         Returns:
-            room for `num` values.
+            `num` values.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_tcp_coils().
@@ -1750,7 +1750,7 @@ class Arm:
             params: as for zq_read_modbus_tcp_coils().
 
         Returns:
-            room for `num` values.
+            `num` values.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_tcp_coils().
@@ -1764,7 +1764,7 @@ class Arm:
             params: as for zq_read_modbus_tcp_coils().
 
         Returns:
-            room for `num` values.
+            `num` values.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_tcp_coils().
@@ -1804,7 +1804,7 @@ class Arm:
         """Reads the names of all stored electronic fences.
 
         Returns:
-            names: room for ZQ_FENCE_LIST_MAX names.
+            names: ZQ_FENCE_LIST_MAX names.
             len: the number filled.
 
         Raises:
@@ -1816,7 +1816,7 @@ class Arm:
         """Reads all stored electronic fences.
 
         Returns:
-            list: room for ZQ_FENCE_LIST_MAX fences.
+            list: ZQ_FENCE_LIST_MAX fences.
             len: the number filled.
 
         Raises:
@@ -2014,7 +2014,7 @@ class Arm:
         """Reads the gripper's state.
 
         Returns:
-            receives the seven values.
+            the seven values.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
@@ -2104,7 +2104,7 @@ class Arm:
         """Reads the lift's height, current, error flag and mode.
 
         Returns:
-            receives the lift's state (`pos` is the height).
+            the lift's state (`pos` is the height).
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -2139,7 +2139,7 @@ class Arm:
         """Reads the expansion axis' position, current, error flag and mode.
 
         Returns:
-            receives the axis' state.
+            the axis' state.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -2162,7 +2162,7 @@ class Arm:
         """Reads the communication mode of the register-level end-effector device.
 
         Returns:
-            receives the mode number.
+            the mode number.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -2185,7 +2185,7 @@ class Arm:
         """Reads the touch sensor mode of the register-level end-effector device.
 
         Returns:
-            receives the touch mode number.
+            the touch mode number.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -2196,7 +2196,7 @@ class Arm:
         """Reads the fixed description of the register-level end-effector device.
 
         Returns:
-            receives it; a missing number reads -1, a value that is no number -3.
+            the record; a missing number reads -1, a value that is no number -3.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the controller reports no
@@ -2208,7 +2208,7 @@ class Arm:
         """Reads the live state of the register-level end-effector device.
 
         Returns:
-            receives it; a missing number reads -1, a value that is no number -3.
+            the record; a missing number reads -1, a value that is no number -3.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: as zq_get_zq_plus_base_info().
@@ -2254,7 +2254,7 @@ class Arm:
         """Reads the supply voltage of the tool connector.
 
         Returns:
-            receives the controller's voltage code.
+            the controller's voltage code.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -2265,7 +2265,7 @@ class Arm:
         """Reads the six-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.
 
         Returns:
-            receives four sets of Fx, Fy, Fz (N) and Mx, My, Mz (N·m).
+            four sets of Fx, Fy, Fz (N) and Mx, My, Mz (N·m).
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
@@ -2305,7 +2305,7 @@ class Arm:
         """Reads the one-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.
 
         Returns:
-            receives the four forces, N.
+            the four forces, N.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 the arm
@@ -2472,7 +2472,7 @@ class Arm:
         """Reads the drag teaching sensitivity.
 
         Returns:
-            receives the sensitivity grade.
+            the sensitivity grade.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -2495,7 +2495,7 @@ class Arm:
         """Reads the drag mode.
 
         Returns:
-            receives the controller's drag mode number.
+            the controller's drag mode number.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on an
@@ -2585,7 +2585,7 @@ class Arm:
             io_num: the port, 0 to 4.
 
         Returns:
-            receives level and mode; below mode 14 the speed fields read -1.
+            level and mode; below mode 14 the speed fields read -1.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; 1 with
@@ -2609,7 +2609,7 @@ class Arm:
         """Reads the controller's IO supply voltage.
 
         Returns:
-            receives the controller's voltage code.
+            the controller's voltage code.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -2881,7 +2881,7 @@ class Arm:
             name: the master's name.
 
         Returns:
-            receives its name, address and port.
+            its name, address and port.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no master has that name;
@@ -2898,7 +2898,7 @@ class Arm:
             vague_search: a fragment of the name to filter by; null for all.
 
         Returns:
-            receives the page and the total count.
+            the page and the total count.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
@@ -2944,7 +2944,7 @@ class Arm:
             vague_search: a fragment of the name to filter by; null for all.
 
         Returns:
-            receives the page (at most ZQ_LIST_ENTRIES entries) and the total count.
+            the page (at most ZQ_LIST_ENTRIES entries) and the total count.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -2970,7 +2970,7 @@ class Arm:
         """Reads the state of the program run (generation 3).
 
         Returns:
-            receives it.
+            the record.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
@@ -2982,7 +2982,7 @@ class Arm:
         """Reads the state of the flowchart program run (generation 4).
 
         Returns:
-            receives it.
+            the record.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
@@ -3029,7 +3029,7 @@ class Arm:
         """Reads the program chosen for the default run.
 
         Returns:
-            receives its number.
+            its number.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3079,7 +3079,7 @@ class Arm:
             point_name: its name.
 
         Returns:
-            receives it.
+            the record.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no waypoint has that
@@ -3096,7 +3096,7 @@ class Arm:
             vague_search: a fragment of the name to filter by; null or empty for all.
 
         Returns:
-            receives the page (at most ZQ_LIST_ENTRIES entries) and the total count.
+            the page (at most ZQ_LIST_ENTRIES entries) and the total count.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the controller refused.
@@ -3113,7 +3113,7 @@ class Arm:
             vague_search: a fragment of the name to filter by; null for all.
 
         Returns:
-            receives the page and the total count.
+            the page and the total count.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
@@ -3166,7 +3166,7 @@ class Arm:
             vague_search: a fragment of the name to filter by; null for all.
 
         Returns:
-            receives the page; places behind an action's last value hold ZQ_TOOL_ACTION_UNSET.
+            the page; places behind an action's last value hold ZQ_TOOL_ACTION_UNSET.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
@@ -3258,7 +3258,7 @@ class Arm:
             name: its name.
 
         Returns:
-            receives it.
+            the record.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no fence has that name.
@@ -3280,7 +3280,7 @@ class Arm:
         """Reads the switch of the electronic fence.
 
         Returns:
-            receives it.
+            the record.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3303,7 +3303,7 @@ class Arm:
         """Reads the electronic fence in force.
 
         Returns:
-            receives it; a sphere comes back with only its form.
+            the record; a sphere comes back with only its form.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 none is set.
@@ -3325,7 +3325,7 @@ class Arm:
         """Reads the switch of the virtual wall.
 
         Returns:
-            receives it.
+            the record.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3347,7 +3347,7 @@ class Arm:
         """Reads the virtual wall.
 
         Returns:
-            receives it (a cube or a sphere).
+            the record (a cube or a sphere).
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 none is set.
@@ -3369,7 +3369,7 @@ class Arm:
         """Reads whether the controller's self-collision check is on.
 
         Returns:
-            receives true when on.
+            true when on.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3391,7 +3391,7 @@ class Arm:
         """Reads whether the controller's collision release setting is on.
 
         Returns:
-            receives true when on.
+            true when on.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3413,7 +3413,7 @@ class Arm:
         """Reads the controller's collision detection mode.
 
         Returns:
-            receives the mode number.
+            the mode number.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3435,7 +3435,7 @@ class Arm:
         """Reads how the controller avoids singular configurations.
 
         Returns:
-            receives the mode number.
+            the mode number.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3462,7 +3462,7 @@ class Arm:
             tool_name: the tool frame's name.
 
         Returns:
-            receives them.
+            them.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the tool frame does not
@@ -3532,7 +3532,7 @@ class Arm:
         """Reads the controller's wireless settings.
 
         Returns:
-            receives them; in mode "off" `ssid` and `password` stay as they were.
+            them; in mode "off" `ssid` and `password` stay as they were.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3554,7 +3554,7 @@ class Arm:
         """Reads whether the controller's web server runs.
 
         Returns:
-            receives 1 on, 0 off.
+            1 on, 0 off.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
@@ -3576,7 +3576,7 @@ class Arm:
         """Reads whether the arm is powered.
 
         Returns:
-            receives 1 on, 0 off.
+            1 on, 0 off.
 
         Raises:
             zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
