@@ -426,46 +426,66 @@ void bind_calls(py::class_<PyArm>& arm) {
     arm.def("set_joint_drive_max_speed", [](PyArm& s, int joint_num, float speed) {
         return s.nogil([&](zq::Arm& a) { return a.set_joint_drive_max_speed(joint_num, speed); });
     }, py::arg("joint_num"), py::arg("speed"),
-        "Sets joint `joint_num`'s drive speed limit, degrees per second.\n"
+        "Sets a joint drive's own speed limit.\n"
+        "\n"
+        "Args:\n"
+        "    joint_num: the joint, from 1.\n"
+        "    speed: degrees per second.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_set_joint_drive_max_speed.");
     arm.def("set_joint_drive_max_acc", [](PyArm& s, int joint_num, float acc) {
         return s.nogil([&](zq::Arm& a) { return a.set_joint_drive_max_acc(joint_num, acc); });
     }, py::arg("joint_num"), py::arg("acc"),
-        "Sets joint `joint_num`'s drive acceleration limit, degrees per second squared.\n"
+        "Sets a joint drive's own acceleration limit.\n"
+        "\n"
+        "Args:\n"
+        "    joint_num: the joint, from 1.\n"
+        "    acc: degrees per second squared.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_set_joint_drive_max_acc.");
     arm.def("set_joint_drive_min_pos", [](PyArm& s, int joint_num, float pos) {
         return s.nogil([&](zq::Arm& a) { return a.set_joint_drive_min_pos(joint_num, pos); });
     }, py::arg("joint_num"), py::arg("pos"),
-        "Sets joint `joint_num`'s drive lower position limit, degrees.\n"
+        "Sets a joint drive's own lower position limit.\n"
+        "\n"
+        "Args:\n"
+        "    joint_num: the joint, from 1.\n"
+        "    pos: degrees.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_set_joint_drive_min_pos.");
     arm.def("set_joint_drive_max_pos", [](PyArm& s, int joint_num, float pos) {
         return s.nogil([&](zq::Arm& a) { return a.set_joint_drive_max_pos(joint_num, pos); });
     }, py::arg("joint_num"), py::arg("pos"),
-        "Sets joint `joint_num`'s drive upper position limit, degrees.\n"
+        "Sets a joint drive's own upper position limit.\n"
+        "\n"
+        "Args:\n"
+        "    joint_num: the joint, from 1.\n"
+        "    pos: degrees.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_set_joint_drive_max_pos.");
     arm.def("auto_set_joint_limit", [](PyArm& s, int limit_mode) {
         return s.nogil([&](zq::Arm& a) { return a.auto_set_joint_limit(limit_mode); });
     }, py::arg("limit_mode"),
-        "Sets the joint limits automatically in mode `limit_mode`.\n"
+        "Sets the joint limits automatically, then reads them again into the handle.\n"
+        "\n"
+        "Args:\n"
+        "    limit_mode: the controller's limit mode number.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code (that of\n"
+        "        the last read); waits up to the query time-out plus 3000 ms.\n"
         "\n"
         "Calls zq_auto_set_joint_limit.");
     arm.def("set_arm_tcp_init", [](PyArm& s) {
@@ -474,26 +494,35 @@ void bind_calls(py::class_<PyArm>& arm) {
         "Restores the factory Cartesian limits.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_set_arm_tcp_init.");
     arm.def("set_auto_tool_frame", [](PyArm& s, int point_num) {
         return s.nogil([&](zq::Arm& a) { return a.set_auto_tool_frame(point_num); });
     }, py::arg("point_num"),
-        "Records point `point_num` of the automatic tool frame calibration at the arm's current position.\n"
+        "Records one point of the automatic tool frame calibration at the arm's present position.\n"
+        "\n"
+        "Args:\n"
+        "    point_num: the calibration point's number.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_set_auto_tool_frame.");
     arm.def("generate_auto_tool_frame", [](PyArm& s, std::string name, float payload, float x, float y, float z) {
         return s.nogil([&](zq::Arm& a) { return a.generate_auto_tool_frame(name, payload, x, y, z); });
     }, py::arg("name"), py::arg("payload"), py::arg("x"), py::arg("y"), py::arg("z"),
-        "Computes and stores the calibrated tool frame `name` with its payload (kg) and the payload's centre\n"
-        "(m).\n"
+        "Computes and stores the calibrated tool frame.\n"
+        "\n"
+        "Args:\n"
+        "    name: the frame's name, up to 10 characters.\n"
+        "    payload: the tool's payload, kg.\n"
+        "    x: the payload's centre x, m.\n"
+        "    y: the payload's centre y, m.\n"
+        "    z: the payload's centre z, m.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_generate_auto_tool_frame.");
     arm.def("update_tool_frame", [](PyArm& s, const zq_frame_t& frame) {
@@ -501,26 +530,37 @@ void bind_calls(py::class_<PyArm>& arm) {
     }, py::arg("frame"),
         "Changes the stored tool frame of the same name.\n"
         "\n"
+        "Args:\n"
+        "    frame: as for zq_set_manual_tool_frame().\n"
+        "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_update_tool_frame.");
     arm.def("set_auto_work_frame", [](PyArm& s, std::string name, int point_num) {
         return s.nogil([&](zq::Arm& a) { return a.set_auto_work_frame(name, point_num); });
     }, py::arg("name"), py::arg("point_num"),
-        "Records point `point_num` of the automatic calibration of work frame `name`.\n"
+        "Records one point of the automatic calibration of a work frame.\n"
+        "\n"
+        "Args:\n"
+        "    name: the frame's name, up to 10 characters.\n"
+        "    point_num: the calibration point's number.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_set_auto_work_frame.");
     arm.def("update_work_frame", [](PyArm& s, std::string name, const zq_pose_t& pose) {
         return s.nogil([&](zq::Arm& a) { return a.update_work_frame(name, pose); });
     }, py::arg("name"), py::arg("pose"),
-        "Moves the stored work frame `name` to `pose`.\n"
+        "Moves a stored work frame to a new pose.\n"
+        "\n"
+        "Args:\n"
+        "    name: the frame's name.\n"
+        "    pose: position (m) and Euler angles (rad) in the base frame.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_update_work_frame.");
     arm.def("set_dh_data_default", [](PyArm& s) {
@@ -529,7 +569,7 @@ void bind_calls(py::class_<PyArm>& arm) {
         "Restores the factory DH parameters.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
         "\n"
         "Calls zq_set_DH_data_default.");
     arm.def("set_gripper_route", [](PyArm& s, int min, int max) {

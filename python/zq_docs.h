@@ -50,42 +50,57 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "Calls zq_api_version."},
     {"Arm", "arm_all_state",
      "Reads currents, enable flags, temperatures, voltages and error codes of every joint and the arm's\n"
-     "error list into `*state`.\n"
+     "error list.\n"
+     "\n"
+     "Returns:\n"
+     "    them.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_arm_all_state."},
     {"Arm", "arm_max_angular_acc",
-     "Reads the tool's angular acceleration limit, rad/s^2. A reply that cannot be parsed returns its byte\n"
-     "count (> 0).\n"
+     "Reads the tool's angular acceleration limit.\n"
+     "\n"
+     "Returns:\n"
+     "    rad/s².\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply\n"
+     "        that cannot be parsed returns its byte count (above 0).\n"
      "\n"
      "Calls zq_get_arm_max_angular_acc."},
     {"Arm", "arm_max_angular_speed",
-     "Reads the tool's angular speed limit, rad/s. A reply that cannot be parsed returns its byte count (>\n"
-     "0).\n"
+     "Reads the tool's angular speed limit.\n"
+     "\n"
+     "Returns:\n"
+     "    rad/s.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply\n"
+     "        that cannot be parsed returns its byte count (above 0).\n"
      "\n"
      "Calls zq_get_arm_max_angular_speed."},
     {"Arm", "arm_max_line_acc",
-     "Reads the tool's linear acceleration limit, m/s^2. A reply that cannot be parsed returns its byte\n"
-     "count (> 0).\n"
+     "Reads the tool's linear acceleration limit.\n"
+     "\n"
+     "Returns:\n"
+     "    m/s².\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply\n"
+     "        that cannot be parsed returns its byte count (above 0).\n"
      "\n"
      "Calls zq_get_arm_max_line_acc."},
     {"Arm", "arm_max_line_speed",
-     "Reads the tool's linear speed limit, m/s. A reply that cannot be parsed returns its byte count (>\n"
-     "0).\n"
+     "Reads the tool's linear speed limit.\n"
+     "\n"
+     "Returns:\n"
+     "    m/s.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply\n"
+     "        that cannot be parsed returns its byte count (above 0).\n"
      "\n"
      "Calls zq_get_arm_max_line_speed."},
     {"Arm", "cartesian_tool",
@@ -94,60 +109,81 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_algo_cartesian_tool."},
     {"Arm", "change_tool_frame",
-     "Makes the stored tool frame `name` the current one; the handle's frame follows.\n"
+     "Makes a stored tool frame the current one; the handle's frame follows.\n"
+     "\n"
+     "Args:\n"
+     "    name: the frame's name.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_change_tool_frame."},
     {"Arm", "change_work_frame",
-     "Makes the stored work frame `name` the current one; the handle's frame follows.\n"
+     "Makes a stored work frame the current one; the handle's frame follows.\n"
+     "\n"
+     "Args:\n"
+     "    name: the frame's name.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_change_work_frame."},
     {"Arm", "clear_joint_err",
-     "Clears the errors of joint `joint_num`.\n"
+     "Clears a joint's errors.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_joint_clear_err."},
     {"Arm", "close",
      "Deletes the arm's handle now; later calls raise zq.Error -1. Also on leaving a with block."},
     {"Arm", "collision_stage",
-     "Reads the collision detection stage into `*stage`.\n"
+     "Reads the collision detection stage.\n"
+     "\n"
+     "Returns:\n"
+     "    the stage number.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_collision_stage."},
     {"Arm", "controller_state",
-     "Reads the controller's voltage (V), current (A), temperature (degrees Celsius) and error flag.\n"
+     "Reads the controller's supply and temperature.\n"
      "\n"
      "Returns a dict: voltage (V), current (A), temperature (degrees Celsius), err_flag.\n"
      "\n"
+     "Returns:\n"
+     "    voltage: V.\n"
+     "    current: A.\n"
+     "    temperature: degrees Celsius.\n"
+     "    err_flag: the controller's error flag, 0 none.\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_controller_state."},
     {"Arm", "current_arm_state",
-     "Reads the joints (degrees), the tool pose (m, rad) and the arm's error list into `*state`.\n"
+     "Reads the joints, the tool pose and the arm's error list.\n"
      "\n"
      "Returns a dict: joint (degrees), pose, err (the error codes).\n"
      "\n"
+     "Returns:\n"
+     "    the joints (degrees), the pose (m, rad) and the error codes.\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_current_arm_state."},
     {"Arm", "current_tool_frame",
-     "Reads the current tool frame into `*frame`.\n"
+     "Reads the current tool frame.\n"
      "\n"
      "Returns a dict: name, pose, payload (kg), center (m).\n"
      "\n"
+     "Returns:\n"
+     "    the record.\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_current_tool_frame."},
     {"Arm", "current_trajectory",
@@ -161,12 +197,15 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_get_arm_current_trajectory."},
     {"Arm", "current_work_frame",
-     "Reads the current work frame into `*frame`.\n"
+     "Reads the current work frame.\n"
      "\n"
      "Returns a dict: name, pose, payload, center.\n"
      "\n"
+     "Returns:\n"
+     "    the record.\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_current_work_frame."},
     {"Arm", "delete_current_trajectory",
@@ -177,10 +216,13 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_set_delete_current_trajectory."},
     {"Arm", "delete_tool_frame",
-     "Deletes the stored tool frame `name`.\n"
+     "Deletes a stored tool frame.\n"
+     "\n"
+     "Args:\n"
+     "    name: the frame's name.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_delete_tool_frame."},
     {"Arm", "delete_trajectory",
@@ -191,17 +233,23 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_set_arm_delete_trajectory."},
     {"Arm", "delete_work_frame",
-     "Deletes the stored work frame `name`.\n"
+     "Deletes a stored work frame.\n"
+     "\n"
+     "Args:\n"
+     "    name: the frame's name.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_delete_work_frame."},
     {"Arm", "dh_data",
-     "Reads the arm's DH parameters into `*dh`.\n"
+     "Reads the arm's DH parameters.\n"
+     "\n"
+     "Returns:\n"
+     "    lengths (m) and angles (degrees) of each joint.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_DH_data."},
     {"Arm", "electronic_fence_list_infos",
@@ -263,34 +311,54 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_algo_forward_kinematics."},
     {"Arm", "given_tool_frame",
-     "Reads the stored tool frame `name` into `*frame`.\n"
+     "Reads a stored tool frame.\n"
+     "\n"
+     "Args:\n"
+     "    name: the frame's name.\n"
+     "\n"
+     "Returns:\n"
+     "    the record.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_given_tool_frame."},
     {"Arm", "given_work_frame",
-     "Reads the pose of the stored work frame `name` into `*pose`.\n"
+     "Reads the pose of a stored work frame.\n"
+     "\n"
+     "Args:\n"
+     "    name: the frame's name.\n"
+     "\n"
+     "Returns:\n"
+     "    the record (m, rad, in the base frame).\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_given_work_frame."},
     {"Arm", "info",
      "What the library learned of the arm at connection: model, joint count, force type, controller\n"
      "generation (zq_get_robot_info)."},
     {"Arm", "init_pose",
-     "Reads the arm's stored initial position (degrees) into `joint`.\n"
+     "Reads the arm's stored initial position.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_init_pose."},
     {"Arm", "install_pose",
-     "Reads the mounting angles of the base, degrees.\n"
+     "Reads the mounting angles of the base.\n"
+     "\n"
+     "Returns:\n"
+     "    x: angle about x, degrees.\n"
+     "    y: angle about y, degrees.\n"
+     "    z: angle about z, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_install_pose."},
     {"Arm", "inverse_kinematics",
@@ -334,87 +402,124 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_get_IO_output."},
     {"Arm", "joint_current",
-     "Reads each joint's current into `current` (joint count entries).\n"
+     "Reads each joint's current.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, in the controller's units.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_current_joint_current."},
     {"Arm", "joint_degree",
-     "Reads the joint angles (degrees) into `joint` (joint count entries).\n"
+     "Reads the joint angles.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_degree."},
     {"Arm", "joint_drive_max_acc",
-     "Reads each joint drive's own acceleration limit, degrees per second squared, into `acc`.\n"
+     "Reads each joint drive's own acceleration limit.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees per second squared.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_drive_max_acc."},
     {"Arm", "joint_drive_max_pos",
-     "Reads each joint drive's own upper position limit, degrees, into `pos`.\n"
+     "Reads each joint drive's own upper position limit.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_drive_max_pos."},
     {"Arm", "joint_drive_max_speed",
-     "Reads each joint drive's own speed limit, degrees per second, into `speed`.\n"
+     "Reads each joint drive's own speed limit.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees per second.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_drive_max_speed."},
     {"Arm", "joint_drive_min_pos",
-     "Reads each joint drive's own lower position limit, degrees, into `pos`.\n"
+     "Reads each joint drive's own lower position limit.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_drive_min_pos."},
     {"Arm", "joint_en_state",
-     "Reads each joint's enable state (1 enabled) into `state`.\n"
+     "Reads whether each joint is enabled.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, 1 enabled, 0 not.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_en_state."},
     {"Arm", "joint_err_flag",
-     "Reads each joint's error flags and brake states.\n"
+     "Reads each joint's error flags and brake state.\n"
+     "\n"
+     "Returns:\n"
+     "    err_flag: joint count entries, the drive's error bits (0 none).\n"
+     "    brake_state: joint count entries, the brake's state.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_err_flag."},
     {"Arm", "joint_max_acc",
-     "Reads each joint's acceleration limit, degrees per second squared, into `acc`.\n"
+     "Reads each joint's acceleration limit; the handle keeps a copy.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees per second squared.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_max_acc."},
     {"Arm", "joint_max_pos",
-     "Reads each joint's upper position limit, degrees, into `pos`.\n"
+     "Reads each joint's upper position limit; the handle keeps a copy.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_max_pos."},
     {"Arm", "joint_max_speed",
-     "Reads each joint's speed limit, degrees per second, into `speed` (joint count entries).\n"
+     "Reads each joint's speed limit; the handle keeps a copy.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees per second.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_max_speed."},
     {"Arm", "joint_min_pos",
-     "Reads each joint's lower position limit, degrees, into `pos`.\n"
+     "Reads each joint's lower position limit; the handle keeps a copy.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_min_pos."},
     {"Arm", "joint_odom",
@@ -428,13 +533,16 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_get_joint_odom."},
     {"Arm", "joint_software_version",
-     "Reads the software version of every joint: integers into `version` (generation 3) or texts into\n"
-     "`text` (generation 4); sets the handle's joint count from their number.\n"
+     "Reads the software version of every joint; sets the handle's joint count from their number.\n"
      "\n"
      "Returns (numbers, texts): numbers on generation 3, texts on generation 4.\n"
      "\n"
+     "Returns:\n"
+     "    version: one integer per joint (generation 3).\n"
+     "    text: one text per joint (generation 4).\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_joint_software_version."},
     {"Arm", "joint_step",
@@ -462,17 +570,23 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_set_joint_teach."},
     {"Arm", "joint_temperature",
-     "Reads each joint's temperature (degrees Celsius) into `temperature` (joint count entries).\n"
+     "Reads each joint's temperature.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, degrees Celsius.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_current_joint_temperature."},
     {"Arm", "joint_voltage",
-     "Reads each joint's voltage (V) into `voltage` (joint count entries).\n"
+     "Reads each joint's voltage.\n"
+     "\n"
+     "Returns:\n"
+     "    joint count entries, V.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_current_joint_voltage."},
     {"Arm", "latest_state",
@@ -959,38 +1073,41 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_save_tool_action."},
     {"Arm", "set_arm_max_angular_acc",
-     "Sets the tool's angular acceleration limit, rad/s^2.\n"
+     "Sets the tool's angular acceleration limit.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_arm_max_angular_acc."},
     {"Arm", "set_arm_max_angular_speed",
-     "Sets the tool's angular speed limit, rad/s.\n"
+     "Sets the tool's angular speed limit.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_arm_max_angular_speed."},
     {"Arm", "set_arm_max_line_acc",
-     "Sets the tool's linear acceleration limit, m/s^2.\n"
+     "Sets the tool's linear acceleration limit.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_arm_max_line_acc."},
     {"Arm", "set_arm_max_line_speed",
-     "Sets the tool's linear speed limit, m/s.\n"
+     "Sets the tool's linear speed limit.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_arm_max_line_speed."},
     {"Arm", "set_collision_state",
      "Sets the collision detection stage (sensitivity level).\n"
      "\n"
+     "Args:\n"
+     "    stage: the controller's stage number.\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_collision_state."},
     {"Arm", "set_hand_angle",
@@ -1031,74 +1148,92 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_set_hand_follow_pos."},
     {"Arm", "set_init_pose",
-     "Stores the arm's initial position, `joint` in degrees (joint count entries).\n"
+     "Stores the arm's initial position on the controller.\n"
+     "\n"
+     "Args:\n"
+     "    joint: joint count entries, degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_init_pose."},
     {"Arm", "set_install_pose",
-     "Sets the mounting angles of the base about x, y and z, whole degrees (fractions are cut).\n"
+     "Sets the mounting angles of the base, then reads them back.\n"
+     "\n"
+     "Args:\n"
+     "    x: angle about x, whole degrees (a fraction is cut: 89.9 sets 89).\n"
+     "    y: angle about y, whole degrees.\n"
+     "    z: angle about z, whole degrees.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code (that of\n"
+     "        the read back); waits up to the configuration time-out.\n"
      "\n"
      "Calls zq_set_install_pose."},
     {"Arm", "set_joint_en_state",
-     "Enables (`state` 1) or disables (0) joint `joint_num`.\n"
+     "Enables or disables a joint.\n"
+     "\n"
+     "Args:\n"
+     "    state: 1 enable, 0 disable.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_joint_en_state."},
     {"Arm", "set_joint_max_acc",
-     "Sets joint `joint_num`'s acceleration limit, degrees per second squared; the handle's copy is\n"
-     "re-read.\n"
+     "Sets a joint's acceleration limit; the handle's copy is read again.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_joint_max_acc."},
     {"Arm", "set_joint_max_pos",
-     "Sets joint `joint_num`'s upper position limit, degrees; the handle's copy is re-read.\n"
+     "Sets a joint's upper position limit; the handle's copy is read again.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_joint_max_pos."},
     {"Arm", "set_joint_max_speed",
-     "Sets joint `joint_num`'s (from 1) speed limit, degrees per second; the handle's copy is re-read.\n"
+     "Sets a joint's speed limit; the handle's copy is read again.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_joint_max_speed."},
     {"Arm", "set_joint_min_pos",
-     "Sets joint `joint_num`'s lower position limit, degrees; the handle's copy is re-read.\n"
+     "Sets a joint's lower position limit; the handle's copy is read again.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_joint_min_pos."},
     {"Arm", "set_joint_zero_pos",
-     "Makes the current position of joint `joint_num` its zero.\n"
+     "Makes a joint's present position its zero.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_joint_zero_pos."},
     {"Arm", "set_manual_tool_frame",
      "Stores a tool frame given in full.\n"
      "\n"
+     "Args:\n"
+     "    frame: name, pose on the flange (m, rad), payload (kg) and its centre (m).\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_manual_tool_frame."},
     {"Arm", "set_manual_work_frame",
-     "Stores work frame `name` at `pose` (m, rad) in the base frame.\n"
+     "Stores a work frame at a pose in the base frame.\n"
+     "\n"
+     "Args:\n"
+     "    name: the frame's name, up to 10 characters.\n"
+     "    pose: position (m) and Euler angles (rad) in the base frame.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_set_manual_work_frame."},
     {"Arm", "set_realtime_push",
@@ -1145,12 +1280,15 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_set_arm_slow_stop."},
     {"Arm", "software_info",
-     "Reads the product and controller versions and the versions of the software modules into `*info`.\n"
+     "Reads the product and controller versions and the versions of the software modules.\n"
      "\n"
      "Returns a dict of the version texts.\n"
      "\n"
+     "Returns:\n"
+     "    the version texts.\n"
+     "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_arm_software_info."},
     {"Arm", "stop",
@@ -1185,11 +1323,14 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_algo_tool2end."},
     {"Arm", "tool_frame_names",
-     "Lists the names of the stored tool frames into `names` (at most ZQ_FRAME_LIST_MAX) and their count\n"
-     "into `*len`.\n"
+     "Lists the names of the stored tool frames.\n"
+     "\n"
+     "Returns:\n"
+     "    names: ZQ_FRAME_LIST_MAX names.\n"
+     "    len: the number filled.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_total_tool_frame."},
     {"Arm", "tool_io_state",
@@ -1204,10 +1345,14 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_get_tool_IO_state."},
     {"Arm", "tool_software_version",
-     "Reads the tool board's software version: `*version` on generation 3, `*text` on generation 4.\n"
+     "Reads the tool board's software version.\n"
+     "\n"
+     "Returns:\n"
+     "    version: the version number (generation 3).\n"
+     "    text: the version text (generation 4).\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_tool_software_version."},
     {"Arm", "update_tool_action",
@@ -1238,11 +1383,14 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "\n"
      "Calls zq_get_wired_net."},
     {"Arm", "work_frame_names",
-     "Lists the names of the stored work frames into `names` (at most ZQ_FRAME_LIST_MAX) and their count\n"
-     "into `*len`.\n"
+     "Lists the names of the stored work frames.\n"
+     "\n"
+     "Returns:\n"
+     "    names: ZQ_FRAME_LIST_MAX names.\n"
+     "    len: the number filled.\n"
      "\n"
      "Raises:\n"
-     "    zq.Error: with the result code as `code` when it is not 0.\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
      "\n"
      "Calls zq_get_total_work_frame."},
     {"Arm", "write_coils",

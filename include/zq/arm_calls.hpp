@@ -15,40 +15,50 @@ class ArmCalls {
 public:
     // ---- commands ----
     /**
-     * @brief Sets joint `joint_num`'s drive speed limit, degrees per second.
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Sets a joint drive's own speed limit.
+     * @param joint_num the joint, from 1.
+     * @param speed degrees per second.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_set_joint_drive_max_speed()
      */
     void set_joint_drive_max_speed(int joint_num, float speed) {
         check(zq_set_joint_drive_max_speed(h(), joint_num, speed), "zq_set_joint_drive_max_speed");
     }
     /**
-     * @brief Sets joint `joint_num`'s drive acceleration limit, degrees per second squared.
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Sets a joint drive's own acceleration limit.
+     * @param joint_num the joint, from 1.
+     * @param acc degrees per second squared.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_set_joint_drive_max_acc()
      */
     void set_joint_drive_max_acc(int joint_num, float acc) {
         check(zq_set_joint_drive_max_acc(h(), joint_num, acc), "zq_set_joint_drive_max_acc");
     }
     /**
-     * @brief Sets joint `joint_num`'s drive lower position limit, degrees.
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Sets a joint drive's own lower position limit.
+     * @param joint_num the joint, from 1.
+     * @param pos degrees.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_set_joint_drive_min_pos()
      */
     void set_joint_drive_min_pos(int joint_num, float pos) {
         check(zq_set_joint_drive_min_pos(h(), joint_num, pos), "zq_set_joint_drive_min_pos");
     }
     /**
-     * @brief Sets joint `joint_num`'s drive upper position limit, degrees.
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Sets a joint drive's own upper position limit.
+     * @param joint_num the joint, from 1.
+     * @param pos degrees.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_set_joint_drive_max_pos()
      */
     void set_joint_drive_max_pos(int joint_num, float pos) {
         check(zq_set_joint_drive_max_pos(h(), joint_num, pos), "zq_set_joint_drive_max_pos");
     }
     /**
-     * @brief Sets the joint limits automatically in mode `limit_mode`.
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Sets the joint limits automatically, then reads them again into the handle.
+     * @param limit_mode the controller's limit mode number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code (that of the last read);
+     * waits up to the query time-out plus 3000 ms.)
      * @see zq_auto_set_joint_limit()
      */
     void auto_set_joint_limit(int limit_mode) {
@@ -56,25 +66,29 @@ public:
     }
     /**
      * @brief Restores the factory Cartesian limits.
-     * @throws zq::Error with the result code when it is not 0.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_set_arm_tcp_init()
      */
     void set_arm_tcp_init() {
         check(zq_set_arm_tcp_init(h()), "zq_set_arm_tcp_init");
     }
     /**
-     * @brief Records point `point_num` of the automatic tool frame calibration at the arm's current
-     * position.
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Records one point of the automatic tool frame calibration at the arm's present position.
+     * @param point_num the calibration point's number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_set_auto_tool_frame()
      */
     void set_auto_tool_frame(int point_num) {
         check(zq_set_auto_tool_frame(h(), point_num), "zq_set_auto_tool_frame");
     }
     /**
-     * @brief Computes and stores the calibrated tool frame `name` with its payload (kg) and the payload's
-     * centre (m).
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Computes and stores the calibrated tool frame.
+     * @param name the frame's name, up to 10 characters.
+     * @param payload the tool's payload, kg.
+     * @param x the payload's centre x, m.
+     * @param y the payload's centre y, m.
+     * @param z the payload's centre z, m.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_generate_auto_tool_frame()
      */
     void generate_auto_tool_frame(const std::string& name, float payload, float x, float y, float z) {
@@ -83,23 +97,28 @@ public:
     }
     /**
      * @brief Changes the stored tool frame of the same name.
-     * @throws zq::Error with the result code when it is not 0.
+     * @param frame as for zq_set_manual_tool_frame().
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_update_tool_frame()
      */
     void update_tool_frame(const zq_frame_t& frame) {
         check(zq_update_tool_frame(h(), frame), "zq_update_tool_frame");
     }
     /**
-     * @brief Records point `point_num` of the automatic calibration of work frame `name`.
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Records one point of the automatic calibration of a work frame.
+     * @param name the frame's name, up to 10 characters.
+     * @param point_num the calibration point's number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_set_auto_work_frame()
      */
     void set_auto_work_frame(const std::string& name, int point_num) {
         check(zq_set_auto_work_frame(h(), name.c_str(), point_num), "zq_set_auto_work_frame");
     }
     /**
-     * @brief Moves the stored work frame `name` to `pose`.
-     * @throws zq::Error with the result code when it is not 0.
+     * @brief Moves a stored work frame to a new pose.
+     * @param name the frame's name.
+     * @param pose position (m) and Euler angles (rad) in the base frame.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_update_work_frame()
      */
     void update_work_frame(const std::string& name, const zq_pose_t& pose) {
@@ -107,7 +126,7 @@ public:
     }
     /**
      * @brief Restores the factory DH parameters.
-     * @throws zq::Error with the result code when it is not 0.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
      * @see zq_set_DH_data_default()
      */
     void set_dh_data_default() {

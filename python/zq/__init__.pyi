@@ -593,225 +593,292 @@ class Arm:
         Calls zq_get_arm_current_trajectory.
         """
     def joint_degree(self) -> npt.NDArray[np.float64]:
-        """Reads the joint angles (degrees) into `joint` (joint count entries).
+        """Reads the joint angles.
+
+        Returns:
+            joint count entries, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_degree.
         """
     def joint_temperature(self) -> npt.NDArray[np.float64]:
-        """Reads each joint's temperature (degrees Celsius) into `temperature` (joint count entries).
+        """Reads each joint's temperature.
+
+        Returns:
+            joint count entries, degrees Celsius.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_current_joint_temperature.
         """
     def joint_current(self) -> npt.NDArray[np.float64]:
-        """Reads each joint's current into `current` (joint count entries).
+        """Reads each joint's current.
+
+        Returns:
+            joint count entries, in the controller's units.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_current_joint_current.
         """
     def joint_voltage(self) -> npt.NDArray[np.float64]:
-        """Reads each joint's voltage (V) into `voltage` (joint count entries).
+        """Reads each joint's voltage.
+
+        Returns:
+            joint count entries, V.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_current_joint_voltage.
         """
     def current_arm_state(self) -> dict:
-        """Reads the joints (degrees), the tool pose (m, rad) and the arm's error list into `*state`.
+        """Reads the joints, the tool pose and the arm's error list.
 
         Returns a dict: joint (degrees), pose, err (the error codes).
 
+        Returns:
+            the joints (degrees), the pose (m, rad) and the error codes.
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_current_arm_state.
         """
     def controller_state(self) -> dict:
-        """Reads the controller's voltage (V), current (A), temperature (degrees Celsius) and error flag.
+        """Reads the controller's supply and temperature.
 
         Returns a dict: voltage (V), current (A), temperature (degrees Celsius), err_flag.
 
+        Returns:
+            voltage: V.
+            current: A.
+            temperature: degrees Celsius.
+            err_flag: the controller's error flag, 0 none.
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_controller_state.
         """
     def software_info(self) -> dict:
-        """Reads the product and controller versions and the versions of the software modules into `*info`.
+        """Reads the product and controller versions and the versions of the software modules.
 
         Returns a dict of the version texts.
 
+        Returns:
+            the version texts.
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_arm_software_info.
         """
     run_mode: int
     def joint_max_speed(self) -> npt.NDArray[np.float64]:
-        """Reads each joint's speed limit, degrees per second, into `speed` (joint count entries).
+        """Reads each joint's speed limit; the handle keeps a copy.
+
+        Returns:
+            joint count entries, degrees per second.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_max_speed.
         """
     def joint_max_acc(self) -> npt.NDArray[np.float64]:
-        """Reads each joint's acceleration limit, degrees per second squared, into `acc`.
+        """Reads each joint's acceleration limit; the handle keeps a copy.
+
+        Returns:
+            joint count entries, degrees per second squared.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_max_acc.
         """
     def joint_min_pos(self) -> npt.NDArray[np.float64]:
-        """Reads each joint's lower position limit, degrees, into `pos`.
+        """Reads each joint's lower position limit; the handle keeps a copy.
+
+        Returns:
+            joint count entries, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_min_pos.
         """
     def joint_max_pos(self) -> npt.NDArray[np.float64]:
-        """Reads each joint's upper position limit, degrees, into `pos`.
+        """Reads each joint's upper position limit; the handle keeps a copy.
+
+        Returns:
+            joint count entries, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_max_pos.
         """
     def set_joint_max_speed(self, joint: int, value: float) -> None:
-        """Sets joint `joint_num`'s (from 1) speed limit, degrees per second; the handle's copy is re-read.
+        """Sets a joint's speed limit; the handle's copy is read again.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_max_speed.
         """
     def set_joint_max_acc(self, joint: int, value: float) -> None:
-        """Sets joint `joint_num`'s acceleration limit, degrees per second squared; the handle's copy is
-        re-read.
+        """Sets a joint's acceleration limit; the handle's copy is read again.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_max_acc.
         """
     def set_joint_min_pos(self, joint: int, value: float) -> None:
-        """Sets joint `joint_num`'s lower position limit, degrees; the handle's copy is re-read.
+        """Sets a joint's lower position limit; the handle's copy is read again.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_min_pos.
         """
     def set_joint_max_pos(self, joint: int, value: float) -> None:
-        """Sets joint `joint_num`'s upper position limit, degrees; the handle's copy is re-read.
+        """Sets a joint's upper position limit; the handle's copy is read again.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_max_pos.
         """
     def arm_max_line_speed(self) -> float:
-        """Reads the tool's linear speed limit, m/s. A reply that cannot be parsed returns its byte count (>
-        0).
+        """Reads the tool's linear speed limit.
+
+        Returns:
+            m/s.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply
+                that cannot be parsed returns its byte count (above 0).
 
         Calls zq_get_arm_max_line_speed.
         """
     def set_arm_max_line_speed(self, value: float) -> None:
-        """Sets the tool's linear speed limit, m/s.
+        """Sets the tool's linear speed limit.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_arm_max_line_speed.
         """
     def collision_stage(self) -> int:
-        """Reads the collision detection stage into `*stage`.
+        """Reads the collision detection stage.
+
+        Returns:
+            the stage number.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_collision_stage.
         """
     def set_collision_state(self, stage: int) -> None:
         """Sets the collision detection stage (sensitivity level).
 
+        Args:
+            stage: the controller's stage number.
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_collision_state.
         """
     def current_tool_frame(self) -> dict:
-        """Reads the current tool frame into `*frame`.
+        """Reads the current tool frame.
 
         Returns a dict: name, pose, payload (kg), center (m).
 
+        Returns:
+            the record.
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_current_tool_frame.
         """
     def current_work_frame(self) -> dict:
-        """Reads the current work frame into `*frame`.
+        """Reads the current work frame.
 
         Returns a dict: name, pose, payload, center.
 
+        Returns:
+            the record.
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_current_work_frame.
         """
     def change_tool_frame(self, name: str) -> None:
-        """Makes the stored tool frame `name` the current one; the handle's frame follows.
+        """Makes a stored tool frame the current one; the handle's frame follows.
+
+        Args:
+            name: the frame's name.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_change_tool_frame.
         """
     def change_work_frame(self, name: str) -> None:
-        """Makes the stored work frame `name` the current one; the handle's frame follows.
+        """Makes a stored work frame the current one; the handle's frame follows.
+
+        Args:
+            name: the frame's name.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_change_work_frame.
         """
     def tool_frame_names(self) -> list[str]:
-        """Lists the names of the stored tool frames into `names` (at most ZQ_FRAME_LIST_MAX) and their count
-        into `*len`.
+        """Lists the names of the stored tool frames.
+
+        Returns:
+            names: ZQ_FRAME_LIST_MAX names.
+            len: the number filled.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_total_tool_frame.
         """
     def work_frame_names(self) -> list[str]:
-        """Lists the names of the stored work frames into `names` (at most ZQ_FRAME_LIST_MAX) and their count
-        into `*len`.
+        """Lists the names of the stored work frames.
+
+        Returns:
+            names: ZQ_FRAME_LIST_MAX names.
+            len: the number filled.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_total_work_frame.
         """
     def install_pose(self) -> Tuple[float, float, float]:
-        """Reads the mounting angles of the base, degrees.
+        """Reads the mounting angles of the base.
+
+        Returns:
+            x: angle about x, degrees.
+            y: angle about y, degrees.
+            z: angle about z, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_install_pose.
         """
@@ -1110,197 +1177,264 @@ class Arm:
         """
     def arm_all_state(self) -> ArmAllState:
         """Reads currents, enable flags, temperatures, voltages and error codes of every joint and the arm's
-        error list into `*state`.
+        error list.
+
+        Returns:
+            them.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_arm_all_state.
         """
     def init_pose(self) -> npt.NDArray[np.float64]:
-        """Reads the arm's stored initial position (degrees) into `joint`.
+        """Reads the arm's stored initial position.
+
+        Returns:
+            joint count entries, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_init_pose.
         """
     def set_init_pose(self, joints: Sequence[float]) -> None:
-        """Stores the arm's initial position, `joint` in degrees (joint count entries).
+        """Stores the arm's initial position on the controller.
+
+        Args:
+            joint: joint count entries, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_init_pose.
         """
     def joint_drive_max_speed(self) -> npt.NDArray[np.float64]:
-        """Reads each joint drive's own speed limit, degrees per second, into `speed`.
+        """Reads each joint drive's own speed limit.
+
+        Returns:
+            joint count entries, degrees per second.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_drive_max_speed.
         """
     def joint_drive_max_acc(self) -> npt.NDArray[np.float64]:
-        """Reads each joint drive's own acceleration limit, degrees per second squared, into `acc`.
+        """Reads each joint drive's own acceleration limit.
+
+        Returns:
+            joint count entries, degrees per second squared.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_drive_max_acc.
         """
     def joint_drive_min_pos(self) -> npt.NDArray[np.float64]:
-        """Reads each joint drive's own lower position limit, degrees, into `pos`.
+        """Reads each joint drive's own lower position limit.
+
+        Returns:
+            joint count entries, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_drive_min_pos.
         """
     def joint_drive_max_pos(self) -> npt.NDArray[np.float64]:
-        """Reads each joint drive's own upper position limit, degrees, into `pos`.
+        """Reads each joint drive's own upper position limit.
+
+        Returns:
+            joint count entries, degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_drive_max_pos.
         """
     def set_joint_en_state(self, joint: int, state: int) -> None:
-        """Enables (`state` 1) or disables (0) joint `joint_num`.
+        """Enables or disables a joint.
+
+        Args:
+            state: 1 enable, 0 disable.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_en_state.
         """
     def set_joint_zero_pos(self, joint: int) -> None:
-        """Makes the current position of joint `joint_num` its zero.
+        """Makes a joint's present position its zero.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_zero_pos.
         """
     def clear_joint_err(self, joint: int) -> None:
-        """Clears the errors of joint `joint_num`.
+        """Clears a joint's errors.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_clear_err.
         """
     def arm_max_line_acc(self) -> float:
-        """Reads the tool's linear acceleration limit, m/s^2. A reply that cannot be parsed returns its byte
-        count (> 0).
+        """Reads the tool's linear acceleration limit.
+
+        Returns:
+            m/s².
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply
+                that cannot be parsed returns its byte count (above 0).
 
         Calls zq_get_arm_max_line_acc.
         """
     def arm_max_angular_speed(self) -> float:
-        """Reads the tool's angular speed limit, rad/s. A reply that cannot be parsed returns its byte count (>
-        0).
+        """Reads the tool's angular speed limit.
+
+        Returns:
+            rad/s.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply
+                that cannot be parsed returns its byte count (above 0).
 
         Calls zq_get_arm_max_angular_speed.
         """
     def arm_max_angular_acc(self) -> float:
-        """Reads the tool's angular acceleration limit, rad/s^2. A reply that cannot be parsed returns its byte
-        count (> 0).
+        """Reads the tool's angular acceleration limit.
+
+        Returns:
+            rad/s².
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply
+                that cannot be parsed returns its byte count (above 0).
 
         Calls zq_get_arm_max_angular_acc.
         """
     def set_arm_max_line_acc(self, value: float) -> None:
-        """Sets the tool's linear acceleration limit, m/s^2.
+        """Sets the tool's linear acceleration limit.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_arm_max_line_acc.
         """
     def set_arm_max_angular_speed(self, value: float) -> None:
-        """Sets the tool's angular speed limit, rad/s.
+        """Sets the tool's angular speed limit.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_arm_max_angular_speed.
         """
     def set_arm_max_angular_acc(self, value: float) -> None:
-        """Sets the tool's angular acceleration limit, rad/s^2.
+        """Sets the tool's angular acceleration limit.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_arm_max_angular_acc.
         """
     def set_manual_tool_frame(self, frame: Frame) -> None:
         """Stores a tool frame given in full.
 
+        Args:
+            frame: name, pose on the flange (m, rad), payload (kg) and its centre (m).
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_manual_tool_frame.
         """
     def set_manual_work_frame(self, name: str, pose: PoseLike) -> None:
-        """Stores work frame `name` at `pose` (m, rad) in the base frame.
+        """Stores a work frame at a pose in the base frame.
+
+        Args:
+            name: the frame's name, up to 10 characters.
+            pose: position (m) and Euler angles (rad) in the base frame.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_manual_work_frame.
         """
     def delete_tool_frame(self, name: str) -> None:
-        """Deletes the stored tool frame `name`.
+        """Deletes a stored tool frame.
+
+        Args:
+            name: the frame's name.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_delete_tool_frame.
         """
     def delete_work_frame(self, name: str) -> None:
-        """Deletes the stored work frame `name`.
+        """Deletes a stored work frame.
+
+        Args:
+            name: the frame's name.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_delete_work_frame.
         """
     def given_tool_frame(self, name: str) -> Frame:
-        """Reads the stored tool frame `name` into `*frame`.
+        """Reads a stored tool frame.
+
+        Args:
+            name: the frame's name.
+
+        Returns:
+            the record.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_given_tool_frame.
         """
     def given_work_frame(self, name: str) -> Pose:
-        """Reads the pose of the stored work frame `name` into `*pose`.
+        """Reads the pose of a stored work frame.
+
+        Args:
+            name: the frame's name.
+
+        Returns:
+            the record (m, rad, in the base frame).
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_given_work_frame.
         """
     def set_install_pose(self, x: float, y: float, z: float) -> None:
-        """Sets the mounting angles of the base about x, y and z, whole degrees (fractions are cut).
+        """Sets the mounting angles of the base, then reads them back.
+
+        Args:
+            x: angle about x, whole degrees (a fraction is cut: 89.9 sets 89).
+            y: angle about y, whole degrees.
+            z: angle about z, whole degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code (that of
+                the read back); waits up to the configuration time-out.
 
         Calls zq_set_install_pose.
         """
     def dh_data(self) -> Dh:
-        """Reads the arm's DH parameters into `*dh`.
+        """Reads the arm's DH parameters.
+
+        Returns:
+            lengths (m) and angles (degrees) of each joint.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_DH_data.
         """
@@ -1333,37 +1467,51 @@ class Arm:
         Calls zq_algo_rotate_move.
         """
     def joint_software_version(self) -> Tuple[list[int], list[str]]:
-        """Reads the software version of every joint: integers into `version` (generation 3) or texts into
-        `text` (generation 4); sets the handle's joint count from their number.
+        """Reads the software version of every joint; sets the handle's joint count from their number.
 
         Returns (numbers, texts): numbers on generation 3, texts on generation 4.
 
+        Returns:
+            version: one integer per joint (generation 3).
+            text: one text per joint (generation 4).
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_software_version.
         """
     def tool_software_version(self) -> Tuple[int, str]:
-        """Reads the tool board's software version: `*version` on generation 3, `*text` on generation 4.
+        """Reads the tool board's software version.
+
+        Returns:
+            version: the version number (generation 3).
+            text: the version text (generation 4).
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_tool_software_version.
         """
     def joint_en_state(self) -> list[int]:
-        """Reads each joint's enable state (1 enabled) into `state`.
+        """Reads whether each joint is enabled.
+
+        Returns:
+            joint count entries, 1 enabled, 0 not.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_en_state.
         """
     def joint_err_flag(self) -> Tuple[list[int], list[int]]:
-        """Reads each joint's error flags and brake states.
+        """Reads each joint's error flags and brake state.
+
+        Returns:
+            err_flag: joint count entries, the drive's error bits (0 none).
+            brake_state: joint count entries, the brake's state.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_get_joint_err_flag.
         """
@@ -1841,42 +1989,62 @@ class Arm:
         """
     # ---- generated by scripts/gen_faces.py: methods of the command families ----
     def set_joint_drive_max_speed(self, joint_num: int, speed: float) -> None:
-        """Sets joint `joint_num`'s drive speed limit, degrees per second.
+        """Sets a joint drive's own speed limit.
+
+        Args:
+            joint_num: the joint, from 1.
+            speed: degrees per second.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_drive_max_speed.
         """
     def set_joint_drive_max_acc(self, joint_num: int, acc: float) -> None:
-        """Sets joint `joint_num`'s drive acceleration limit, degrees per second squared.
+        """Sets a joint drive's own acceleration limit.
+
+        Args:
+            joint_num: the joint, from 1.
+            acc: degrees per second squared.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_drive_max_acc.
         """
     def set_joint_drive_min_pos(self, joint_num: int, pos: float) -> None:
-        """Sets joint `joint_num`'s drive lower position limit, degrees.
+        """Sets a joint drive's own lower position limit.
+
+        Args:
+            joint_num: the joint, from 1.
+            pos: degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_drive_min_pos.
         """
     def set_joint_drive_max_pos(self, joint_num: int, pos: float) -> None:
-        """Sets joint `joint_num`'s drive upper position limit, degrees.
+        """Sets a joint drive's own upper position limit.
+
+        Args:
+            joint_num: the joint, from 1.
+            pos: degrees.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_joint_drive_max_pos.
         """
     def auto_set_joint_limit(self, limit_mode: int) -> None:
-        """Sets the joint limits automatically in mode `limit_mode`.
+        """Sets the joint limits automatically, then reads them again into the handle.
+
+        Args:
+            limit_mode: the controller's limit mode number.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code (that of
+                the last read); waits up to the query time-out plus 3000 ms.
 
         Calls zq_auto_set_joint_limit.
         """
@@ -1884,48 +2052,68 @@ class Arm:
         """Restores the factory Cartesian limits.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_arm_tcp_init.
         """
     def set_auto_tool_frame(self, point_num: int) -> None:
-        """Records point `point_num` of the automatic tool frame calibration at the arm's current position.
+        """Records one point of the automatic tool frame calibration at the arm's present position.
+
+        Args:
+            point_num: the calibration point's number.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_auto_tool_frame.
         """
     def generate_auto_tool_frame(self, name: str, payload: float, x: float, y: float, z: float) -> None:
-        """Computes and stores the calibrated tool frame `name` with its payload (kg) and the payload's centre
-        (m).
+        """Computes and stores the calibrated tool frame.
+
+        Args:
+            name: the frame's name, up to 10 characters.
+            payload: the tool's payload, kg.
+            x: the payload's centre x, m.
+            y: the payload's centre y, m.
+            z: the payload's centre z, m.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_generate_auto_tool_frame.
         """
     def update_tool_frame(self, frame: Frame) -> None:
         """Changes the stored tool frame of the same name.
 
+        Args:
+            frame: as for zq_set_manual_tool_frame().
+
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_update_tool_frame.
         """
     def set_auto_work_frame(self, name: str, point_num: int) -> None:
-        """Records point `point_num` of the automatic calibration of work frame `name`.
+        """Records one point of the automatic calibration of a work frame.
+
+        Args:
+            name: the frame's name, up to 10 characters.
+            point_num: the calibration point's number.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_auto_work_frame.
         """
     def update_work_frame(self, name: str, pose: Pose) -> None:
-        """Moves the stored work frame `name` to `pose`.
+        """Moves a stored work frame to a new pose.
+
+        Args:
+            name: the frame's name.
+            pose: position (m) and Euler angles (rad) in the base frame.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_update_work_frame.
         """
@@ -1933,7 +2121,7 @@ class Arm:
         """Restores the factory DH parameters.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
 
         Calls zq_set_DH_data_default.
         """
