@@ -45,14 +45,15 @@ def fail(message):
 
 
 def exported():
-    """(class or "", function name) of every exported function, in the list's order."""
+    """(class or "", function name) of every exported function: the plain functions first, whose
+    comments the methods repeat, then the methods, each in the list's order."""
     out = []
     for line in SYMBOLS.read_text().splitlines():
         name = line.split(" ", 1)[1].strip() if " " in line else line.strip()
         scope, _, name = name.partition("(")[0].rpartition("::")
         if name and (scope, name) not in out:
             out.append((scope, name))
-    return out
+    return sorted(out, key=lambda s: s[0] != "")
 
 
 def own_text(element):

@@ -152,7 +152,7 @@ def face_doc(cname, lang, inputs=None, outputs=None, note=None):
     `cname`: the header's comment with inputs as arguments, outputs as what the method returns and
     the result codes as the error raised. `inputs` names the method's arguments (None: take the
     C parameters not marked as outputs); `outputs` the C parameters it returns."""
-    doc = gen_service.parse_doc(DOC_COMMENTS[cname])
+    doc = gen_service.parse_doc(DOC_COMMENTS.get(cname, []))
     raises = RETURNS.get(cname) == "int" and cname not in NO_RAISE
     params = [(n, out, text) for n, out, text in doc["params"] if n != "handle"]
     if inputs is None:

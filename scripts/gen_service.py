@@ -279,9 +279,8 @@ def method_doc(docs, plain, special=False):
     """The comment lines of a method that forwards to `plain` (a hand-written one: `special`)."""
     if special and plain in SPECIAL_OWN_DOCS:
         return SPECIAL_OWN_DOCS[plain]
-    if plain not in docs:
-        sys.exit(f"gen_service: {plain} has no reference comment in its header")
-    return docs[plain] + ([""] + SPECIAL_DOCS[plain] if special and plain in SPECIAL_DOCS else [])
+    # A function without a comment gets a method without one: scripts/check_reference.py fails on it.
+    return docs.get(plain, []) + ([""] + SPECIAL_DOCS[plain] if special and plain in SPECIAL_DOCS else [])
 
 
 def generate():
@@ -349,7 +348,8 @@ public:
         if sig == "comment":
             h.append(f"    {body}\n")
             continue
-        h.append(c_comment(doc, "    "))
+        if doc:
+            h.append(c_comment(doc, "    "))
         h.append(wrap("static " + sig + ";", "    ") + "\n")
         ret, _, rest = sig.partition(" zq_")
         src.append(wrap(f"{ret} ZQ_Service::zq_{rest}" + " {", "") + f"\n    {body}\n}}\n\n")
