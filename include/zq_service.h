@@ -353,7 +353,6 @@ public:
      * @brief Reads the software version of every joint; sets the handle's joint count from their number.
      * @param handle the arm.
      * @param[out] version one integer per joint (generation 3).
-     * @param[out] text one text per joint (generation 4).
      * @return 0 or a common code.
      *
      * This form passes a scratch text record of its own, for generation 3 callers.
@@ -371,7 +370,6 @@ public:
      * @brief Reads the tool board's software version.
      * @param handle the arm.
      * @param[out] version the version number (generation 3).
-     * @param[out] text the version text (generation 4).
      * @return 0 or a common code.
      *
      * This form passes a scratch text record of its own, for generation 3 callers.

@@ -224,6 +224,20 @@ def parse_doc(lines):
     return doc
 
 
+def only_params(lines, names):
+    """The comment lines less the @param blocks of parameters not in `names`."""
+    out, skipping = [], False
+    for line in lines:
+        m = re.match(r"\s*@param(?:\[[\w,]+\])?\s+(\w+)", line)
+        if m:
+            skipping = m.group(1) not in names
+        elif re.match(r"\s*@", line) or not line.strip():
+            skipping = False
+        if not skipping:
+            out.append(line)
+    return out
+
+
 def c_comment(lines, indent):
     """A /** */ block of the comment's lines at `indent`."""
     body = "".join(f"{indent} * {l}".rstrip() + "\n" for l in lines)
@@ -349,7 +363,8 @@ public:
             h.append(f"    {body}\n")
             continue
         if doc:
-            h.append(c_comment(doc, "    "))
+            names = [param_parts(p, i)[1] for i, p in enumerate(split_params(sig[sig.index("(") + 1:sig.rindex(")")]))]
+            h.append(c_comment(only_params(doc, names), "    "))
         h.append(wrap("static " + sig + ";", "    ") + "\n")
         ret, _, rest = sig.partition(" zq_")
         src.append(wrap(f"{ret} ZQ_Service::zq_{rest}" + " {", "") + f"\n    {body}\n}}\n\n")
