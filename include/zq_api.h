@@ -260,6 +260,8 @@ ZQ_API int zq_delete_robot_arm(zq_robot_handle* handle);
 /**
  * @brief Copies the joint count, model, force type and controller generation (3 or 4) that
  *        the library learned at connection.
+ * @param handle the arm.
+ * @param[out] info receives them.
  * @return 0; -1 for an unknown handle; -2 when the joint count is unknown (failed
  *         connection). Sends nothing. Thread-safe.
  */
@@ -267,8 +269,9 @@ ZQ_API int zq_get_robot_info(zq_robot_handle* handle, zq_robot_info_t* info);
 /**
  * @brief Sets the function that receives pushed events (end of a trajectory, end of a
  *        program) of every arm; NULL removes it.
- * It runs on the socket receive thread (modes 1 and 2; in mode 0 on the waiting caller's
- * thread) and must return quickly. Thread-safe.
+ * @param callback called with each event; it runs on the socket receive thread (modes 1
+ *        and 2; in mode 0 on the waiting caller's thread) and must return quickly.
+ * Thread-safe.
  */
 ZQ_API void zq_get_arm_event_call_back(zq_event_callback_t callback);
 

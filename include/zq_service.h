@@ -94,6 +94,8 @@ public:
     /**
      * @brief Copies the joint count, model, force type and controller generation (3 or 4) that
      *        the library learned at connection.
+     * @param handle the arm.
+     * @param[out] info receives them.
      * @return 0; -1 for an unknown handle; -2 when the joint count is unknown (failed
      *         connection). Sends nothing. Thread-safe.
      */
@@ -101,8 +103,9 @@ public:
     /**
      * @brief Sets the function that receives pushed events (end of a trajectory, end of a
      *        program) of every arm; NULL removes it.
-     * It runs on the socket receive thread (modes 1 and 2; in mode 0 on the waiting caller's
-     * thread) and must return quickly. Thread-safe.
+     * @param callback called with each event; it runs on the socket receive thread (modes 1
+     *        and 2; in mode 0 on the waiting caller's thread) and must return quickly.
+     * Thread-safe.
      */
     static void zq_get_arm_event_call_back(zq_event_callback_t callback);
     /**
