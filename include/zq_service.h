@@ -2202,7 +2202,7 @@ public:
      * @param page_size entries per page.
      * @param vague_search a fragment of the name to filter by; null or empty for all.
      * @param[out] list receives the page (at most ZQ_LIST_ENTRIES entries) and the total count.
-     * @return 0; 1 the controller refused. Waits up to the configuration time-out plus 1000 ms.
+     * @return 0 or a common code. Waits up to the configuration time-out plus 1000 ms.
      */
     static int zq_get_global_waypoints_list(zq_robot_handle* handle, int page_num, int page_size,
                                             const char* vague_search, zq_waypoint_list_t* list);

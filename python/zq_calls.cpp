@@ -1830,8 +1830,8 @@ void bind_calls(py::class_<PyArm>& arm) {
         "    the page (at most ZQ_LIST_ENTRIES entries) and the total count.\n"
         "\n"
         "Raises:\n"
-        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the controller refused.\n"
-        "        Waits up to the configuration time-out plus 1000 ms.\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code. Waits up\n"
+        "        to the configuration time-out plus 1000 ms.\n"
         "\n"
         "Calls zq_get_global_waypoints_list.");
     arm.def("trajectory_file_list", [](PyArm& s, int page_num, int page_size, std::optional<std::string> vague_search) {

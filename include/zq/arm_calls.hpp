@@ -1157,8 +1157,8 @@ public:
      * @param page_size entries per page.
      * @param vague_search a fragment of the name to filter by; null or empty for all.
      * @return the page (at most ZQ_LIST_ENTRIES entries) and the total count.
-     * @throws zq::Error with the result code when it is not 0 (0; 1 the controller refused. Waits up to
-     * the configuration time-out plus 1000 ms.)
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code. Waits up to the
+     * configuration time-out plus 1000 ms.)
      * @see zq_get_global_waypoints_list()
      */
     zq_waypoint_list_t global_waypoints_list(int page_num, int page_size,

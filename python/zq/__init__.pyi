@@ -3287,8 +3287,8 @@ class Arm:
             the page (at most ZQ_LIST_ENTRIES entries) and the total count.
 
         Raises:
-            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the controller refused.
-                Waits up to the configuration time-out plus 1000 ms.
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code. Waits up
+                to the configuration time-out plus 1000 ms.
 
         Calls zq_get_global_waypoints_list.
         """
