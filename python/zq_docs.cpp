@@ -34,8 +34,10 @@ void set_docs(py::module_& m) {
         // adds an overload).
         const char* old = f->m_ml->ml_doc;
         std::string sig = old ? std::string(old, strcspn(old, "\n")) : std::string(d.name) + "(...)";
-        char* text = strdup((sig + "\n\n" + d.doc + "\n").c_str());
+        const std::string doc = sig + "\n\n" + d.doc + "\n";
+        auto* text = static_cast<char*>(std::malloc(doc.size() + 1));
         if (!text) continue;
+        std::memcpy(text, doc.c_str(), doc.size() + 1);
         std::free(const_cast<char*>(old));
         f->m_ml->ml_doc = text;
     }
