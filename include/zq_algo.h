@@ -18,6 +18,12 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup algo Kinematics on the host
+ * @brief Arm model data, frames, forward kinematics, singularities, pose helpers and self-collision, computed without a controller.
+ * @{
+ */
+
 /* ------------------------------------------------------------------ */
 /* Kinematic core: arm model data, frames, forward kinematics,         */
 /* singularities and pose helpers. Joint angles are degrees, lengths   */
@@ -115,6 +121,14 @@ ZQ_API zq_pose_t zq_algo_pose_move(zq_robot_handle* handle, zq_pose_t current, c
 ZQ_API zq_pose_t zq_algo_rotate_move(zq_robot_handle* handle, const float* joint, int axis, float angle,
                                      zq_pose_t frame);
 
+/** @} */
+
+/**
+ * @defgroup ik Inverse kinematics
+ * @brief Closed-form, iterative and arm-angle solvers of the joints that reach a tool pose.
+ * @{
+ */
+
 /* ------------------------------------------------------------------ */
 /* Inverse kinematics. Joint angles are degrees, lengths metres. The   */
 /* target is the tool pose in the work frame.                          */
@@ -155,6 +169,8 @@ ZQ_API int zq_algo_calculate_arm_angle_from_config_zq52(const float* q, float* a
 /** @brief A ZQ52 solution at arm angle `arm_angle` (degrees) into `q_out` (degrees): 0 solved, -1 the reference has joint 2 or 6 at 0, -2 the solution is outside the joint limits, -3 not a ZQ52 arm. */
 ZQ_API int zq_algo_inverse_kinematics_zq52_for_arm_angle(zq_inverse_kinematics_params_t params, float arm_angle,
                                                          float* q_out);
+
+/** @} */
 
 #ifdef __cplusplus
 }

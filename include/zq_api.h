@@ -23,6 +23,12 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup types Common types
+ * @brief Enumerations and records that the families share: thread modes, poses, sessions.
+ * @{
+ */
+
 /* ------------------------------------------------------------------ */
 /* Enumerations                                                        */
 /* ------------------------------------------------------------------ */
@@ -182,6 +188,14 @@ typedef void (*zq_event_callback_t)(zq_event_push_data_t data);
 /** A log sink: a printf-style format and its arguments; see zq_set_log_call_back(). */
 typedef void (*zq_log_callback_t)(const char* fmt, va_list args);
 
+/** @} */
+
+/**
+ * @defgroup session Library and sessions
+ * @brief Starting and ending the library, connecting to arms, time-outs, logging and pushed events.
+ * @{
+ */
+
 /* ------------------------------------------------------------------ */
 /* Library frame and sessions                                          */
 /* ------------------------------------------------------------------ */
@@ -246,6 +260,8 @@ ZQ_API int zq_delete_robot_arm(zq_robot_handle* handle);
 /**
  * @brief Copies the joint count, model, force type and controller generation (3 or 4) that
  *        the library learned at connection.
+ * @param handle the arm.
+ * @param[out] info receives them.
  * @return 0; -1 for an unknown handle; -2 when the joint count is unknown (failed
  *         connection). Sends nothing. Thread-safe.
  */
@@ -253,10 +269,17 @@ ZQ_API int zq_get_robot_info(zq_robot_handle* handle, zq_robot_info_t* info);
 /**
  * @brief Sets the function that receives pushed events (end of a trajectory, end of a
  *        program) of every arm; NULL removes it.
- * It runs on the socket receive thread (modes 1 and 2; in mode 0 on the waiting caller's
- * thread) and must return quickly. Thread-safe.
+ * @param callback called with each event; it runs on the socket receive thread (modes 1
+ *        and 2; in mode 0 on the waiting caller's thread) and must return quickly.
+ * Thread-safe.
  */
 ZQ_API void zq_get_arm_event_call_back(zq_event_callback_t callback);
+
+/** @} */
+
+/** @addtogroup state
+ * @{
+ */
 
 /* ------------------------------------------------------------------ */
 /* Controller commands                                                 */
@@ -275,6 +298,8 @@ ZQ_API int zq_get_arm_run_mode(zq_robot_handle* handle, int* mode);
  *         the query time-out; -3 reply not understood. Thread-safe. Both generations.
  */
 ZQ_API int zq_set_arm_run_mode(zq_robot_handle* handle, int mode);
+
+/** @} */
 
 #ifdef __cplusplus
 }

@@ -1,4 +1,8 @@
-/* Self-collision of the arm and its tool, on capsule models of each arm family. */
+/**
+ * @file zq_collision.h
+ * @brief Self-collision of the arm and its tool, on capsule models of each arm family.
+ * @ingroup algo
+ */
 #ifndef ZQ_COLLISION_H
 #define ZQ_COLLISION_H
 
@@ -8,23 +12,39 @@
 extern "C" {
 #endif
 
-/* One sphere of the tool envelope, in the flange frame (metres). */
+/** @ingroup algo
+ *  One sphere of the tool envelope, in the flange frame (metres). */
 typedef struct {
-    float radius;
-    float centre[3];
+    float radius;    /**< radius, m; 0 leaves the slot unused */
+    float centre[3]; /**< centre x, y, z in the flange frame, m */
 } zq_tool_sphere_t;
 
-/* 1 if the joints (degrees, dof of them) are outside the joint limits, make
- * the arm touch itself or the tool touch the arm, or cannot be read (null
- * pointer, a value that is not finite); 0 if the configuration is free. An
- * arm without a collision model is free within its limits. */
+/**
+ * @ingroup algo
+ * @brief Tells whether joints leave the limits or make the arm or its tool touch the arm,
+ *        on the process-wide arm model.
+ * @param q the model's joint count of angles, degrees.
+ * @return 1 outside the joint limits, in self-collision, or unreadable (null pointer, a value
+ *         that is not finite); 0 free. An arm without a collision model is free within its
+ *         limits. Computes on the host, never blocks.
+ */
 ZQ_API int zq_algo_safety_robot_self_collision_detection(float* q);
 
-/* The tool envelope: up to five spheres, filled from index 0 upwards; a
- * radius of 0 leaves a slot unused. An index outside 0 to 4, a negative or
- * non-finite radius or a non-finite centre leaves the envelope unchanged. */
+/**
+ * @ingroup algo
+ * @brief Sets one sphere of the tool envelope that the self-collision check includes.
+ * @param index the slot, 0 to 4, filled from 0 upwards.
+ * @param sphere radius and centre (m, flange frame); a radius of 0 leaves the slot unused.
+ *        An index outside 0 to 4, a negative or non-finite radius or a non-finite centre
+ *        leaves the envelope unchanged.
+ */
 ZQ_API void zq_algo_set_tool_envelope(int index, zq_tool_sphere_t sphere);
-/* Copies slot `index`; a null pointer or an index outside 0 to 4 does nothing. */
+/**
+ * @ingroup algo
+ * @brief Reads one sphere of the tool envelope.
+ * @param index the slot, 0 to 4.
+ * @param[out] sphere receives it; a null pointer or an index outside 0 to 4 does nothing.
+ */
 ZQ_API void zq_algo_get_tool_envelope(int index, zq_tool_sphere_t* sphere);
 
 #ifdef __cplusplus

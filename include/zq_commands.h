@@ -18,6 +18,12 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup state State and software queries
+ * @brief The arm's joints, pose, errors and temperatures, the controller's state, and the versions of its software.
+ * @{
+ */
+
 /* ---- software information ---- */
 /** Version of the algorithm library. */
 typedef struct {
@@ -47,7 +53,12 @@ typedef struct {
     zq_build_info_t program_info;       /**< program module */
 } zq_arm_software_version_t;
 
-/** @brief Reads the product and controller versions and the versions of the software modules into `*info`. */
+/**
+ * @brief Reads the product and controller versions and the versions of the software modules.
+ * @param handle the arm.
+ * @param[out] info receives the version texts.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_arm_software_info(zq_robot_handle* handle, zq_arm_software_version_t* info);
 
 /** A version text. */
@@ -55,9 +66,21 @@ typedef struct {
     char version[10]; /**< version text */
 } zq_version_t;
 
-/** @brief Reads the software version of every joint: integers into `version` (generation 3) or texts into `text` (generation 4); sets the handle's joint count from their number. */
+/**
+ * @brief Reads the software version of every joint; sets the handle's joint count from their number.
+ * @param handle the arm.
+ * @param[out] version one integer per joint (generation 3).
+ * @param[out] text one text per joint (generation 4).
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_software_version(zq_robot_handle* handle, int* version, zq_version_t* text);
-/** @brief Reads the tool board's software version: `*version` on generation 3, `*text` on generation 4. */
+/**
+ * @brief Reads the tool board's software version.
+ * @param handle the arm.
+ * @param[out] version the version number (generation 3).
+ * @param[out] text the version text (generation 4).
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_tool_software_version(zq_robot_handle* handle, int* version, zq_version_t* text);
 
 /* ---- state queries ---- */
@@ -82,98 +105,337 @@ typedef struct {
     int32_t err[ZQ_ERR_MAX];    /**< the arm's error codes */
 } zq_arm_all_state_t;
 
-/** @brief Reads the joints (degrees), the tool pose (m, rad) and the arm's error list into `*state`. */
+/**
+ * @brief Reads the joints, the tool pose and the arm's error list.
+ * @param handle the arm.
+ * @param[out] state receives the joints (degrees), the pose (m, rad) and the error codes.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_current_arm_state(zq_robot_handle* handle, zq_current_arm_state_t* state);
-/** @brief Reads each joint's temperature (degrees Celsius) into `temperature` (joint count entries). */
+/**
+ * @brief Reads each joint's temperature.
+ * @param handle the arm.
+ * @param[out] temperature joint count entries, degrees Celsius.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_current_joint_temperature(zq_robot_handle* handle, float* temperature);
-/** @brief Reads each joint's current into `current` (joint count entries). */
+/**
+ * @brief Reads each joint's current.
+ * @param handle the arm.
+ * @param[out] current joint count entries, in the controller's units.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_current_joint_current(zq_robot_handle* handle, float* current);
-/** @brief Reads each joint's voltage (V) into `voltage` (joint count entries). */
+/**
+ * @brief Reads each joint's voltage.
+ * @param handle the arm.
+ * @param[out] voltage joint count entries, V.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_current_joint_voltage(zq_robot_handle* handle, float* voltage);
-/** @brief Reads the joint angles (degrees) into `joint` (joint count entries). */
+/**
+ * @brief Reads the joint angles.
+ * @param handle the arm.
+ * @param[out] joint joint count entries, degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_degree(zq_robot_handle* handle, float* joint);
-/** @brief Reads currents, enable flags, temperatures, voltages and error codes of every joint and the arm's error list into `*state`. */
+/**
+ * @brief Reads currents, enable flags, temperatures, voltages and error codes of every joint and
+ *        the arm's error list.
+ * @param handle the arm.
+ * @param[out] state receives them.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_arm_all_state(zq_robot_handle* handle, zq_arm_all_state_t* state);
-/** @brief Stores the arm's initial position, `joint` in degrees (joint count entries). */
+/**
+ * @brief Stores the arm's initial position on the controller.
+ * @param handle the arm.
+ * @param joint joint count entries, degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_init_pose(zq_robot_handle* handle, const float* joint);
-/** @brief Reads the arm's stored initial position (degrees) into `joint`. */
+/**
+ * @brief Reads the arm's stored initial position.
+ * @param handle the arm.
+ * @param[out] joint joint count entries, degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_init_pose(zq_robot_handle* handle, float* joint);
-/** @brief Reads the controller's voltage (V), current (A), temperature (degrees Celsius) and error flag. */
+/**
+ * @brief Reads the controller's supply and temperature.
+ * @param handle the arm.
+ * @param[out] voltage V.
+ * @param[out] current A.
+ * @param[out] temperature degrees Celsius.
+ * @param[out] err_flag the controller's error flag, 0 none.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_controller_state(zq_robot_handle* handle, float* voltage, float* current, float* temperature,
                                    int* err_flag);
 
+/** @} */
+
+/**
+ * @defgroup limits Joint and arm limits
+ * @brief Joint position, speed and acceleration limits, the arm's Cartesian limits, joint enabling, zeroing and error clearing, and the collision stage.
+ * @{
+ */
+
 /* ---- joint limits (degrees, degrees per second, degrees per second squared) ---- */
-/** @brief Reads each joint's speed limit, degrees per second, into `speed` (joint count entries). */
+/**
+ * @brief Reads each joint's speed limit; the handle keeps a copy.
+ * @param handle the arm.
+ * @param[out] speed joint count entries, degrees per second.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_max_speed(zq_robot_handle* handle, float* speed);
-/** @brief Reads each joint's acceleration limit, degrees per second squared, into `acc`. */
+/**
+ * @brief Reads each joint's acceleration limit; the handle keeps a copy.
+ * @param handle the arm.
+ * @param[out] acc joint count entries, degrees per second squared.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_max_acc(zq_robot_handle* handle, float* acc);
-/** @brief Reads each joint's lower position limit, degrees, into `pos`. */
+/**
+ * @brief Reads each joint's lower position limit; the handle keeps a copy.
+ * @param handle the arm.
+ * @param[out] pos joint count entries, degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_min_pos(zq_robot_handle* handle, float* pos);
-/** @brief Reads each joint's upper position limit, degrees, into `pos`. */
+/**
+ * @brief Reads each joint's upper position limit; the handle keeps a copy.
+ * @param handle the arm.
+ * @param[out] pos joint count entries, degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_max_pos(zq_robot_handle* handle, float* pos);
 
-/** @brief Reads each joint drive's own speed limit, degrees per second, into `speed`. */
+/**
+ * @brief Reads each joint drive's own speed limit.
+ * @param handle the arm.
+ * @param[out] speed joint count entries, degrees per second.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_drive_max_speed(zq_robot_handle* handle, float* speed);
-/** @brief Reads each joint drive's own acceleration limit, degrees per second squared, into `acc`. */
+/**
+ * @brief Reads each joint drive's own acceleration limit.
+ * @param handle the arm.
+ * @param[out] acc joint count entries, degrees per second squared.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_drive_max_acc(zq_robot_handle* handle, float* acc);
-/** @brief Reads each joint drive's own lower position limit, degrees, into `pos`. */
+/**
+ * @brief Reads each joint drive's own lower position limit.
+ * @param handle the arm.
+ * @param[out] pos joint count entries, degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_drive_min_pos(zq_robot_handle* handle, float* pos);
-/** @brief Reads each joint drive's own upper position limit, degrees, into `pos`. */
+/**
+ * @brief Reads each joint drive's own upper position limit.
+ * @param handle the arm.
+ * @param[out] pos joint count entries, degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_drive_max_pos(zq_robot_handle* handle, float* pos);
-/** @brief Reads each joint's enable state (1 enabled) into `state`. */
+/**
+ * @brief Reads whether each joint is enabled.
+ * @param handle the arm.
+ * @param[out] state joint count entries, 1 enabled, 0 not.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_en_state(zq_robot_handle* handle, unsigned char* state);
-/** @brief Reads each joint's error flags and brake states. */
+/**
+ * @brief Reads each joint's error flags and brake state.
+ * @param handle the arm.
+ * @param[out] err_flag joint count entries, the drive's error bits (0 none).
+ * @param[out] brake_state joint count entries, the brake's state.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_joint_err_flag(zq_robot_handle* handle, unsigned short* err_flag, unsigned short* brake_state);
 /* Setters; joint_num is 1-based. The four without "drive" re-read their array into the handle. */
-/** @brief Sets joint `joint_num`'s (from 1) speed limit, degrees per second; the handle's copy is re-read. */
+/**
+ * @brief Sets a joint's speed limit; the handle's copy is read again.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param speed degrees per second.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_max_speed(zq_robot_handle* handle, int joint_num, float speed);
-/** @brief Sets joint `joint_num`'s acceleration limit, degrees per second squared; the handle's copy is re-read. */
+/**
+ * @brief Sets a joint's acceleration limit; the handle's copy is read again.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param acc degrees per second squared.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_max_acc(zq_robot_handle* handle, int joint_num, float acc);
-/** @brief Sets joint `joint_num`'s lower position limit, degrees; the handle's copy is re-read. */
+/**
+ * @brief Sets a joint's lower position limit; the handle's copy is read again.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param pos degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_min_pos(zq_robot_handle* handle, int joint_num, float pos);
-/** @brief Sets joint `joint_num`'s upper position limit, degrees; the handle's copy is re-read. */
+/**
+ * @brief Sets a joint's upper position limit; the handle's copy is read again.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param pos degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_max_pos(zq_robot_handle* handle, int joint_num, float pos);
-/** @brief Sets joint `joint_num`'s drive speed limit, degrees per second. */
+/**
+ * @brief Sets a joint drive's own speed limit.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param speed degrees per second.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_drive_max_speed(zq_robot_handle* handle, int joint_num, float speed);
-/** @brief Sets joint `joint_num`'s drive acceleration limit, degrees per second squared. */
+/**
+ * @brief Sets a joint drive's own acceleration limit.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param acc degrees per second squared.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_drive_max_acc(zq_robot_handle* handle, int joint_num, float acc);
-/** @brief Sets joint `joint_num`'s drive lower position limit, degrees. */
+/**
+ * @brief Sets a joint drive's own lower position limit.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param pos degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_drive_min_pos(zq_robot_handle* handle, int joint_num, float pos);
-/** @brief Sets joint `joint_num`'s drive upper position limit, degrees. */
+/**
+ * @brief Sets a joint drive's own upper position limit.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param pos degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_drive_max_pos(zq_robot_handle* handle, int joint_num, float pos);
-/** @brief Enables (`state` 1) or disables (0) joint `joint_num`. */
+/**
+ * @brief Enables or disables a joint.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @param state 1 enable, 0 disable.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_en_state(zq_robot_handle* handle, int joint_num, int state);
-/** @brief Makes the current position of joint `joint_num` its zero. */
+/**
+ * @brief Makes a joint's present position its zero.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_zero_pos(zq_robot_handle* handle, int joint_num);
-/** @brief Clears the errors of joint `joint_num`. */
+/**
+ * @brief Clears a joint's errors.
+ * @param handle the arm.
+ * @param joint_num the joint, from 1.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_joint_clear_err(zq_robot_handle* handle, int joint_num);
-/** @brief Sets the joint limits automatically in mode `limit_mode`. */
+/**
+ * @brief Sets the joint limits automatically, then reads them again into the handle.
+ * @param handle the arm.
+ * @param limit_mode the controller's limit mode number.
+ * @return 0 or a common code (that of the last read); waits up to the query time-out plus 3000 ms.
+ */
 ZQ_API int zq_auto_set_joint_limit(zq_robot_handle* handle, int limit_mode);
 
 /* ---- arm Cartesian limits (m/s, m/s^2, rad/s, rad/s^2), initialisation, collision stage ---- */
 /* The getters return the reply's byte count (> 0) when it cannot be parsed: test for 0. */
-/** @brief Sets the tool's linear speed limit, m/s. */
+/**
+ * @brief Sets the tool's linear speed limit.
+ * @param handle the arm.
+ * @param speed m/s.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_arm_max_line_speed(zq_robot_handle* handle, float speed);
-/** @brief Sets the tool's linear acceleration limit, m/s^2. */
+/**
+ * @brief Sets the tool's linear acceleration limit.
+ * @param handle the arm.
+ * @param acc m/s².
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_arm_max_line_acc(zq_robot_handle* handle, float acc);
-/** @brief Sets the tool's angular speed limit, rad/s. */
+/**
+ * @brief Sets the tool's angular speed limit.
+ * @param handle the arm.
+ * @param speed rad/s.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_arm_max_angular_speed(zq_robot_handle* handle, float speed);
-/** @brief Sets the tool's angular acceleration limit, rad/s^2. */
+/**
+ * @brief Sets the tool's angular acceleration limit.
+ * @param handle the arm.
+ * @param acc rad/s².
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_arm_max_angular_acc(zq_robot_handle* handle, float acc);
-/** @brief Reads the tool's linear speed limit, m/s. A reply that cannot be parsed returns its byte count (> 0). */
+/**
+ * @brief Reads the tool's linear speed limit.
+ * @param handle the arm.
+ * @param[out] speed m/s.
+ * @return 0 or a common code; a reply that cannot be parsed returns its byte count (above 0).
+ */
 ZQ_API int zq_get_arm_max_line_speed(zq_robot_handle* handle, float* speed);
-/** @brief Reads the tool's linear acceleration limit, m/s^2. A reply that cannot be parsed returns its byte count (> 0). */
+/**
+ * @brief Reads the tool's linear acceleration limit.
+ * @param handle the arm.
+ * @param[out] acc m/s².
+ * @return 0 or a common code; a reply that cannot be parsed returns its byte count (above 0).
+ */
 ZQ_API int zq_get_arm_max_line_acc(zq_robot_handle* handle, float* acc);
-/** @brief Reads the tool's angular speed limit, rad/s. A reply that cannot be parsed returns its byte count (> 0). */
+/**
+ * @brief Reads the tool's angular speed limit.
+ * @param handle the arm.
+ * @param[out] speed rad/s.
+ * @return 0 or a common code; a reply that cannot be parsed returns its byte count (above 0).
+ */
 ZQ_API int zq_get_arm_max_angular_speed(zq_robot_handle* handle, float* speed);
-/** @brief Reads the tool's angular acceleration limit, rad/s^2. A reply that cannot be parsed returns its byte count (> 0). */
+/**
+ * @brief Reads the tool's angular acceleration limit.
+ * @param handle the arm.
+ * @param[out] acc rad/s².
+ * @return 0 or a common code; a reply that cannot be parsed returns its byte count (above 0).
+ */
 ZQ_API int zq_get_arm_max_angular_acc(zq_robot_handle* handle, float* acc);
-/** @brief Restores the factory Cartesian limits. */
+/**
+ * @brief Restores the factory Cartesian limits.
+ * @param handle the arm.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_arm_tcp_init(zq_robot_handle* handle);
-/** @brief Sets the collision detection stage (sensitivity level). */
+/**
+ * @brief Sets the collision detection stage (sensitivity level).
+ * @param handle the arm.
+ * @param stage the controller's stage number.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_collision_state(zq_robot_handle* handle, int stage);
-/** @brief Reads the collision detection stage into `*stage`. */
+/**
+ * @brief Reads the collision detection stage.
+ * @param handle the arm.
+ * @param[out] stage receives the stage number.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_collision_stage(zq_robot_handle* handle, int* stage);
+
+/** @} */
+
+/**
+ * @defgroup frames Frames and tools
+ * @brief Tool and work frames, the teach frame, the install pose and the kinematic parameters.
+ * @{
+ */
 
 /* ---- frames, install pose, DH parameters ---- */
 /** A frame name. */
@@ -183,51 +445,177 @@ typedef struct {
 /** Frame lists fill at most this many names. */
 #define ZQ_FRAME_LIST_MAX 32
 
-/** @brief Records point `point_num` of the automatic tool frame calibration at the arm's current position. */
+/**
+ * @brief Records one point of the automatic tool frame calibration at the arm's present position.
+ * @param handle the arm.
+ * @param point_num the calibration point's number.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_auto_tool_frame(zq_robot_handle* handle, int point_num);
-/** @brief Computes and stores the calibrated tool frame `name` with its payload (kg) and the payload's centre (m). */
+/**
+ * @brief Computes and stores the calibrated tool frame.
+ * @param handle the arm.
+ * @param name the frame's name, up to 10 characters.
+ * @param payload the tool's payload, kg.
+ * @param x the payload's centre x, m.
+ * @param y the payload's centre y, m.
+ * @param z the payload's centre z, m.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_generate_auto_tool_frame(zq_robot_handle* handle, const char* name, float payload, float x, float y,
                                        float z);
-/** @brief Stores a tool frame given in full. */
+/**
+ * @brief Stores a tool frame given in full.
+ * @param handle the arm.
+ * @param frame name, pose on the flange (m, rad), payload (kg) and its centre (m).
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_manual_tool_frame(zq_robot_handle* handle, zq_frame_t frame);
-/** @brief Makes the stored tool frame `name` the current one; the handle's frame follows. */
+/**
+ * @brief Makes a stored tool frame the current one; the handle's frame follows.
+ * @param handle the arm.
+ * @param name the frame's name.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_change_tool_frame(zq_robot_handle* handle, const char* name);
-/** @brief Deletes the stored tool frame `name`. */
+/**
+ * @brief Deletes a stored tool frame.
+ * @param handle the arm.
+ * @param name the frame's name.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_delete_tool_frame(zq_robot_handle* handle, const char* name);
-/** @brief Changes the stored tool frame of the same name. */
+/**
+ * @brief Changes the stored tool frame of the same name.
+ * @param handle the arm.
+ * @param frame as for zq_set_manual_tool_frame().
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_update_tool_frame(zq_robot_handle* handle, zq_frame_t frame);
-/** @brief Lists the names of the stored tool frames into `names` (at most ZQ_FRAME_LIST_MAX) and their count into `*len`. */
+/**
+ * @brief Lists the names of the stored tool frames.
+ * @param handle the arm.
+ * @param[out] names room for ZQ_FRAME_LIST_MAX names.
+ * @param[out] len the number filled.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_total_tool_frame(zq_robot_handle* handle, zq_frame_name_t* names, int* len);
-/** @brief Reads the stored tool frame `name` into `*frame`. */
+/**
+ * @brief Reads a stored tool frame.
+ * @param handle the arm.
+ * @param name the frame's name.
+ * @param[out] frame receives it.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_given_tool_frame(zq_robot_handle* handle, const char* name, zq_frame_t* frame);
-/** @brief Records point `point_num` of the automatic calibration of work frame `name`. */
+/**
+ * @brief Records one point of the automatic calibration of a work frame.
+ * @param handle the arm.
+ * @param name the frame's name, up to 10 characters.
+ * @param point_num the calibration point's number.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_auto_work_frame(zq_robot_handle* handle, const char* name, int point_num);
-/** @brief Stores work frame `name` at `pose` (m, rad) in the base frame. */
+/**
+ * @brief Stores a work frame at a pose in the base frame.
+ * @param handle the arm.
+ * @param name the frame's name, up to 10 characters.
+ * @param pose position (m) and Euler angles (rad) in the base frame.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_manual_work_frame(zq_robot_handle* handle, const char* name, zq_pose_t pose);
-/** @brief Makes the stored work frame `name` the current one; the handle's frame follows. */
+/**
+ * @brief Makes a stored work frame the current one; the handle's frame follows.
+ * @param handle the arm.
+ * @param name the frame's name.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_change_work_frame(zq_robot_handle* handle, const char* name);
-/** @brief Deletes the stored work frame `name`. */
+/**
+ * @brief Deletes a stored work frame.
+ * @param handle the arm.
+ * @param name the frame's name.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_delete_work_frame(zq_robot_handle* handle, const char* name);
-/** @brief Moves the stored work frame `name` to `pose`. */
+/**
+ * @brief Moves a stored work frame to a new pose.
+ * @param handle the arm.
+ * @param name the frame's name.
+ * @param pose position (m) and Euler angles (rad) in the base frame.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_update_work_frame(zq_robot_handle* handle, const char* name, zq_pose_t pose);
-/** @brief Lists the names of the stored work frames into `names` (at most ZQ_FRAME_LIST_MAX) and their count into `*len`. */
+/**
+ * @brief Lists the names of the stored work frames.
+ * @param handle the arm.
+ * @param[out] names room for ZQ_FRAME_LIST_MAX names.
+ * @param[out] len the number filled.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_total_work_frame(zq_robot_handle* handle, zq_frame_name_t* names, int* len);
-/** @brief Reads the pose of the stored work frame `name` into `*pose`. */
+/**
+ * @brief Reads the pose of a stored work frame.
+ * @param handle the arm.
+ * @param name the frame's name.
+ * @param[out] pose receives it (m, rad, in the base frame).
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_given_work_frame(zq_robot_handle* handle, const char* name, zq_pose_t* pose);
-/** @brief Sets the mounting angles of the base about x, y and z, whole degrees (fractions are cut). */
+/**
+ * @brief Sets the mounting angles of the base, then reads them back.
+ * @param handle the arm.
+ * @param x angle about x, whole degrees (a fraction is cut: 89.9 sets 89).
+ * @param y angle about y, whole degrees.
+ * @param z angle about z, whole degrees.
+ * @return 0 or a common code (that of the read back); waits up to the configuration time-out.
+ */
 ZQ_API int zq_set_install_pose(zq_robot_handle* handle, float x, float y, float z);
-/** @brief Sends new DH parameters for the arm's chain (lengths m, angles degrees). */
+/**
+ * @brief Sends new DH parameters for the arm's chain.
+ * @param handle the arm.
+ * @param dh lengths (m) and angles (degrees) of each joint.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_DH_data(zq_robot_handle* handle, zq_dh_t dh);
-/** @brief Restores the factory DH parameters. */
+/**
+ * @brief Restores the factory DH parameters.
+ * @param handle the arm.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_set_DH_data_default(zq_robot_handle* handle);
-/** @brief Reads the current tool frame into `*frame`. */
+/**
+ * @brief Reads the current tool frame.
+ * @param handle the arm.
+ * @param[out] frame receives it.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_current_tool_frame(zq_robot_handle* handle, zq_frame_t* frame);
-/** @brief Reads the current work frame into `*frame`. */
+/**
+ * @brief Reads the current work frame.
+ * @param handle the arm.
+ * @param[out] frame receives it.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_current_work_frame(zq_robot_handle* handle, zq_frame_t* frame);
-/** @brief Reads the mounting angles of the base, degrees. */
+/**
+ * @brief Reads the mounting angles of the base.
+ * @param handle the arm.
+ * @param[out] x angle about x, degrees.
+ * @param[out] y angle about y, degrees.
+ * @param[out] z angle about z, degrees.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_install_pose(zq_robot_handle* handle, float* x, float* y, float* z);
-/** @brief Reads the arm's DH parameters into `*dh`. */
+/**
+ * @brief Reads the arm's DH parameters.
+ * @param handle the arm.
+ * @param[out] dh receives lengths (m) and angles (degrees) of each joint.
+ * @return 0 or a common code.
+ */
 ZQ_API int zq_get_DH_data(zq_robot_handle* handle, zq_dh_t* dh);
+
+/** @} */
 
 #ifdef __cplusplus
 }

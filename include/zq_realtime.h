@@ -11,6 +11,12 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup realtime Realtime state push
+ * @brief The reports that the controller pushes over UDP: their content, their configuration and the callback that receives them.
+ * @{
+ */
+
 /** Realtime report configuration. Section fields: 1 report, 0 don't, below 0 leave unsaid. */
 typedef struct {
     int32_t cycle; /**< report period, 5 ms units */
@@ -135,6 +141,8 @@ ZQ_API int zq_set_realtime_push(zq_robot_handle* handle, zq_realtime_push_config
  *         not understood. Thread-safe. Both generations.
  */
 ZQ_API int zq_get_realtime_push(zq_robot_handle* handle, zq_realtime_push_config_t* config);
+
+/** @} */
 
 #ifdef __cplusplus
 }

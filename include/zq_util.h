@@ -13,6 +13,12 @@
 extern "C" {
 #endif
 
+/**
+ * @defgroup util Utilities
+ * @brief Logging and small helpers.
+ * @{
+ */
+
 /** Severity of a log line. A line passes when the stored level is at most its own. */
 typedef enum {
     ZQ_LOG_DEBUG = 0,   /**< the exchange in detail: requests, replies, ports */
@@ -57,6 +63,8 @@ ZQ_API void zq_set_log_sink(zq_log_sink_t sink, int level, void* user);
  * documentation.
  */
 ZQ_API const char* zq_strerror(int code);
+
+/** @} */
 
 #ifdef __cplusplus
 }

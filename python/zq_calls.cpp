@@ -425,457 +425,1976 @@ void bind_records(py::module_& m) {
 void bind_calls(py::class_<PyArm>& arm) {
     arm.def("set_joint_drive_max_speed", [](PyArm& s, int joint_num, float speed) {
         return s.nogil([&](zq::Arm& a) { return a.set_joint_drive_max_speed(joint_num, speed); });
-    }, py::arg("joint_num"), py::arg("speed"), "zq_set_joint_drive_max_speed");
+    }, py::arg("joint_num"), py::arg("speed"),
+        "Sets a joint drive's own speed limit.\n"
+        "\n"
+        "Args:\n"
+        "    joint_num: the joint, from 1.\n"
+        "    speed: degrees per second.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_joint_drive_max_speed.");
     arm.def("set_joint_drive_max_acc", [](PyArm& s, int joint_num, float acc) {
         return s.nogil([&](zq::Arm& a) { return a.set_joint_drive_max_acc(joint_num, acc); });
-    }, py::arg("joint_num"), py::arg("acc"), "zq_set_joint_drive_max_acc");
+    }, py::arg("joint_num"), py::arg("acc"),
+        "Sets a joint drive's own acceleration limit.\n"
+        "\n"
+        "Args:\n"
+        "    joint_num: the joint, from 1.\n"
+        "    acc: degrees per second squared.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_joint_drive_max_acc.");
     arm.def("set_joint_drive_min_pos", [](PyArm& s, int joint_num, float pos) {
         return s.nogil([&](zq::Arm& a) { return a.set_joint_drive_min_pos(joint_num, pos); });
-    }, py::arg("joint_num"), py::arg("pos"), "zq_set_joint_drive_min_pos");
+    }, py::arg("joint_num"), py::arg("pos"),
+        "Sets a joint drive's own lower position limit.\n"
+        "\n"
+        "Args:\n"
+        "    joint_num: the joint, from 1.\n"
+        "    pos: degrees.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_joint_drive_min_pos.");
     arm.def("set_joint_drive_max_pos", [](PyArm& s, int joint_num, float pos) {
         return s.nogil([&](zq::Arm& a) { return a.set_joint_drive_max_pos(joint_num, pos); });
-    }, py::arg("joint_num"), py::arg("pos"), "zq_set_joint_drive_max_pos");
+    }, py::arg("joint_num"), py::arg("pos"),
+        "Sets a joint drive's own upper position limit.\n"
+        "\n"
+        "Args:\n"
+        "    joint_num: the joint, from 1.\n"
+        "    pos: degrees.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_joint_drive_max_pos.");
     arm.def("auto_set_joint_limit", [](PyArm& s, int limit_mode) {
         return s.nogil([&](zq::Arm& a) { return a.auto_set_joint_limit(limit_mode); });
-    }, py::arg("limit_mode"), "zq_auto_set_joint_limit");
+    }, py::arg("limit_mode"),
+        "Sets the joint limits automatically, then reads them again into the handle.\n"
+        "\n"
+        "Args:\n"
+        "    limit_mode: the controller's limit mode number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code (that of\n"
+        "        the last read); waits up to the query time-out plus 3000 ms.\n"
+        "\n"
+        "Calls zq_auto_set_joint_limit.");
     arm.def("set_arm_tcp_init", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.set_arm_tcp_init(); });
-    }, "zq_set_arm_tcp_init");
+    },
+        "Restores the factory Cartesian limits.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_arm_tcp_init.");
     arm.def("set_auto_tool_frame", [](PyArm& s, int point_num) {
         return s.nogil([&](zq::Arm& a) { return a.set_auto_tool_frame(point_num); });
-    }, py::arg("point_num"), "zq_set_auto_tool_frame");
+    }, py::arg("point_num"),
+        "Records one point of the automatic tool frame calibration at the arm's present position.\n"
+        "\n"
+        "Args:\n"
+        "    point_num: the calibration point's number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_auto_tool_frame.");
     arm.def("generate_auto_tool_frame", [](PyArm& s, std::string name, float payload, float x, float y, float z) {
         return s.nogil([&](zq::Arm& a) { return a.generate_auto_tool_frame(name, payload, x, y, z); });
-    }, py::arg("name"), py::arg("payload"), py::arg("x"), py::arg("y"), py::arg("z"), "zq_generate_auto_tool_frame");
+    }, py::arg("name"), py::arg("payload"), py::arg("x"), py::arg("y"), py::arg("z"),
+        "Computes and stores the calibrated tool frame.\n"
+        "\n"
+        "Args:\n"
+        "    name: the frame's name, up to 10 characters.\n"
+        "    payload: the tool's payload, kg.\n"
+        "    x: the payload's centre x, m.\n"
+        "    y: the payload's centre y, m.\n"
+        "    z: the payload's centre z, m.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_generate_auto_tool_frame.");
     arm.def("update_tool_frame", [](PyArm& s, const zq_frame_t& frame) {
         return s.nogil([&](zq::Arm& a) { return a.update_tool_frame(frame); });
-    }, py::arg("frame"), "zq_update_tool_frame");
+    }, py::arg("frame"),
+        "Changes the stored tool frame of the same name.\n"
+        "\n"
+        "Args:\n"
+        "    frame: as for zq_set_manual_tool_frame().\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_update_tool_frame.");
     arm.def("set_auto_work_frame", [](PyArm& s, std::string name, int point_num) {
         return s.nogil([&](zq::Arm& a) { return a.set_auto_work_frame(name, point_num); });
-    }, py::arg("name"), py::arg("point_num"), "zq_set_auto_work_frame");
+    }, py::arg("name"), py::arg("point_num"),
+        "Records one point of the automatic calibration of a work frame.\n"
+        "\n"
+        "Args:\n"
+        "    name: the frame's name, up to 10 characters.\n"
+        "    point_num: the calibration point's number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_auto_work_frame.");
     arm.def("update_work_frame", [](PyArm& s, std::string name, const zq_pose_t& pose) {
         return s.nogil([&](zq::Arm& a) { return a.update_work_frame(name, pose); });
-    }, py::arg("name"), py::arg("pose"), "zq_update_work_frame");
+    }, py::arg("name"), py::arg("pose"),
+        "Moves a stored work frame to a new pose.\n"
+        "\n"
+        "Args:\n"
+        "    name: the frame's name.\n"
+        "    pose: position (m) and Euler angles (rad) in the base frame.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_update_work_frame.");
     arm.def("set_dh_data_default", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.set_dh_data_default(); });
-    }, "zq_set_DH_data_default");
+    },
+        "Restores the factory DH parameters.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_DH_data_default.");
     arm.def("set_gripper_route", [](PyArm& s, int min, int max) {
         return s.nogil([&](zq::Arm& a) { return a.set_gripper_route(min, max); });
-    }, py::arg("min"), py::arg("max"), "zq_set_gripper_route");
+    }, py::arg("min"), py::arg("max"),
+        "Sets the gripper's opening range.\n"
+        "\n"
+        "Args:\n"
+        "    min: smallest opening, in the gripper's position units.\n"
+        "    max: largest opening, same units, not below `min`.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to the configuration time-out.\n"
+        "\n"
+        "Calls zq_set_gripper_route.");
     arm.def("set_gripper_release", [](PyArm& s, int speed, bool block, int timeout) {
         s.move([=](zq::Arm& a) { a.set_gripper_release(speed, block, timeout); });
-    }, py::arg("speed"), py::arg("block"), py::arg("timeout"), "zq_set_gripper_release");
+    }, py::arg("speed"), py::arg("block"), py::arg("timeout"),
+        "Opens the gripper.\n"
+        "\n"
+        "Args:\n"
+        "    speed: opening speed, in the gripper's units (passed on unchanged).\n"
+        "    block: true: wait for the gripper's completion report.\n"
+        "    timeout: seconds of that wait. With `block` false and `timeout` 0 the command is sent, no reply\n"
+        "        is read, and 0 comes back after the configuration time-out.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or the\n"
+        "        gripper failed; -5 no completion report within `timeout` seconds; -4 the report named\n"
+        "        another device.\n"
+        "\n"
+        "Calls zq_set_gripper_release.");
     arm.def("set_gripper_pick", [](PyArm& s, int speed, int force, bool block, int timeout) {
         s.move([=](zq::Arm& a) { a.set_gripper_pick(speed, force, block, timeout); });
-    }, py::arg("speed"), py::arg("force"), py::arg("block"), py::arg("timeout"), "zq_set_gripper_pick");
+    }, py::arg("speed"), py::arg("force"), py::arg("block"), py::arg("timeout"),
+        "Closes the gripper until it holds with `force`.\n"
+        "\n"
+        "Args:\n"
+        "    speed: closing speed, in the gripper's units.\n"
+        "    force: gripping force threshold, in the gripper's units.\n"
+        "    block: true: wait for the gripper's completion report.\n"
+        "    timeout: seconds of that wait; with `block` false and 0 the command is sent unanswered.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_gripper_release():\n"
+        "        -5 no completion report, -4 another device.\n"
+        "\n"
+        "Calls zq_set_gripper_pick.");
     arm.def("set_gripper_pick_on", [](PyArm& s, int speed, int force, bool block, int timeout) {
         s.move([=](zq::Arm& a) { a.set_gripper_pick_on(speed, force, block, timeout); });
-    }, py::arg("speed"), py::arg("force"), py::arg("block"), py::arg("timeout"), "zq_set_gripper_pick_on");
+    }, py::arg("speed"), py::arg("force"), py::arg("block"), py::arg("timeout"),
+        "Closes the gripper and keeps pressing with `force` (continuous grip).\n"
+        "\n"
+        "Args:\n"
+        "    speed: closing speed, in the gripper's units.\n"
+        "    force: gripping force threshold, in the gripper's units.\n"
+        "    block: true: wait for the gripper's completion report.\n"
+        "    timeout: seconds of that wait; with `block` false and 0 the command is sent unanswered.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;\n"
+        "        -4 no completion report in time; -5 another device.\n"
+        "\n"
+        "Calls zq_set_gripper_pick_on.");
     arm.def("set_gripper_position", [](PyArm& s, int position, bool block, int timeout) {
         s.move([=](zq::Arm& a) { a.set_gripper_position(position, block, timeout); });
-    }, py::arg("position"), py::arg("block"), py::arg("timeout"), "zq_set_gripper_position");
+    }, py::arg("position"), py::arg("block"), py::arg("timeout"),
+        "Moves the gripper to an opening.\n"
+        "\n"
+        "Args:\n"
+        "    position: the opening, in the gripper's position units.\n"
+        "    block: true: wait for the gripper's completion report.\n"
+        "    timeout: seconds of that wait; with `block` false and 0 the command is sent unanswered.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;\n"
+        "        -4 no completion report in time (logs \"timeout error\"); -5 another device.\n"
+        "\n"
+        "Calls zq_set_gripper_position.");
     arm.def("gripper_state", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.gripper_state(); });
-    }, "zq_get_gripper_state");
+    },
+        "Reads the gripper's state.\n"
+        "\n"
+        "Returns:\n"
+        "    the seven values.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to the query time-out.\n"
+        "\n"
+        "Calls zq_get_gripper_state.");
     arm.def("set_hand_posture", [](PyArm& s, int posture_num, bool block, int timeout) {
         s.move([=](zq::Arm& a) { a.set_hand_posture(posture_num, block, timeout); });
-    }, py::arg("posture_num"), py::arg("block"), py::arg("timeout"), "zq_set_hand_posture");
+    }, py::arg("posture_num"), py::arg("block"), py::arg("timeout"),
+        "Runs one of the postures stored in the dexterous hand.\n"
+        "\n"
+        "Args:\n"
+        "    posture_num: the posture's number, as stored in the hand.\n"
+        "    block: true: wait for the hand's completion report.\n"
+        "    timeout: seconds of that wait.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;\n"
+        "        blocking: -5 no report in time, -4 another device. Waits up to the configuration time-out\n"
+        "        for the acceptance.\n"
+        "\n"
+        "Calls zq_set_hand_posture.");
     arm.def("set_hand_seq", [](PyArm& s, int seq_num, bool block, int timeout) {
         s.move([=](zq::Arm& a) { a.set_hand_seq(seq_num, block, timeout); });
-    }, py::arg("seq_num"), py::arg("block"), py::arg("timeout"), "zq_set_hand_seq");
+    }, py::arg("seq_num"), py::arg("block"), py::arg("timeout"),
+        "Runs one of the action sequences stored in the dexterous hand.\n"
+        "\n"
+        "Args:\n"
+        "    seq_num: the sequence's number, as stored in the hand.\n"
+        "    block: true: wait for the hand's completion report.\n"
+        "    timeout: seconds of that wait.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_hand_posture().\n"
+        "\n"
+        "Calls zq_set_hand_seq.");
     arm.def("set_hand_speed", [](PyArm& s, int speed) {
         return s.nogil([&](zq::Arm& a) { return a.set_hand_speed(speed); });
-    }, py::arg("speed"), "zq_set_hand_speed");
+    }, py::arg("speed"),
+        "Sets the speed of the hand's fingers.\n"
+        "\n"
+        "Args:\n"
+        "    speed: in the hand's units (passed on unchanged).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to the configuration time-out.\n"
+        "\n"
+        "Calls zq_set_hand_speed.");
     arm.def("set_hand_force", [](PyArm& s, int force) {
         return s.nogil([&](zq::Arm& a) { return a.set_hand_force(force); });
-    }, py::arg("force"), "zq_set_hand_force");
+    }, py::arg("force"),
+        "Sets the force threshold of the hand's fingers.\n"
+        "\n"
+        "Args:\n"
+        "    force: in the hand's units (passed on unchanged).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to the configuration time-out.\n"
+        "\n"
+        "Calls zq_set_hand_force.");
     arm.def("set_lift_speed", [](PyArm& s, int speed) {
         return s.nogil([&](zq::Arm& a) { return a.set_lift_speed(speed); });
-    }, py::arg("speed"), "zq_set_lift_speed");
+    }, py::arg("speed"),
+        "Moves the lift at a constant speed (jog); 0 stops it.\n"
+        "\n"
+        "Args:\n"
+        "    speed: signed speed in the lift's units, the sign giving the direction.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_lift_speed.");
     arm.def("set_lift_height", [](PyArm& s, int speed, int height, int block) {
         s.move([=](zq::Arm& a) { a.set_lift_height(speed, height, block); });
-    }, py::arg("speed"), py::arg("height"), py::arg("block"), "zq_set_lift_height");
+    }, py::arg("speed"), py::arg("height"), py::arg("block"),
+        "Moves the lift to a height.\n"
+        "\n"
+        "Args:\n"
+        "    speed: speed, in the lift's units.\n"
+        "    height: target height, in the lift's units.\n"
+        "    block: 0 returns on acceptance; otherwise waits until the lift reports the end of its move, with\n"
+        "        no overall limit (in single-thread mode at most `block` rounds of one second).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;\n"
+        "        -4 another device ended; -5 rounds used up.\n"
+        "\n"
+        "Calls zq_set_lift_height.");
     arm.def("lift_state", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.lift_state(); });
-    }, "zq_get_lift_state");
+    },
+        "Reads the lift's height, current, error flag and mode.\n"
+        "\n"
+        "Returns:\n"
+        "    the lift's state (`pos` is the height).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_lift_state.");
     arm.def("set_expand_speed", [](PyArm& s, int speed) {
         return s.nogil([&](zq::Arm& a) { return a.set_expand_speed(speed); });
-    }, py::arg("speed"), "zq_set_expand_speed");
+    }, py::arg("speed"),
+        "Moves the expansion axis at a constant speed (jog); 0 stops it.\n"
+        "\n"
+        "Args:\n"
+        "    speed: signed speed in the axis' units, the sign giving the direction.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_expand_speed.");
     arm.def("set_expand_pos", [](PyArm& s, int speed, int pos, int block) {
         s.move([=](zq::Arm& a) { a.set_expand_pos(speed, pos, block); });
-    }, py::arg("speed"), py::arg("pos"), py::arg("block"), "zq_set_expand_pos");
+    }, py::arg("speed"), py::arg("pos"), py::arg("block"),
+        "Moves the expansion axis to a position.\n"
+        "\n"
+        "Args:\n"
+        "    speed: speed, in the axis' units.\n"
+        "    pos: target position, in the axis' units.\n"
+        "    block: as zq_set_lift_height().\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_lift_height().\n"
+        "\n"
+        "Calls zq_set_expand_pos.");
     arm.def("expand_state", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.expand_state(); });
-    }, "zq_get_expand_state");
+    },
+        "Reads the expansion axis' position, current, error flag and mode.\n"
+        "\n"
+        "Returns:\n"
+        "    the axis' state.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_expand_state.");
     arm.def("set_zq_plus_mode", [](PyArm& s, int mode) {
         return s.nogil([&](zq::Arm& a) { return a.set_zq_plus_mode(mode); });
-    }, py::arg("mode"), "zq_set_zq_plus_mode");
+    }, py::arg("mode"),
+        "Sets the communication mode of the register-level end-effector device.\n"
+        "\n"
+        "Args:\n"
+        "    mode: the device's mode number, passed on unchanged.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to the configuration time-out.\n"
+        "\n"
+        "Calls zq_set_zq_plus_mode.");
     arm.def("zq_plus_mode", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.zq_plus_mode(); });
-    }, "zq_get_zq_plus_mode");
+    },
+        "Reads the communication mode of the register-level end-effector device.\n"
+        "\n"
+        "Returns:\n"
+        "    the mode number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_zq_plus_mode.");
     arm.def("set_zq_plus_touch", [](PyArm& s, int mode) {
         return s.nogil([&](zq::Arm& a) { return a.set_zq_plus_touch(mode); });
-    }, py::arg("mode"), "zq_set_zq_plus_touch");
+    }, py::arg("mode"),
+        "Sets the touch sensor mode of the register-level end-effector device.\n"
+        "\n"
+        "Args:\n"
+        "    mode: the touch mode number, passed on unchanged.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to the configuration time-out.\n"
+        "\n"
+        "Calls zq_set_zq_plus_touch.");
     arm.def("zq_plus_touch", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.zq_plus_touch(); });
-    }, "zq_get_zq_plus_touch");
+    },
+        "Reads the touch sensor mode of the register-level end-effector device.\n"
+        "\n"
+        "Returns:\n"
+        "    the touch mode number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_zq_plus_touch.");
     arm.def("zq_plus_base_info", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.zq_plus_base_info(); });
-    }, "zq_get_zq_plus_base_info");
+    },
+        "Reads the fixed description of the register-level end-effector device.\n"
+        "\n"
+        "Returns:\n"
+        "    the record; a missing number reads -1, a value that is no number -3.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the controller reports no\n"
+        "        such device; -3 the reply lacks the description.\n"
+        "\n"
+        "Calls zq_get_zq_plus_base_info.");
     arm.def("zq_plus_state_info", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.zq_plus_state_info(); });
-    }, "zq_get_zq_plus_state_info");
+    },
+        "Reads the live state of the register-level end-effector device.\n"
+        "\n"
+        "Returns:\n"
+        "    the record; a missing number reads -1, a value that is no number -3.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_get_zq_plus_base_info().\n"
+        "\n"
+        "Calls zq_get_zq_plus_state_info.");
     arm.def("set_tool_do_state", [](PyArm& s, int io_num, int state) {
         return s.nogil([&](zq::Arm& a) { return a.set_tool_do_state(io_num, state); });
-    }, py::arg("io_num"), py::arg("state"), "zq_set_tool_DO_state");
+    }, py::arg("io_num"), py::arg("state"),
+        "Sets a digital output of the tool connector.\n"
+        "\n"
+        "Args:\n"
+        "    io_num: the output's number on the tool connector.\n"
+        "    state: 1 high, 0 low.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_tool_DO_state.");
     arm.def("set_tool_io_mode", [](PyArm& s, int io_num, int state) {
         return s.nogil([&](zq::Arm& a) { return a.set_tool_io_mode(io_num, state); });
-    }, py::arg("io_num"), py::arg("state"), "zq_set_tool_IO_mode");
+    }, py::arg("io_num"), py::arg("state"),
+        "Sets a tool connector IO as input or output.\n"
+        "\n"
+        "Args:\n"
+        "    io_num: the IO's number on the tool connector.\n"
+        "    state: the IO's mode number, passed on unchanged.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_tool_IO_mode.");
     arm.def("set_tool_voltage", [](PyArm& s, int voltage_type) {
         return s.nogil([&](zq::Arm& a) { return a.set_tool_voltage(voltage_type); });
-    }, py::arg("voltage_type"), "zq_set_tool_voltage");
+    }, py::arg("voltage_type"),
+        "Sets the supply voltage of the tool connector.\n"
+        "\n"
+        "Args:\n"
+        "    voltage_type: the controller's voltage code, passed on unchanged.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_tool_voltage.");
     arm.def("tool_voltage", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.tool_voltage(); });
-    }, "zq_get_tool_voltage");
+    },
+        "Reads the supply voltage of the tool connector.\n"
+        "\n"
+        "Returns:\n"
+        "    the controller's voltage code.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_tool_voltage.");
     arm.def("force_data", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.force_data(); });
-    }, "zq_get_force_data");
+    },
+        "Reads the six-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.\n"
+        "\n"
+        "Returns:\n"
+        "    four sets of Fx, Fy, Fz (N) and Mx, My, Mz (N·m).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to the query time-out.\n"
+        "\n"
+        "Calls zq_get_force_data.");
     arm.def("clear_force_data", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.clear_force_data(); });
-    }, "zq_clear_force_data");
+    },
+        "Zeroes the force sensor at its present reading.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_clear_force_data.");
     arm.def("set_force_sensor", [](PyArm& s, bool block) {
         s.move([=](zq::Arm& a) { a.set_force_sensor(block); });
-    }, py::arg("block"), "zq_set_force_sensor");
+    }, py::arg("block"),
+        "Starts the automatic calibration of the force sensor.\n"
+        "\n"
+        "Args:\n"
+        "    block: true: waits up to 30 s for the end of the calibration; false: sent, no reply read, 0\n"
+        "        after 10 ms.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_force_sensor.");
     arm.def("stop_set_force_sensor", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.stop_set_force_sensor(); });
-    }, "zq_stop_set_force_sensor");
+    },
+        "Stops a running force sensor calibration.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_stop_set_force_sensor.");
     arm.def("fz", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.fz(); });
-    }, "zq_get_Fz");
+    },
+        "Reads the one-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.\n"
+        "\n"
+        "Returns:\n"
+        "    the four forces, N.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 the arm\n"
+        "        has no one-axis sensor (force type 1), nothing sent.\n"
+        "\n"
+        "Calls zq_get_Fz.");
     arm.def("clear_fz", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.clear_fz(); });
-    }, "zq_clear_Fz");
+    },
+        "Zeroes the one-axis force sensor at its present reading.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_clear_Fz.");
     arm.def("auto_set_fz", [](PyArm& s, bool block) {
         s.move([=](zq::Arm& a) { a.auto_set_fz(block); });
-    }, py::arg("block"), "zq_auto_set_Fz");
+    }, py::arg("block"),
+        "Starts the automatic calibration of the one-axis force sensor.\n"
+        "\n"
+        "Args:\n"
+        "    block: true: waits up to 30 s for the end; false: sent, no reply read, 0 after 10 ms.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_auto_set_Fz.");
     arm.def("set_force_position", [](PyArm& s, int sensor, int mode, int direction, float force) {
         return s.nogil([&](zq::Arm& a) { return a.set_force_position(sensor, mode, direction, force); });
-    }, py::arg("sensor"), py::arg("mode"), py::arg("direction"), py::arg("force"), "zq_set_force_position");
+    }, py::arg("sensor"), py::arg("mode"), py::arg("direction"), py::arg("force"),
+        "Starts force-position control along one direction.\n"
+        "\n"
+        "Args:\n"
+        "    sensor: the sensor to use, the controller's number.\n"
+        "    mode: the frame of the control, the controller's number.\n"
+        "    direction: the controlled axis, the controller's number.\n"
+        "    force: the force to hold, N; truncated to whole newtons, so 2.9 holds 2 N.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_force_position.");
     arm.def("set_force_position_new", [](PyArm& s, const zq_force_position_t& param) {
         return s.nogil([&](zq::Arm& a) { return a.set_force_position_new(param); });
-    }, py::arg("param"), "zq_set_force_position_new");
+    }, py::arg("param"),
+        "Starts force-position control on any of the six axes, with force and speed limits.\n"
+        "\n"
+        "Args:\n"
+        "    param: the sensor, frame, per-axis control mode, desired forces (N, N·m, to 0.1) and speed\n"
+        "        limits per axis.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_force_position_new.");
     arm.def("stop_force_position", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.stop_force_position(); });
-    }, "zq_stop_force_position");
+    },
+        "Ends force-position control.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_stop_force_position.");
     arm.def("start_force_position_move", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.start_force_position_move(); });
-    }, "zq_start_force_position_move");
+    },
+        "Enters streamed force-position control; set points follow with zq_force_position_move().\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_start_force_position_move.");
     arm.def("stop_force_position_move", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.stop_force_position_move(); });
-    }, "zq_stop_force_position_move");
+    },
+        "Leaves streamed force-position control.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_stop_force_position_move.");
     arm.def("force_position_move_pose", [](PyArm& s, const zq_pose_t& pose, int sensor, int mode, int dir, float force, bool follow) {
         return s.nogil([&](zq::Arm& a) { return a.force_position_move_pose(pose, sensor, mode, dir, force, follow); });
-    }, py::arg("pose"), py::arg("sensor"), py::arg("mode"), py::arg("dir"), py::arg("force"), py::arg("follow"), "zq_force_position_move_pose");
+    }, py::arg("pose"), py::arg("sensor"), py::arg("mode"), py::arg("dir"), py::arg("force"), py::arg("follow"),
+        "Streams a pose set point under force-position control; no reply is read.\n"
+        "\n"
+        "Args:\n"
+        "    pose: the tool pose (m, rad). A unit quaternion (squared norm strictly between 0.99 and 1.1) is\n"
+        "        sent as the orientation, else the Euler angles.\n"
+        "    sensor: the sensor to use, the controller's number.\n"
+        "    mode: the frame of the control, the controller's number.\n"
+        "    dir: the controlled axis, the controller's number.\n"
+        "    force: the force to hold, N, truncated to whole newtons.\n"
+        "    follow: the controller's follow flag (true: tight following).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -1 send failed.\n"
+        "\n"
+        "Calls zq_force_position_move_pose.");
     arm.def("force_position_move", [](PyArm& s, const zq_force_position_move_t& param) {
         return s.nogil([&](zq::Arm& a) { return a.force_position_move(param); });
-    }, py::arg("param"), "zq_force_position_move");
+    }, py::arg("param"),
+        "Streams a joint or pose set point with per-axis force control; no reply is read.\n"
+        "\n"
+        "Args:\n"
+        "    param: target (`flag` 0 the joints, else the pose), sensor, frame, per-axis modes, forces (N)\n"
+        "        and speed limits, trajectory mode and its `radio` (mode 0: 0; mode 1: 0 to 100; mode 2: 0 to\n"
+        "        1000; other values are sent with a warning).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -1 send failed.\n"
+        "\n"
+        "Calls zq_force_position_move.");
     arm.def("start_drag_teach", [](PyArm& s, int trajectory_record) {
         return s.nogil([&](zq::Arm& a) { return a.start_drag_teach(trajectory_record); });
-    }, py::arg("trajectory_record"), "zq_start_drag_teach");
+    }, py::arg("trajectory_record"),
+        "Starts drag teaching: the arm follows the operator's hand.\n"
+        "\n"
+        "Args:\n"
+        "    trajectory_record: 1 records the dragged trajectory for replay, 0 does not.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_start_drag_teach.");
     arm.def("stop_drag_teach", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.stop_drag_teach(); });
-    }, "zq_stop_drag_teach");
+    },
+        "Ends drag teaching.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_stop_drag_teach.");
     arm.def("start_multi_drag_teach", [](PyArm& s, int mode, int singular_wall) {
         return s.nogil([&](zq::Arm& a) { return a.start_multi_drag_teach(mode, singular_wall); });
-    }, py::arg("mode"), py::arg("singular_wall"), "zq_start_multi_drag_teach");
+    }, py::arg("mode"), py::arg("singular_wall"),
+        "Starts drag teaching with the six-axis force sensor.\n"
+        "\n"
+        "Args:\n"
+        "    mode: which axes are free, the controller's number.\n"
+        "    singular_wall: the controller's singularity wall setting.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; 1 the arm\n"
+        "        has no six-axis force sensor; -4 on generation 4.\n"
+        "\n"
+        "Calls zq_start_multi_drag_teach.");
     arm.def("start_multi_drag_teach_new", [](PyArm& s, const zq_multi_drag_teach_t& param) {
         return s.nogil([&](zq::Arm& a) { return a.start_multi_drag_teach_new(param); });
-    }, py::arg("param"), "zq_start_multi_drag_teach_new");
+    }, py::arg("param"),
+        "Starts drag teaching with a free/locked choice per Cartesian axis.\n"
+        "\n"
+        "Args:\n"
+        "    param: the frame, and on six-axis force arms the six free axes (1 free) and the singularity\n"
+        "        wall; other arms send only the frame, with a warning.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_start_multi_drag_teach_new.");
     arm.def("set_drag_teach_sensitivity", [](PyArm& s, int grade) {
         return s.nogil([&](zq::Arm& a) { return a.set_drag_teach_sensitivity(grade); });
-    }, py::arg("grade"), "zq_set_drag_teach_sensitivity");
+    }, py::arg("grade"),
+        "Sets how readily the arm yields while it is dragged.\n"
+        "\n"
+        "Args:\n"
+        "    grade: the sensitivity grade, passed on unchanged.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to the configuration time-out.\n"
+        "\n"
+        "Calls zq_set_drag_teach_sensitivity.");
     arm.def("drag_teach_sensitivity", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.drag_teach_sensitivity(); });
-    }, "zq_get_drag_teach_sensitivity");
+    },
+        "Reads the drag teaching sensitivity.\n"
+        "\n"
+        "Returns:\n"
+        "    the sensitivity grade.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_drag_teach_sensitivity.");
     arm.def("set_force_drag_mode", [](PyArm& s, int mode) {
         return s.nogil([&](zq::Arm& a) { return a.set_force_drag_mode(mode); });
-    }, py::arg("mode"), "zq_set_force_drag_mode");
+    }, py::arg("mode"),
+        "Chooses how the arm is dragged: by the joints' currents or by its force sensor.\n"
+        "\n"
+        "Args:\n"
+        "    mode: the controller's drag mode number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on an\n"
+        "        arm without a force sensor, nothing sent.\n"
+        "\n"
+        "Calls zq_set_force_drag_mode.");
     arm.def("force_drag_mode", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.force_drag_mode(); });
-    }, "zq_get_force_drag_mode");
+    },
+        "Reads the drag mode.\n"
+        "\n"
+        "Returns:\n"
+        "    the controller's drag mode number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on an\n"
+        "        arm without a force sensor.\n"
+        "\n"
+        "Calls zq_get_force_drag_mode.");
     arm.def("drag_trajectory_origin", [](PyArm& s, int block) {
         s.move([=](zq::Arm& a) { a.drag_trajectory_origin(block); });
-    }, py::arg("block"), "zq_drag_trajectory_origin");
+    }, py::arg("block"),
+        "Moves the arm to the start of the dragged trajectory.\n"
+        "\n"
+        "Args:\n"
+        "    block: 0 returns once sent; otherwise waits for the end of the move (thread modes 1 and 2, no\n"
+        "        overall limit) or at most `block` rounds of one second (single-thread mode).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 failed; -4 another\n"
+        "        device ended; -5 rounds used up.\n"
+        "\n"
+        "Calls zq_drag_trajectory_origin.");
     arm.def("run_drag_trajectory", [](PyArm& s, int block) {
         s.move([=](zq::Arm& a) { a.run_drag_trajectory(block); });
-    }, py::arg("block"), "zq_run_drag_trajectory");
+    }, py::arg("block"),
+        "Replays the dragged trajectory.\n"
+        "\n"
+        "Args:\n"
+        "    block: 0 returns at once (0 when sent); otherwise the call first waits `block` seconds, then\n"
+        "        watches the replay until it ends.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_run_drag_trajectory.");
     arm.def("pause_drag_trajectory", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.pause_drag_trajectory(); });
-    }, "zq_pause_drag_trajectory");
+    },
+        "Pauses the replay of the dragged trajectory.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_pause_drag_trajectory.");
     arm.def("continue_drag_trajectory", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.continue_drag_trajectory(); });
-    }, "zq_continue_drag_trajectory");
+    },
+        "Resumes a paused replay.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_continue_drag_trajectory.");
     arm.def("stop_drag_trajectory", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.stop_drag_trajectory(); });
-    }, "zq_stop_drag_trajectory");
+    },
+        "Stops the replay.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_stop_drag_trajectory.");
     arm.def("set_io_mode", [](PyArm& s, int io_num, const zq_io_config_t& config) {
         return s.nogil([&](zq::Arm& a) { return a.set_io_mode(io_num, config); });
-    }, py::arg("io_num"), py::arg("config"), "zq_set_IO_mode");
+    }, py::arg("io_num"), py::arg("config"),
+        "Sets the mode of one controller IO port.\n"
+        "\n"
+        "Args:\n"
+        "    io_num: the port, 0 to 4.\n"
+        "    config: mode 0 to 14 (the controller's numbering); mode 14 also sends the realtime speed and\n"
+        "        speed mode.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; 1 with\n"
+        "        nothing sent for a port or mode out of range; -4 with nothing sent for a null config.\n"
+        "\n"
+        "Calls zq_set_IO_mode.");
     arm.def("set_do_state", [](PyArm& s, int io_num, int state) {
         return s.nogil([&](zq::Arm& a) { return a.set_do_state(io_num, state); });
-    }, py::arg("io_num"), py::arg("state"), "zq_set_DO_state");
+    }, py::arg("io_num"), py::arg("state"),
+        "Sets a digital output of the controller.\n"
+        "\n"
+        "Args:\n"
+        "    io_num: the output's number.\n"
+        "    state: 1 high, 0 low.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_DO_state.");
     arm.def("io_state", [](PyArm& s, int io_num) {
         return s.nogil([&](zq::Arm& a) { return a.io_state(io_num); });
-    }, py::arg("io_num"), "zq_get_IO_state");
+    }, py::arg("io_num"),
+        "Reads the level and mode of one controller IO port.\n"
+        "\n"
+        "Args:\n"
+        "    io_num: the port, 0 to 4.\n"
+        "\n"
+        "Returns:\n"
+        "    level and mode; below mode 14 the speed fields read -1.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; 1 with\n"
+        "        nothing sent for a port out of range.\n"
+        "\n"
+        "Calls zq_get_IO_state.");
     arm.def("set_voltage", [](PyArm& s, int voltage_type, bool start_enable) {
         return s.nogil([&](zq::Arm& a) { return a.set_voltage(voltage_type, start_enable); });
-    }, py::arg("voltage_type"), py::arg("start_enable"), "zq_set_voltage");
+    }, py::arg("voltage_type"), py::arg("start_enable"),
+        "Sets the controller's IO supply voltage.\n"
+        "\n"
+        "Args:\n"
+        "    voltage_type: the controller's voltage code, passed on unchanged.\n"
+        "    start_enable: true: the controller applies it at every start.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_voltage.");
     arm.def("voltage", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.voltage(); });
-    }, "zq_get_voltage");
+    },
+        "Reads the controller's IO supply voltage.\n"
+        "\n"
+        "Returns:\n"
+        "    the controller's voltage code.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_voltage.");
     arm.def("set_rs485", [](PyArm& s, int baudrate) {
         return s.nogil([&](zq::Arm& a) { return a.set_rs485(baudrate); });
-    }, py::arg("baudrate"), "zq_set_RS485");
+    }, py::arg("baudrate"),
+        "Sets the baud rate of the controller's RS485 port (generation 3).\n"
+        "\n"
+        "Args:\n"
+        "    baudrate: bits per second.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -2 on generation\n"
+        "        4. No reply is read: returns after an 800 ms pause.\n"
+        "\n"
+        "Calls zq_set_RS485.");
     arm.def("controller_rs485_mode", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.controller_rs485_mode(); });
-    }, "zq_get_controller_RS485_mode");
+    },
+        "Reads the mode of the controller's RS485 port (generation 3).\n"
+        "\n"
+        "Returns:\n"
+        "    mode: the port's mode, the controller's number.\n"
+        "    baudrate: bits per second.\n"
+        "    modbus_timeout: the Modbus RTU time-out as the controller reports it; 0 when the port is not in\n"
+        "        Modbus RTU mode.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 4.\n"
+        "\n"
+        "Calls zq_get_controller_RS485_mode.");
     arm.def("tool_rs485_mode", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.tool_rs485_mode(); });
-    }, "zq_get_tool_RS485_mode");
+    },
+        "Reads the mode of the tool connector's RS485 port (generation 3).\n"
+        "\n"
+        "Returns:\n"
+        "    mode: the port's mode, the controller's number.\n"
+        "    baudrate: bits per second.\n"
+        "    modbus_timeout: the Modbus RTU time-out as reported; 0 when not in Modbus RTU mode.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 4.\n"
+        "\n"
+        "Calls zq_get_tool_RS485_mode.");
     arm.def("set_modbus_mode", [](PyArm& s, int port, int baudrate, int timeout) {
         return s.nogil([&](zq::Arm& a) { return a.set_modbus_mode(port, baudrate, timeout); });
-    }, py::arg("port"), py::arg("baudrate"), py::arg("timeout"), "zq_set_modbus_mode");
+    }, py::arg("port"), py::arg("baudrate"), py::arg("timeout"),
+        "Puts a serial port into Modbus RTU master mode (generation 3).\n"
+        "\n"
+        "Args:\n"
+        "    port: the port, the controller's number (controller or tool connector).\n"
+        "    baudrate: bits per second.\n"
+        "    timeout: the bus time-out, 100 ms units (0 or less counts as 1). It also sets the process-wide\n"
+        "        wait of the peripheral reads and writes to `timeout` × 100 ms plus the query time-out.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 4.\n"
+        "\n"
+        "Calls zq_set_modbus_mode.");
     arm.def("close_modbus_mode", [](PyArm& s, int port) {
         return s.nogil([&](zq::Arm& a) { return a.close_modbus_mode(port); });
-    }, py::arg("port"), "zq_close_modbus_mode");
+    }, py::arg("port"),
+        "Ends Modbus RTU mode on a serial port (generation 3).\n"
+        "\n"
+        "Args:\n"
+        "    port: the port, as for zq_set_modbus_mode().\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 4.\n"
+        "\n"
+        "Calls zq_close_modbus_mode.");
     arm.def("set_modbustcp_mode", [](PyArm& s, std::string ip, int port, int timeout) {
         return s.nogil([&](zq::Arm& a) { return a.set_modbustcp_mode(ip, port, timeout); });
-    }, py::arg("ip"), py::arg("port"), py::arg("timeout"), "zq_set_modbustcp_mode");
+    }, py::arg("ip"), py::arg("port"), py::arg("timeout"),
+        "Connects the controller as Modbus TCP master to a device (generation 3).\n"
+        "\n"
+        "Args:\n"
+        "    ip: the device's dotted IPv4 address.\n"
+        "    port: its TCP port.\n"
+        "    timeout: the bus time-out, ms (0 or less counts as 1); the peripheral reads and writes then wait\n"
+        "        `timeout` plus the query time-out (process-wide).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 4 or for a bad address.\n"
+        "\n"
+        "Calls zq_set_modbustcp_mode.");
     arm.def("close_modbustcp_mode", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.close_modbustcp_mode(); });
-    }, "zq_close_modbustcp_mode");
+    },
+        "Ends the Modbus TCP master connection (generation 3).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 4.\n"
+        "\n"
+        "Calls zq_close_modbustcp_mode.");
     arm.def("set_controller_rs485_mode", [](PyArm& s, int mode, int baudrate) {
         return s.nogil([&](zq::Arm& a) { return a.set_controller_rs485_mode(mode, baudrate); });
-    }, py::arg("mode"), py::arg("baudrate"), "zq_set_controller_rs485_mode");
+    }, py::arg("mode"), py::arg("baudrate"),
+        "Sets the mode and baud rate of the controller's RS485 port (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    mode: the port's mode, the controller's number.\n"
+        "    baudrate: bits per second.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_set_controller_rs485_mode.");
     arm.def("controller_rs485_mode_v4", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.controller_rs485_mode_v4(); });
-    }, "zq_get_controller_rs485_mode_v4");
+    },
+        "Reads the mode and baud rate of the controller's RS485 port (generation 4).\n"
+        "\n"
+        "Returns:\n"
+        "    mode: the port's mode.\n"
+        "    baudrate: bits per second.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_get_controller_rs485_mode_v4.");
     arm.def("set_tool_rs485_mode", [](PyArm& s, int mode, int baudrate) {
         return s.nogil([&](zq::Arm& a) { return a.set_tool_rs485_mode(mode, baudrate); });
-    }, py::arg("mode"), py::arg("baudrate"), "zq_set_tool_rs485_mode");
+    }, py::arg("mode"), py::arg("baudrate"),
+        "Sets the mode and baud rate of the tool connector's RS485 port (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    mode: the port's mode, the controller's number.\n"
+        "    baudrate: bits per second.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_set_tool_rs485_mode.");
     arm.def("tool_rs485_mode_v4", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.tool_rs485_mode_v4(); });
-    }, "zq_get_tool_rs485_mode_v4");
+    },
+        "Reads the mode and baud rate of the tool connector's RS485 port (generation 4).\n"
+        "\n"
+        "Returns:\n"
+        "    mode: the port's mode.\n"
+        "    baudrate: bits per second.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_get_tool_rs485_mode_v4.");
     arm.def("write_single_coil", [](PyArm& s, const zq_peripheral_read_write_params_t& params, int data) {
         return s.nogil([&](zq::Arm& a) { return a.write_single_coil(params, data); });
-    }, py::arg("params"), py::arg("data"), "zq_write_single_coil");
+    }, py::arg("params"), py::arg("data"),
+        "Writes one coil of a Modbus device on a port (generation 3).\n"
+        "\n"
+        "Args:\n"
+        "    params: port, address and device.\n"
+        "    data: 1 on, 0 off.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 refused; -4 on generation\n"
+        "        4. Waits up to the bus time-out.\n"
+        "\n"
+        "Calls zq_write_single_coil.");
     arm.def("write_single_register", [](PyArm& s, const zq_peripheral_read_write_params_t& params, int data) {
         return s.nogil([&](zq::Arm& a) { return a.write_single_register(params, data); });
-    }, py::arg("params"), py::arg("data"), "zq_write_single_register");
+    }, py::arg("params"), py::arg("data"),
+        "Writes one holding register of a Modbus device on a port (generation 3).\n"
+        "\n"
+        "Args:\n"
+        "    params: port, address and device.\n"
+        "    data: the register's value.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_write_single_coil().\n"
+        "\n"
+        "Calls zq_write_single_register.");
     arm.def("write_modbus_rtu_coils", [](PyArm& s, const zq_modbus_rtu_write_params_t& params) {
         return s.nogil([&](zq::Arm& a) { return a.write_modbus_rtu_coils(params); });
-    }, py::arg("params"), "zq_write_modbus_rtu_coils");
+    }, py::arg("params"),
+        "Writes coils of a Modbus RTU device (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    params: first address, device, port type, count (0 to ZQ_MODBUS_DATA_MAX) and one value per\n"
+        "        coil.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 refused; -4 on generation\n"
+        "        3 or a count out of range.\n"
+        "\n"
+        "Calls zq_write_modbus_rtu_coils.");
     arm.def("write_modbus_rtu_registers", [](PyArm& s, const zq_modbus_rtu_write_params_t& params) {
         return s.nogil([&](zq::Arm& a) { return a.write_modbus_rtu_registers(params); });
-    }, py::arg("params"), "zq_write_modbus_rtu_registers");
+    }, py::arg("params"),
+        "Writes holding registers of a Modbus RTU device (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    params: first address, device, port type, count (0 to ZQ_MODBUS_DATA_MAX) and one value per\n"
+        "        register.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as\n"
+        "        zq_write_modbus_rtu_coils().\n"
+        "\n"
+        "Calls zq_write_modbus_rtu_registers.");
     arm.def("write_modbus_tcp_coils", [](PyArm& s, const zq_modbus_tcp_write_params_t& params) {
         return s.nogil([&](zq::Arm& a) { return a.write_modbus_tcp_coils(params); });
-    }, py::arg("params"), "zq_write_modbus_tcp_coils");
+    }, py::arg("params"),
+        "Writes coils of a Modbus TCP device (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    params: first address, device (as for the reads), count 0 to ZQ_MODBUS_DATA_MAX and one value\n"
+        "        per coil.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 refused; -4 on generation\n"
+        "        3. Waits as zq_read_modbus_tcp_coils().\n"
+        "\n"
+        "Calls zq_write_modbus_tcp_coils.");
     arm.def("write_modbus_tcp_registers", [](PyArm& s, const zq_modbus_tcp_write_params_t& params) {
         return s.nogil([&](zq::Arm& a) { return a.write_modbus_tcp_registers(params); });
-    }, py::arg("params"), "zq_write_modbus_tcp_registers");
+    }, py::arg("params"),
+        "Writes holding registers of a Modbus TCP device (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    params: first address, device (as for the reads), count 0 to ZQ_MODBUS_DATA_MAX and one value\n"
+        "        per register.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as\n"
+        "        zq_write_modbus_tcp_coils().\n"
+        "\n"
+        "Calls zq_write_modbus_tcp_registers.");
     arm.def("add_modbus_tcp_master", [](PyArm& s, const zq_modbus_tcp_master_info_t& master) {
         return s.nogil([&](zq::Arm& a) { return a.add_modbus_tcp_master(master); });
-    }, py::arg("master"), "zq_add_modbus_tcp_master");
+    }, py::arg("master"),
+        "Stores a named Modbus TCP master on the controller (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    master: its name (up to 19 characters), dotted IPv4 address and port.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_add_modbus_tcp_master.");
     arm.def("update_modbus_tcp_master", [](PyArm& s, std::string name, const zq_modbus_tcp_master_info_t& master) {
         return s.nogil([&](zq::Arm& a) { return a.update_modbus_tcp_master(name, master); });
-    }, py::arg("name"), py::arg("master"), "zq_update_modbus_tcp_master");
+    }, py::arg("name"), py::arg("master"),
+        "Changes a stored Modbus TCP master (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    name: the master's present name.\n"
+        "    master: its new name, address and port.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_update_modbus_tcp_master.");
     arm.def("delete_modbus_tcp_master", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.delete_modbus_tcp_master(name); });
-    }, py::arg("name"), "zq_delete_modbus_tcp_master");
+    }, py::arg("name"),
+        "Deletes a stored Modbus TCP master (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    name: the master's name.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_delete_modbus_tcp_master.");
     arm.def("modbus_tcp_master", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.modbus_tcp_master(name); });
-    }, py::arg("name"), "zq_get_modbus_tcp_master");
+    }, py::arg("name"),
+        "Reads a stored Modbus TCP master by name (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    name: the master's name.\n"
+        "\n"
+        "Returns:\n"
+        "    its name, address and port.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no master has that name;\n"
+        "        -4 on generation 3.\n"
+        "\n"
+        "Calls zq_get_modbus_tcp_master.");
     arm.def("modbus_tcp_master_list", [](PyArm& s, int page_num, int page_size, std::optional<std::string> vague_search) {
         return s.nogil([&](zq::Arm& a) { return a.modbus_tcp_master_list(page_num, page_size, vague_search); });
-    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(), "zq_get_modbus_tcp_master_list");
+    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(),
+        "Reads one page of the stored Modbus TCP masters (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    page_num: the page, from 1.\n"
+        "    page_size: entries per page, at most ZQ_MODBUS_TCP_MASTER_LIST_MAX.\n"
+        "    vague_search: a fragment of the name to filter by; null for all.\n"
+        "\n"
+        "Returns:\n"
+        "    the page and the total count.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3. Waits up to the configuration time-out plus 1000 ms.\n"
+        "\n"
+        "Calls zq_get_modbus_tcp_master_list.");
     arm.def("send_project", [](PyArm& s, const zq_send_project_t& project) {
         return s.nogil([&](zq::Arm& a) { return a.send_project(project); });
-    }, py::arg("project"), "zq_send_project");
+    }, py::arg("project"),
+        "Uploads a program file from the host to the controller (generation 3).\n"
+        "\n"
+        "Args:\n"
+        "    project: the file's path and the program's settings; with `project_type` not 0 a copy with the\n"
+        "        two header lines the controller expects is written beside the file and sent.\n"
+        "\n"
+        "Returns:\n"
+        "    -1 on success, else the program line the controller rejected.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 the controller\n"
+        "        rejected the program; -5 the file cannot be opened, read or written; -6 on generation 4.\n"
+        "        Sends about 50 kB per second, then waits up to 2000 ms; send nothing else on this session\n"
+        "        meanwhile.\n"
+        "\n"
+        "Calls zq_send_project.");
     arm.def("set_plan_speed", [](PyArm& s, int speed) {
         return s.nogil([&](zq::Arm& a) { return a.set_plan_speed(speed); });
-    }, py::arg("speed"), "zq_set_plan_speed");
+    }, py::arg("speed"),
+        "Scales the speed of the running program.\n"
+        "\n"
+        "Args:\n"
+        "    speed: percent of the programmed speed.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_plan_speed.");
     arm.def("program_trajectory_list", [](PyArm& s, int page_num, int page_size, std::optional<std::string> vague_search) {
         return s.nogil([&](zq::Arm& a) { return a.program_trajectory_list(page_num, page_size, vague_search); });
-    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(), "zq_get_program_trajectory_list");
+    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(),
+        "Reads one page of the programs stored on the controller.\n"
+        "\n"
+        "Args:\n"
+        "    page_num: the page, from 1.\n"
+        "    page_size: entries per page.\n"
+        "    vague_search: a fragment of the name to filter by; null for all.\n"
+        "\n"
+        "Returns:\n"
+        "    the page (at most ZQ_LIST_ENTRIES entries) and the total count.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_program_trajectory_list.");
     arm.def("set_program_id_run", [](PyArm& s, int id, int speed, int block) {
         s.move([=](zq::Arm& a) { a.set_program_id_run(id, speed, block); });
-    }, py::arg("id"), py::arg("speed"), py::arg("block"), "zq_set_program_id_run");
+    }, py::arg("id"), py::arg("speed"), py::arg("block"),
+        "Runs a stored program.\n"
+        "\n"
+        "Args:\n"
+        "    id: the program's number.\n"
+        "    speed: percent of the programmed speed; 0 keeps the program's own speed.\n"
+        "    block: 0 returns once the program started; otherwise waits for its end (threaded modes: no\n"
+        "        overall limit; single-thread mode: at most `block` seconds).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused; -4 the end\n"
+        "        was not reported. Waits up to 15000 ms for the start.\n"
+        "\n"
+        "Calls zq_set_program_id_run.");
     arm.def("program_run_state", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.program_run_state(); });
-    }, "zq_get_program_run_state");
+    },
+        "Reads the state of the program run (generation 3).\n"
+        "\n"
+        "Returns:\n"
+        "    the record.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 4.\n"
+        "\n"
+        "Calls zq_get_program_run_state.");
     arm.def("flowchart_program_run_state", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.flowchart_program_run_state(); });
-    }, "zq_get_flowchart_program_run_state");
+    },
+        "Reads the state of the flowchart program run (generation 4).\n"
+        "\n"
+        "Returns:\n"
+        "    the record.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_get_flowchart_program_run_state.");
     arm.def("delete_program_trajectory", [](PyArm& s, int id) {
         return s.nogil([&](zq::Arm& a) { return a.delete_program_trajectory(id); });
-    }, py::arg("id"), "zq_delete_program_trajectory");
+    }, py::arg("id"),
+        "Deletes a stored program.\n"
+        "\n"
+        "Args:\n"
+        "    id: the program's number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_delete_program_trajectory.");
     arm.def("update_program_trajectory", [](PyArm& s, int id, int plan_speed, std::string project_name) {
         return s.nogil([&](zq::Arm& a) { return a.update_program_trajectory(id, plan_speed, project_name); });
-    }, py::arg("id"), py::arg("plan_speed"), py::arg("project_name"), "zq_update_program_trajectory");
+    }, py::arg("id"), py::arg("plan_speed"), py::arg("project_name"),
+        "Changes the speed and name of a stored program.\n"
+        "\n"
+        "Args:\n"
+        "    id: the program's number.\n"
+        "    plan_speed: its new speed, percent.\n"
+        "    project_name: its new name.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_update_program_trajectory.");
     arm.def("set_default_run_program", [](PyArm& s, int id) {
         return s.nogil([&](zq::Arm& a) { return a.set_default_run_program(id); });
-    }, py::arg("id"), "zq_set_default_run_program");
+    }, py::arg("id"),
+        "Chooses the program that runs when the controller is started in its default-run mode.\n"
+        "\n"
+        "Args:\n"
+        "    id: the program's number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_default_run_program.");
     arm.def("default_run_program", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.default_run_program(); });
-    }, "zq_get_default_run_program");
+    },
+        "Reads the program chosen for the default run.\n"
+        "\n"
+        "Returns:\n"
+        "    its number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_default_run_program.");
     arm.def("add_global_waypoint", [](PyArm& s, const zq_waypoint_t& waypoint) {
         return s.nogil([&](zq::Arm& a) { return a.add_global_waypoint(waypoint); });
-    }, py::arg("waypoint"), "zq_add_global_waypoint");
+    }, py::arg("waypoint"),
+        "Stores a named waypoint on the controller, stamped with the host's local time.\n"
+        "\n"
+        "Args:\n"
+        "    waypoint: name (local code page), joints (degrees), pose (m, rad) and frame names.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -2 for a\n"
+        "        null or empty name, nothing sent.\n"
+        "\n"
+        "Calls zq_add_global_waypoint.");
     arm.def("update_global_waypoint", [](PyArm& s, const zq_waypoint_t& waypoint) {
         return s.nogil([&](zq::Arm& a) { return a.update_global_waypoint(waypoint); });
-    }, py::arg("waypoint"), "zq_update_global_waypoint");
+    }, py::arg("waypoint"),
+        "Changes a stored waypoint, found by its name.\n"
+        "\n"
+        "Args:\n"
+        "    waypoint: as for zq_add_global_waypoint().\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -2 for a\n"
+        "        null or empty name, nothing sent.\n"
+        "\n"
+        "Calls zq_update_global_waypoint.");
     arm.def("delete_global_waypoint", [](PyArm& s, std::string point_name) {
         return s.nogil([&](zq::Arm& a) { return a.delete_global_waypoint(point_name); });
-    }, py::arg("point_name"), "zq_delete_global_waypoint");
+    }, py::arg("point_name"),
+        "Deletes a stored waypoint.\n"
+        "\n"
+        "Args:\n"
+        "    point_name: its name.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -2 for a\n"
+        "        null or empty name.\n"
+        "\n"
+        "Calls zq_delete_global_waypoint.");
     arm.def("given_global_waypoint", [](PyArm& s, std::string point_name) {
         return s.nogil([&](zq::Arm& a) { return a.given_global_waypoint(point_name); });
-    }, py::arg("point_name"), "zq_get_given_global_waypoint");
+    }, py::arg("point_name"),
+        "Reads a stored waypoint by name.\n"
+        "\n"
+        "Args:\n"
+        "    point_name: its name.\n"
+        "\n"
+        "Returns:\n"
+        "    the record.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no waypoint has that\n"
+        "        name; -2 the name cannot be converted; -3 a null handle, name or record.\n"
+        "\n"
+        "Calls zq_get_given_global_waypoint.");
     arm.def("global_waypoints_list", [](PyArm& s, int page_num, int page_size, std::optional<std::string> vague_search) {
         return s.nogil([&](zq::Arm& a) { return a.global_waypoints_list(page_num, page_size, vague_search); });
-    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(), "zq_get_global_waypoints_list");
+    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(),
+        "Reads one page of the stored waypoints.\n"
+        "\n"
+        "Args:\n"
+        "    page_num: the page, from 1.\n"
+        "    page_size: entries per page.\n"
+        "    vague_search: a fragment of the name to filter by; null or empty for all.\n"
+        "\n"
+        "Returns:\n"
+        "    the page (at most ZQ_LIST_ENTRIES entries) and the total count.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code. Waits up\n"
+        "        to the configuration time-out plus 1000 ms.\n"
+        "\n"
+        "Calls zq_get_global_waypoints_list.");
     arm.def("trajectory_file_list", [](PyArm& s, int page_num, int page_size, std::optional<std::string> vague_search) {
         return s.nogil([&](zq::Arm& a) { return a.trajectory_file_list(page_num, page_size, vague_search); });
-    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(), "zq_get_trajectory_file_list");
+    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(),
+        "Reads one page of the recorded trajectories (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    page_num: the page, from 1.\n"
+        "    page_size: entries per page.\n"
+        "    vague_search: a fragment of the name to filter by; null for all.\n"
+        "\n"
+        "Returns:\n"
+        "    the page and the total count.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3. Waits up to the configuration time-out plus 1000 ms.\n"
+        "\n"
+        "Calls zq_get_trajectory_file_list.");
     arm.def("set_run_trajectory", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.set_run_trajectory(name); });
-    }, py::arg("name"), "zq_set_run_trajectory");
+    }, py::arg("name"),
+        "Replays a recorded trajectory (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    name: the trajectory's name.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once started, or a common\n"
+        "        code; -4 on generation 3.\n"
+        "\n"
+        "Calls zq_set_run_trajectory.");
     arm.def("delete_trajectory_file", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.delete_trajectory_file(name); });
-    }, py::arg("name"), "zq_delete_trajectory_file");
+    }, py::arg("name"),
+        "Deletes a recorded trajectory (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    name: the trajectory's name.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_delete_trajectory_file.");
     arm.def("save_trajectory_file", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.save_trajectory_file(name); });
-    }, py::arg("name"), "zq_save_trajectory_file");
+    }, py::arg("name"),
+        "Saves the last dragged trajectory on the controller under a name (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    name: the name to store it by.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_save_trajectory_file.");
     arm.def("tool_action_list", [](PyArm& s, int page_num, int page_size, std::optional<std::string> vague_search) {
         return s.nogil([&](zq::Arm& a) { return a.tool_action_list(page_num, page_size, vague_search); });
-    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(), "zq_get_tool_action_list");
+    }, py::arg("page_num"), py::arg("page_size"), py::arg("vague_search") = py::none(),
+        "Reads one page of the stored hand tool actions (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    page_num: the page, from 1.\n"
+        "    page_size: entries per page.\n"
+        "    vague_search: a fragment of the name to filter by; null for all.\n"
+        "\n"
+        "Returns:\n"
+        "    the page; places behind an action's last value hold ZQ_TOOL_ACTION_UNSET.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_get_tool_action_list.");
     arm.def("run_tool_action", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.run_tool_action(name); });
-    }, py::arg("name"), "zq_run_tool_action");
+    }, py::arg("name"),
+        "Runs a stored hand tool action (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    name: the action's name.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;\n"
+        "        -2 no end report within 1 s; -5 another device ended; -4 on generation 3.\n"
+        "\n"
+        "Calls zq_run_tool_action.");
     arm.def("delete_tool_action", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.delete_tool_action(name); });
-    }, py::arg("name"), "zq_delete_tool_action");
+    }, py::arg("name"),
+        "Deletes a stored hand tool action (generation 4).\n"
+        "\n"
+        "Args:\n"
+        "    name: the action's name.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on\n"
+        "        generation 3.\n"
+        "\n"
+        "Calls zq_delete_tool_action.");
     arm.def("save_trajectory", [](PyArm& s, std::string path) {
         return s.nogil([&](zq::Arm& a) { return a.save_trajectory(path); });
-    }, py::arg("path"), "zq_save_trajectory");
+    }, py::arg("path"),
+        "Records the points of a drag teach as they are pushed into a file on the host.\n"
+        "\n"
+        "Args:\n"
+        "    path: the file, replaced; one JSON line per point, CR LF ended.\n"
+        "\n"
+        "Returns:\n"
+        "    the number of points written.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 once points stopped arriving\n"
+        "        for 500 ms; -4 the file cannot be made; -5 the controller refused; 30000 when no end came\n"
+        "        within 30 s (the file then holds what arrived). The recording is process-wide: one at a\n"
+        "        time.\n"
+        "\n"
+        "Calls zq_save_trajectory.");
     arm.def("add_electronic_fence_config", [](PyArm& s, const zq_fence_config_t& config) {
         return s.nogil([&](zq::Arm& a) { return a.add_electronic_fence_config(config); });
-    }, py::arg("config"), "zq_add_electronic_fence_config");
+    }, py::arg("config"),
+        "Stores a named electronic fence on the controller.\n"
+        "\n"
+        "Args:\n"
+        "    config: its name, form (1 cube, 2 plane, 3 sphere) and the form's coordinates, metres. The\n"
+        "        cube's minimum z travels as its minimum x: read back, the stored cube shows that.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 for a\n"
+        "        form outside 1 to 3, nothing sent.\n"
+        "\n"
+        "Calls zq_add_electronic_fence_config.");
     arm.def("update_electronic_fence_config", [](PyArm& s, const zq_fence_config_t& config) {
         return s.nogil([&](zq::Arm& a) { return a.update_electronic_fence_config(config); });
-    }, py::arg("config"), "zq_update_electronic_fence_config");
+    }, py::arg("config"),
+        "Changes a stored electronic fence, found by its name.\n"
+        "\n"
+        "Args:\n"
+        "    config: as for zq_add_electronic_fence_config().\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as\n"
+        "        zq_add_electronic_fence_config().\n"
+        "\n"
+        "Calls zq_update_electronic_fence_config.");
     arm.def("delete_electronic_fence_config", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.delete_electronic_fence_config(name); });
-    }, py::arg("name"), "zq_delete_electronic_fence_config");
+    }, py::arg("name"),
+        "Deletes a stored electronic fence.\n"
+        "\n"
+        "Args:\n"
+        "    name: its name.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_delete_electronic_fence_config.");
     arm.def("given_electronic_fence_config", [](PyArm& s, std::string name) {
         return s.nogil([&](zq::Arm& a) { return a.given_electronic_fence_config(name); });
-    }, py::arg("name"), "zq_get_given_electronic_fence_config");
+    }, py::arg("name"),
+        "Reads a stored electronic fence by name.\n"
+        "\n"
+        "Args:\n"
+        "    name: its name.\n"
+        "\n"
+        "Returns:\n"
+        "    the record.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no fence has that name.\n"
+        "\n"
+        "Calls zq_get_given_electronic_fence_config.");
     arm.def("set_electronic_fence_enable", [](PyArm& s, const zq_electronic_fence_enable_t& state) {
         return s.nogil([&](zq::Arm& a) { return a.set_electronic_fence_enable(state); });
-    }, py::arg("state"), "zq_set_electronic_fence_enable");
+    }, py::arg("state"),
+        "Switches the electronic fence in force on or off.\n"
+        "\n"
+        "Args:\n"
+        "    state: on or off, which side the arm must keep to, and what it applies to.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_electronic_fence_enable.");
     arm.def("electronic_fence_enable", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.electronic_fence_enable(); });
-    }, "zq_get_electronic_fence_enable");
+    },
+        "Reads the switch of the electronic fence.\n"
+        "\n"
+        "Returns:\n"
+        "    the record.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_electronic_fence_enable.");
     arm.def("set_electronic_fence_config", [](PyArm& s, const zq_fence_config_t& config) {
         return s.nogil([&](zq::Arm& a) { return a.set_electronic_fence_config(config); });
-    }, py::arg("config"), "zq_set_electronic_fence_config");
+    }, py::arg("config"),
+        "Sets the electronic fence in force.\n"
+        "\n"
+        "Args:\n"
+        "    config: a cube (form 1) or a plane (form 2), metres; other forms send the form alone.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 for a\n"
+        "        sphere (form 3), nothing sent.\n"
+        "\n"
+        "Calls zq_set_electronic_fence_config.");
     arm.def("electronic_fence_config", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.electronic_fence_config(); });
-    }, "zq_get_electronic_fence_config");
+    },
+        "Reads the electronic fence in force.\n"
+        "\n"
+        "Returns:\n"
+        "    the record; a sphere comes back with only its form.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 none is set.\n"
+        "\n"
+        "Calls zq_get_electronic_fence_config.");
     arm.def("set_virtual_wall_enable", [](PyArm& s, const zq_electronic_fence_enable_t& state) {
         return s.nogil([&](zq::Arm& a) { return a.set_virtual_wall_enable(state); });
-    }, py::arg("state"), "zq_set_virtual_wall_enable");
+    }, py::arg("state"),
+        "Switches the virtual wall on or off.\n"
+        "\n"
+        "Args:\n"
+        "    state: on or off, which side the tool must keep to, and what it applies to.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_virtual_wall_enable.");
     arm.def("virtual_wall_enable", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.virtual_wall_enable(); });
-    }, "zq_get_virtual_wall_enable");
+    },
+        "Reads the switch of the virtual wall.\n"
+        "\n"
+        "Returns:\n"
+        "    the record.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_virtual_wall_enable.");
     arm.def("set_virtual_wall_config", [](PyArm& s, const zq_fence_config_t& config) {
         return s.nogil([&](zq::Arm& a) { return a.set_virtual_wall_config(config); });
-    }, py::arg("config"), "zq_set_virtual_wall_config");
+    }, py::arg("config"),
+        "Sets the virtual wall that the tool stays within.\n"
+        "\n"
+        "Args:\n"
+        "    config: a cube (form 1) or a sphere (form 3), metres; other forms send the form alone.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_virtual_wall_config.");
     arm.def("virtual_wall_config", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.virtual_wall_config(); });
-    }, "zq_get_virtual_wall_config");
+    },
+        "Reads the virtual wall.\n"
+        "\n"
+        "Returns:\n"
+        "    the record (a cube or a sphere).\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 none is set.\n"
+        "\n"
+        "Calls zq_get_virtual_wall_config.");
     arm.def("set_self_collision_enable", [](PyArm& s, bool enable) {
         return s.nogil([&](zq::Arm& a) { return a.set_self_collision_enable(enable); });
-    }, py::arg("enable"), "zq_set_self_collision_enable");
+    }, py::arg("enable"),
+        "Switches the controller's self-collision check on or off.\n"
+        "\n"
+        "Args:\n"
+        "    enable: true on.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_self_collision_enable.");
     arm.def("self_collision_enable", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.self_collision_enable(); });
-    }, "zq_get_self_collision_enable");
+    },
+        "Reads whether the controller's self-collision check is on.\n"
+        "\n"
+        "Returns:\n"
+        "    true when on.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_self_collision_enable.");
     arm.def("set_collision_remove_enable", [](PyArm& s, bool enable) {
         return s.nogil([&](zq::Arm& a) { return a.set_collision_remove_enable(enable); });
-    }, py::arg("enable"), "zq_set_collision_remove_enable");
+    }, py::arg("enable"),
+        "Switches the controller's collision release setting on or off.\n"
+        "\n"
+        "Args:\n"
+        "    enable: true on.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_collision_remove_enable.");
     arm.def("collision_remove_enable", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.collision_remove_enable(); });
-    }, "zq_get_collision_remove_enable");
+    },
+        "Reads whether the controller's collision release setting is on.\n"
+        "\n"
+        "Returns:\n"
+        "    true when on.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_collision_remove_enable.");
     arm.def("set_collision_detection", [](PyArm& s, int mode) {
         return s.nogil([&](zq::Arm& a) { return a.set_collision_detection(mode); });
-    }, py::arg("mode"), "zq_set_collision_detection");
+    }, py::arg("mode"),
+        "Sets the controller's collision detection mode.\n"
+        "\n"
+        "Args:\n"
+        "    mode: the controller's mode number, passed on unchanged.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_collision_detection.");
     arm.def("collision_detection", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.collision_detection(); });
-    }, "zq_get_collision_detection");
+    },
+        "Reads the controller's collision detection mode.\n"
+        "\n"
+        "Returns:\n"
+        "    the mode number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_collision_detection.");
     arm.def("set_avoid_singularity_mode", [](PyArm& s, int mode) {
         return s.nogil([&](zq::Arm& a) { return a.set_avoid_singularity_mode(mode); });
-    }, py::arg("mode"), "zq_set_avoid_singularity_mode");
+    }, py::arg("mode"),
+        "Sets how the controller avoids singular configurations.\n"
+        "\n"
+        "Args:\n"
+        "    mode: the controller's mode number, passed on unchanged.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_avoid_singularity_mode.");
     arm.def("avoid_singularity_mode", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.avoid_singularity_mode(); });
-    }, "zq_get_avoid_singularity_mode");
+    },
+        "Reads how the controller avoids singular configurations.\n"
+        "\n"
+        "Returns:\n"
+        "    the mode number.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_avoid_singularity_mode.");
     arm.def("set_tool_envelope", [](PyArm& s, const zq_envelope_balls_list_t& envelope) {
         return s.nogil([&](zq::Arm& a) { return a.set_tool_envelope(envelope); });
-    }, py::arg("envelope"), "zq_set_tool_envelope");
+    }, py::arg("envelope"),
+        "Sets the spheres that envelop a tool, for the controller's collision checks.\n"
+        "\n"
+        "Args:\n"
+        "    envelope: the tool frame's name and 0 to 5 spheres (centre and radius, metres, in the tool\n"
+        "        frame); size 0 clears them.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 refused (does the tool\n"
+        "        frame exist?).\n"
+        "\n"
+        "Calls zq_set_tool_envelope.");
     arm.def("tool_envelope", [](PyArm& s, std::string tool_name) {
         return s.nogil([&](zq::Arm& a) { return a.tool_envelope(tool_name); });
-    }, py::arg("tool_name"), "zq_get_tool_envelope");
+    }, py::arg("tool_name"),
+        "Reads the spheres that envelop a tool.\n"
+        "\n"
+        "Args:\n"
+        "    tool_name: the tool frame's name.\n"
+        "\n"
+        "Returns:\n"
+        "    them.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the tool frame does not\n"
+        "        exist.\n"
+        "\n"
+        "Calls zq_get_tool_envelope.");
     arm.def("set_netip", [](PyArm& s, std::string ip, std::string netmask, std::string gw) {
         return s.nogil([&](zq::Arm& a) { return a.set_netip(ip, netmask, gw); });
-    }, py::arg("ip"), py::arg("netmask"), py::arg("gw"), "zq_set_NetIP");
+    }, py::arg("ip"), py::arg("netmask"), py::arg("gw"),
+        "Sets the controller's wired address, mask and gateway.\n"
+        "\n"
+        "Args:\n"
+        "    ip: dotted IPv4 address.\n"
+        "    netmask: dotted IPv4 mask.\n"
+        "    gw: dotted IPv4 gateway.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to 2000 ms. The connection may drop after a change; the library does not reconnect.\n"
+        "\n"
+        "Calls zq_set_NetIP.");
     arm.def("set_wifi_ap", [](PyArm& s, std::string wifi_name, std::string password) {
         return s.nogil([&](zq::Arm& a) { return a.set_wifi_ap(wifi_name, password); });
-    }, py::arg("wifi_name"), py::arg("password"), "zq_set_wifi_ap");
+    }, py::arg("wifi_name"), py::arg("password"),
+        "Makes the controller's wireless interface an access point.\n"
+        "\n"
+        "Args:\n"
+        "    wifi_name: the network's name.\n"
+        "    password: its password.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -1 send failed.\n"
+        "        No reply is read: the call returns after a fixed 800 ms pause.\n"
+        "\n"
+        "Calls zq_set_wifi_ap.");
     arm.def("set_wifi_sta", [](PyArm& s, std::string router_name, std::string password) {
         return s.nogil([&](zq::Arm& a) { return a.set_wifi_sta(router_name, password); });
-    }, py::arg("router_name"), py::arg("password"), "zq_set_wifi_sta");
+    }, py::arg("router_name"), py::arg("password"),
+        "Joins the controller's wireless interface to a router's network (station mode).\n"
+        "\n"
+        "Args:\n"
+        "    router_name: the network's name.\n"
+        "    password: its password.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_wifi_ap(): no reply\n"
+        "        read, returns after 800 ms.\n"
+        "\n"
+        "Calls zq_set_wifi_sta.");
     arm.def("set_net_default", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.set_net_default(); });
-    }, "zq_set_net_default");
+    },
+        "Restores the controller's factory network settings.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to 4000 ms.\n"
+        "\n"
+        "Calls zq_set_net_default.");
     arm.def("set_wifi_close", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.set_wifi_close(); });
-    }, "zq_set_wifi_close");
+    },
+        "Switches the controller's wireless interface off.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up\n"
+        "        to 2000 ms.\n"
+        "\n"
+        "Calls zq_set_wifi_close.");
     arm.def("wifi_net", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.wifi_net(); });
-    }, "zq_get_wifi_net");
+    },
+        "Reads the controller's wireless settings.\n"
+        "\n"
+        "Returns:\n"
+        "    them; in mode \"off\" `ssid` and `password` stay as they were.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_wifi_net.");
     arm.def("set_webserver_enabled", [](PyArm& s, int enabled) {
         return s.nogil([&](zq::Arm& a) { return a.set_webserver_enabled(enabled); });
-    }, py::arg("enabled"), "zq_set_webserver_enabled");
+    }, py::arg("enabled"),
+        "Switches the controller's web server on or off.\n"
+        "\n"
+        "Args:\n"
+        "    enabled: 1 on, 0 off.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_webserver_enabled.");
     arm.def("webserver_enabled", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.webserver_enabled(); });
-    }, "zq_get_webserver_enabled");
+    },
+        "Reads whether the controller's web server runs.\n"
+        "\n"
+        "Returns:\n"
+        "    1 on, 0 off.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_webserver_enabled.");
     arm.def("set_arm_power", [](PyArm& s, int power) {
         return s.nogil([&](zq::Arm& a) { return a.set_arm_power(power); });
-    }, py::arg("power"), "zq_set_arm_power");
+    }, py::arg("power"),
+        "Switches the arm's power on or off.\n"
+        "\n"
+        "Args:\n"
+        "    power: 1 on, 0 off.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_set_arm_power.");
     arm.def("arm_power_state", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.arm_power_state(); });
-    }, "zq_get_arm_power_state");
+    },
+        "Reads whether the arm is powered.\n"
+        "\n"
+        "Returns:\n"
+        "    1 on, 0 off.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_arm_power_state.");
     arm.def("system_runtime", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.system_runtime(); });
-    }, "zq_get_system_runtime");
+    },
+        "Reads how long the controller has been running.\n"
+        "\n"
+        "Returns:\n"
+        "    day: whole days.\n"
+        "    hour: hours, 0 to 23.\n"
+        "    min: minutes, 0 to 59.\n"
+        "    sec: seconds, 0 to 59.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_get_system_runtime.");
     arm.def("clear_system_runtime", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.clear_system_runtime(); });
-    }, "zq_clear_system_runtime");
+    },
+        "Resets the controller's runtime counter.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_clear_system_runtime.");
     arm.def("clear_joint_odom", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.clear_joint_odom(); });
-    }, "zq_clear_joint_odom");
+    },
+        "Resets the joints' travel counters.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_clear_joint_odom.");
     arm.def("clear_system_err", [](PyArm& s) {
         return s.nogil([&](zq::Arm& a) { return a.clear_system_err(); });
-    }, "zq_clear_system_err");
+    },
+        "Clears the controller's system errors.\n"
+        "\n"
+        "Raises:\n"
+        "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.\n"
+        "\n"
+        "Calls zq_clear_system_err.");
 }
 
 }  // namespace zqpy

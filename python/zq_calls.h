@@ -6,11 +6,13 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstring>
 #include <future>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -27,12 +29,40 @@ inline std::atomic<int>& workers_running() {
     return n;
 }
 
+// Every arm that Python made, so that the end of the interpreter can close those still open
+// while the library runs: an arm object that outlives the library then has nothing left to close.
+inline std::mutex& arms_lock() {
+    static std::mutex m;
+    return m;
+}
+inline std::vector<std::weak_ptr<zq::Arm>>& live_arms() {
+    static std::vector<std::weak_ptr<zq::Arm>> arms;
+    return arms;
+}
+// Closes every arm that no move's worker holds; called before the library is destroyed.
+inline void close_live_arms() {
+    std::vector<std::weak_ptr<zq::Arm>> arms;
+    {
+        std::lock_guard<std::mutex> lock(arms_lock());
+        arms.swap(live_arms());
+    }
+    for (auto& w : arms)
+        if (auto a = w.lock(); a && a.use_count() <= 2) a->close();  // this lock and its Python object
+}
+
 // An arm of Python: the C++ arm, shared with a move's worker thread, which may outlive an
 // interrupted call.
 struct PyArm {
     std::shared_ptr<zq::Arm> arm;
     std::string host;  // the controller's address, as given
     int port = 0;
+
+    explicit PyArm(std::shared_ptr<zq::Arm> made) : arm(std::move(made)) {
+        std::lock_guard<std::mutex> lock(arms_lock());
+        auto& arms = live_arms();
+        arms.erase(std::remove_if(arms.begin(), arms.end(), [](const auto& w) { return w.expired(); }), arms.end());
+        arms.push_back(arm);
+    }
 
     zq::Arm& a() {
         if (!arm) throw zq::Error(-1, "the arm is closed");
@@ -112,5 +142,7 @@ void set_list(T (&a)[N], const py::sequence& v, const char* field) {
 // Generated in zq_calls.cpp.
 void bind_records(py::module_& m);
 void bind_calls(py::class_<PyArm>& arm);
+// Gives the methods bound by hand their docstrings; once every binding is made.
+void set_docs(py::module_& m);
 
 }  // namespace zqpy

@@ -119,6 +119,7 @@ void shutdown() {
     {
         py::gil_scoped_release nogil;
         for (int i = 0; i < 1000 && g_in_callback.load() > 0; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        zqpy::close_live_arms();  // arms left open close now, not after the library is gone
         zq_destroy();
         // The worker of an interrupted move returns once the library is gone: let it end before
         // the process does.
@@ -719,4 +720,6 @@ PYBIND11_MODULE(_zq, m) {
     algo.def("set_tool_envelope", [](int index, float radius, std::array<float, 3> centre) {
         zq::algo::set_tool_envelope(index, {radius, {centre[0], centre[1], centre[2]}});
     }, py::arg("index"), py::arg("radius"), py::arg("centre"), "Sphere `index` (0 to 4) of the tool envelope, flange frame, m.");
+
+    zqpy::set_docs(m);
 }

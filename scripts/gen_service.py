@@ -64,12 +64,62 @@ SPECIAL = [
      "    return rc;"),
 ]
 
+# The comments of the hand-written methods whose arguments differ from their plain function's
+# (the others take the plain function's comment, these lines added).
+SPECIAL_DOCS = {
+    "zq_get_joint_software_version": ["This form passes a scratch text record of its own, for generation 3 callers."],
+    "zq_get_tool_software_version": ["This form passes a scratch text record of its own, for generation 3 callers."],
+}
+SPECIAL_OWN_DOCS = {
+    "zq_set_IO_mode": [
+        "@brief Sets the mode of one controller IO port, from four integers.",
+        "@param handle the arm.",
+        "@param io_num the port, 0 to 4.",
+        "@param io_mode 0 to 14 (the controller's numbering).",
+        "@param io_speed_mode the realtime speed mode, sent in mode 14 only.",
+        "@param io_speed the realtime speed, sent in mode 14 only.",
+        "@return as the plain zq_set_IO_mode(): 1 with nothing sent for a port or mode out of range.",
+    ],
+    "zq_get_IO_state": [
+        "@brief Reads the level and mode of one controller IO port into separate integers.",
+        "@param handle the arm.",
+        "@param io_num the port, 0 to 4.",
+        "@param[out] io_state the level, 1 high; may be null.",
+        "@param[out] io_mode the mode, 0 to 14; may be null.",
+        "@param[out] io_speed_mode the realtime speed mode, -1 below mode 14; may be null.",
+        "@param[out] io_speed the realtime speed, -1 below mode 14; may be null.",
+        "@return as the plain zq_get_IO_state(); the values are copied out even when it failed.",
+    ],
+}
+
 # ZQ_Internal: methods whose plain functions stay inside the library.
 INTERNAL = [
     ("int", "zq_set_current_canfd_enable", "zq_robot_handle* handle, bool enable", "handle, enable"),
     ("int", "zq_get_current_canfd_enable", "zq_robot_handle* handle, bool* enable", "handle, enable"),
     ("int", "zq_current_canfd", "zq_robot_handle* handle, float* current", "handle, current"),
 ]
+INTERNAL_DOCS = {
+    "zq_set_current_canfd_enable": [
+        "@brief Switches the streaming of joint currents on or off.",
+        "@param handle the arm.",
+        "@param enable true on.",
+        "@return 0 or a common code; waits up to the query time-out.",
+    ],
+    "zq_get_current_canfd_enable": [
+        "@brief Reads whether the streaming of joint currents is on.",
+        "@param handle the arm.",
+        "@param[out] enable receives true when on.",
+        "@return 0 or a common code; -1 on an unknown controller generation. Waits up to the query",
+        "        time-out.",
+    ],
+    "zq_current_canfd": [
+        "@brief Streams one set of joint currents; asks first whether current streaming is on.",
+        "@param handle the arm.",
+        "@param current the arm's joint count of currents, in the controller's units.",
+        "@return 0 once sent; -4 streaming is off (nothing sent); -1 unknown handle, joint count or",
+        "        send failure. Waits up to the query time-out for the check on every call.",
+    ],
+}
 
 
 def public_headers():
@@ -117,6 +167,83 @@ def declarations():
     return out
 
 
+# ---- the reference comments of the declarations ----
+
+def doc_comments():
+    """zq_ name -> the lines of the /** */ comment right before its declaration, without the
+    comment marks (continuation indents kept); functions without one are absent."""
+    docs = {}
+    for path in public_headers():
+        text = path.read_text()
+        for m in re.finditer(r"^ZQ_API\b[^;]*?\b(zq_\w+)\s*\(", text, re.M):
+            before = text[:m.start()].rstrip()
+            start = before.rfind("/*")
+            if not before.endswith("*/") or not before.startswith("/**", start):
+                continue
+            lines = [re.sub(r"^\s*\* ?", "", l, count=1) if l.strip().startswith("*") else l.strip()
+                     for l in before[start + 3:-2].split("\n")]
+            lines = [l.rstrip() for l in lines if not re.match(r"\s*@(ingroup|addtogroup)\b", l)]
+            while lines and not lines[0].strip():
+                lines.pop(0)
+            while lines and not lines[-1].strip():
+                lines.pop()
+            docs[m.group(1)] = lines
+    return docs
+
+
+def parse_doc(lines):
+    """A comment's parts: brief, further paragraphs, parameters (name, out?, text) and the
+    results, each with its whitespace folded."""
+    doc = {"brief": "", "details": [], "params": [], "return": ""}
+    blocks, cur = [], None
+    for line in lines + [""]:
+        s = line.strip()
+        if not s:
+            if cur:
+                blocks.append(cur)
+            cur = None
+        elif s.startswith("@") and not s.startswith("@{") and not s.startswith("@}"):
+            if cur:
+                blocks.append(cur)
+            cur = [s]
+        else:
+            cur = (cur or [""]) + [s] if cur is None else cur + [s]
+    for b in blocks:
+        text = " ".join(x for x in b if x).strip()
+        m = re.match(r"@param(\[(in|out|in,out)\])?\s+(\w+)\s*(.*)$", text, re.S)
+        if m:
+            doc["params"].append((m.group(3), m.group(2) in ("out", "in,out"), m.group(4)))
+        elif re.match(r"@returns?\b", text):
+            doc["return"] = re.sub(r"^@returns?\s*", "", text)
+        elif text.startswith("@brief"):
+            doc["brief"] = text[len("@brief"):].strip()
+        elif not doc["brief"] and not text.startswith("@"):
+            doc["brief"] = text
+        else:
+            doc["details"].append(re.sub(r"^@(note|details)\s*", "", text))
+    return doc
+
+
+def only_params(lines, names):
+    """The comment lines less the @param blocks of parameters not in `names`."""
+    out, skipping = [], False
+    for line in lines:
+        m = re.match(r"\s*@param(?:\[[\w,]+\])?\s+(\w+)", line)
+        if m:
+            skipping = m.group(1) not in names
+        elif re.match(r"\s*@", line) or not line.strip():
+            skipping = False
+        if not skipping:
+            out.append(line)
+    return out
+
+
+def c_comment(lines, indent):
+    """A /** */ block of the comment's lines at `indent`."""
+    body = "".join(f"{indent} * {l}".rstrip() + "\n" for l in lines)
+    return f"{indent}/**\n{body}{indent} */\n"
+
+
 def param_parts(param, index):
     """Type and name of one parameter; an unnamed one gets argN."""
     m = re.match(r"^(.*?[\s*&])(\w+)(\s*\[[^\]]*\])?$", param)
@@ -162,8 +289,17 @@ def wrap(text, indent, width=110):
 BANNER = "// Generated by scripts/gen_service.py from the public headers: do not edit by hand.\n"
 
 
+def method_doc(docs, plain, special=False):
+    """The comment lines of a method that forwards to `plain` (a hand-written one: `special`)."""
+    if special and plain in SPECIAL_OWN_DOCS:
+        return SPECIAL_OWN_DOCS[plain]
+    # A function without a comment gets a method without one: scripts/check_reference.py fails on it.
+    return docs.get(plain, []) + ([""] + SPECIAL_DOCS[plain] if special and plain in SPECIAL_DOCS else [])
+
+
 def generate():
     decls = declarations()
+    docs = doc_comments()
     names = {d[2] for d in decls}
     for plain, *_ in SPECIAL:
         if plain not in names:
@@ -172,19 +308,22 @@ def generate():
     current = None
     for header, ret, name, params in decls:
         if header != current:
-            methods.append(("comment", f"// {header}"))
+            methods.append(("comment", f"// {header}", None))
             current = header
         if name not in NO_METHOD | REPLACED:
             sig, body, changed = method(ret, name, params)
-            methods.append((sig, body))
+            methods.append((sig, body, method_doc(docs, name)))
             (changed_names if changed else same).append(name)
         for plain, sig, body in SPECIAL:
             if plain == name:
-                methods.append((sig, body))
+                methods.append((sig, body, method_doc(docs, plain, special=True)))
     specials = [plain for plain, *_ in SPECIAL]
 
-    h = [BANNER, """/*
- * The C++ face of api_cpp: ZQ_Service has one static method for each exported
+    h = [BANNER, """/**
+ * @file zq_service.h
+ * @brief The C++ face of api_cpp: a static method for every exported function.
+ *
+ * ZQ_Service has one static method for each exported
  * zq_ function, of the same name, that forwards to it and returns what it
  * returns. The differences: records that a function takes by const pointer
  * are taken by value (the caller's record is never touched), zq_set_DH_data
@@ -209,6 +348,7 @@ def generate():
 
 #include "zq_api.h"
 
+/** @brief One static method for each exported zq_ function, of the same name, forwarding to it. */
 class ZQ_API ZQ_Service {
 public:
 """]
@@ -218,15 +358,20 @@ public:
 #include "motion/stream.h"
 
 """]
-    for sig, body in methods:
+    for sig, body, doc in methods:
         if sig == "comment":
             h.append(f"    {body}\n")
             continue
+        if doc:
+            names = [param_parts(p, i)[1] for i, p in enumerate(split_params(sig[sig.index("(") + 1:sig.rindex(")")]))]
+            h.append(c_comment(only_params(doc, names), "    "))
         h.append(wrap("static " + sig + ";", "    ") + "\n")
         ret, _, rest = sig.partition(" zq_")
         src.append(wrap(f"{ret} ZQ_Service::zq_{rest}" + " {", "") + f"\n    {body}\n}}\n\n")
-    h.append("};\n\nclass ZQ_API ZQ_Internal {\npublic:\n")
+    h.append("};\n\n/** @brief The switch and stream of joint currents, which have no plain exported function. */\n"
+             "class ZQ_API ZQ_Internal {\npublic:\n")
     for ret, name, params, args in INTERNAL:
+        h.append(c_comment(INTERNAL_DOCS[name], "    "))
         h.append(f"    static {ret} {name}({params});\n")
         src.append(f"{ret} ZQ_Internal::{name}({params}) {{\n    return ::{name}({args});\n}}\n\n")
     h.append("};\n\n#endif /* ZQ_SERVICE_H */\n")

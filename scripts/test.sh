@@ -35,6 +35,9 @@ bash scripts/examples.sh build-ci
 echo "== API reference: no undocumented public declaration"
 cmake --build build-ci --target docs >/dev/null
 
+echo "== reference: every exported function described, every Python method with a docstring"
+python3 scripts/check_reference.py build-ci
+
 echo "== service class, exported symbols, relocated install and packages"
 bash scripts/check_package.sh build-ci
 

@@ -14,325 +14,753 @@ template <class Derived>
 class ArmCalls {
 public:
     // ---- commands ----
-    /// zq_set_joint_drive_max_speed.
+    /**
+     * @brief Sets a joint drive's own speed limit.
+     * @param joint_num the joint, from 1.
+     * @param speed degrees per second.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_joint_drive_max_speed()
+     */
     void set_joint_drive_max_speed(int joint_num, float speed) {
         check(zq_set_joint_drive_max_speed(h(), joint_num, speed), "zq_set_joint_drive_max_speed");
     }
-    /// zq_set_joint_drive_max_acc.
+    /**
+     * @brief Sets a joint drive's own acceleration limit.
+     * @param joint_num the joint, from 1.
+     * @param acc degrees per second squared.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_joint_drive_max_acc()
+     */
     void set_joint_drive_max_acc(int joint_num, float acc) {
         check(zq_set_joint_drive_max_acc(h(), joint_num, acc), "zq_set_joint_drive_max_acc");
     }
-    /// zq_set_joint_drive_min_pos.
+    /**
+     * @brief Sets a joint drive's own lower position limit.
+     * @param joint_num the joint, from 1.
+     * @param pos degrees.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_joint_drive_min_pos()
+     */
     void set_joint_drive_min_pos(int joint_num, float pos) {
         check(zq_set_joint_drive_min_pos(h(), joint_num, pos), "zq_set_joint_drive_min_pos");
     }
-    /// zq_set_joint_drive_max_pos.
+    /**
+     * @brief Sets a joint drive's own upper position limit.
+     * @param joint_num the joint, from 1.
+     * @param pos degrees.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_joint_drive_max_pos()
+     */
     void set_joint_drive_max_pos(int joint_num, float pos) {
         check(zq_set_joint_drive_max_pos(h(), joint_num, pos), "zq_set_joint_drive_max_pos");
     }
-    /// zq_auto_set_joint_limit.
+    /**
+     * @brief Sets the joint limits automatically, then reads them again into the handle.
+     * @param limit_mode the controller's limit mode number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code (that of the last read);
+     * waits up to the query time-out plus 3000 ms.)
+     * @see zq_auto_set_joint_limit()
+     */
     void auto_set_joint_limit(int limit_mode) {
         check(zq_auto_set_joint_limit(h(), limit_mode), "zq_auto_set_joint_limit");
     }
-    /// zq_set_arm_tcp_init.
+    /**
+     * @brief Restores the factory Cartesian limits.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_arm_tcp_init()
+     */
     void set_arm_tcp_init() {
         check(zq_set_arm_tcp_init(h()), "zq_set_arm_tcp_init");
     }
-    /// zq_set_auto_tool_frame.
+    /**
+     * @brief Records one point of the automatic tool frame calibration at the arm's present position.
+     * @param point_num the calibration point's number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_auto_tool_frame()
+     */
     void set_auto_tool_frame(int point_num) {
         check(zq_set_auto_tool_frame(h(), point_num), "zq_set_auto_tool_frame");
     }
-    /// zq_generate_auto_tool_frame.
+    /**
+     * @brief Computes and stores the calibrated tool frame.
+     * @param name the frame's name, up to 10 characters.
+     * @param payload the tool's payload, kg.
+     * @param x the payload's centre x, m.
+     * @param y the payload's centre y, m.
+     * @param z the payload's centre z, m.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_generate_auto_tool_frame()
+     */
     void generate_auto_tool_frame(const std::string& name, float payload, float x, float y, float z) {
         check(zq_generate_auto_tool_frame(h(), name.c_str(), payload, x, y, z),
               "zq_generate_auto_tool_frame");
     }
-    /// zq_update_tool_frame.
+    /**
+     * @brief Changes the stored tool frame of the same name.
+     * @param frame as for zq_set_manual_tool_frame().
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_update_tool_frame()
+     */
     void update_tool_frame(const zq_frame_t& frame) {
         check(zq_update_tool_frame(h(), frame), "zq_update_tool_frame");
     }
-    /// zq_set_auto_work_frame.
+    /**
+     * @brief Records one point of the automatic calibration of a work frame.
+     * @param name the frame's name, up to 10 characters.
+     * @param point_num the calibration point's number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_auto_work_frame()
+     */
     void set_auto_work_frame(const std::string& name, int point_num) {
         check(zq_set_auto_work_frame(h(), name.c_str(), point_num), "zq_set_auto_work_frame");
     }
-    /// zq_update_work_frame.
+    /**
+     * @brief Moves a stored work frame to a new pose.
+     * @param name the frame's name.
+     * @param pose position (m) and Euler angles (rad) in the base frame.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_update_work_frame()
+     */
     void update_work_frame(const std::string& name, const zq_pose_t& pose) {
         check(zq_update_work_frame(h(), name.c_str(), pose), "zq_update_work_frame");
     }
-    /// zq_set_DH_data_default.
+    /**
+     * @brief Restores the factory DH parameters.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_DH_data_default()
+     */
     void set_dh_data_default() {
         check(zq_set_DH_data_default(h()), "zq_set_DH_data_default");
     }
     // ---- effectors ----
-    /// zq_set_gripper_route.
+    /**
+     * @brief Sets the gripper's opening range.
+     * @param min smallest opening, in the gripper's position units.
+     * @param max largest opening, same units, not below `min`.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
+     * configuration time-out.)
+     * @see zq_set_gripper_route()
+     */
     void set_gripper_route(int min, int max) {
         check(zq_set_gripper_route(h(), min, max), "zq_set_gripper_route");
     }
-    /// zq_set_gripper_release.
+    /**
+     * @brief Opens the gripper.
+     * @param speed opening speed, in the gripper's units (passed on unchanged).
+     * @param block true: wait for the gripper's completion report.
+     * @param timeout seconds of that wait. With `block` false and `timeout` 0 the command is sent, no
+     * reply is read, and 0 comes back after the configuration time-out.
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or the gripper failed; -5
+     * no completion report within `timeout` seconds; -4 the report named another device.)
+     * @see zq_set_gripper_release()
+     */
     void set_gripper_release(int speed, bool block, int timeout) {
         check(zq_set_gripper_release(h(), speed, block, timeout), "zq_set_gripper_release");
     }
-    /// zq_set_gripper_pick.
+    /**
+     * @brief Closes the gripper until it holds with `force`.
+     * @param speed closing speed, in the gripper's units.
+     * @param force gripping force threshold, in the gripper's units.
+     * @param block true: wait for the gripper's completion report.
+     * @param timeout seconds of that wait; with `block` false and 0 the command is sent unanswered.
+     * @throws zq::Error with the result code when it is not 0 (as zq_set_gripper_release(): -5 no
+     * completion report, -4 another device.)
+     * @see zq_set_gripper_pick()
+     */
     void set_gripper_pick(int speed, int force, bool block, int timeout) {
         check(zq_set_gripper_pick(h(), speed, force, block, timeout), "zq_set_gripper_pick");
     }
-    /// zq_set_gripper_pick_on.
+    /**
+     * @brief Closes the gripper and keeps pressing with `force` (continuous grip).
+     * @param speed closing speed, in the gripper's units.
+     * @param force gripping force threshold, in the gripper's units.
+     * @param block true: wait for the gripper's completion report.
+     * @param timeout seconds of that wait; with `block` false and 0 the command is sent unanswered.
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; -4 no
+     * completion report in time; -5 another device.)
+     * @see zq_set_gripper_pick_on()
+     */
     void set_gripper_pick_on(int speed, int force, bool block, int timeout) {
         check(zq_set_gripper_pick_on(h(), speed, force, block, timeout), "zq_set_gripper_pick_on");
     }
-    /// zq_set_gripper_position.
+    /**
+     * @brief Moves the gripper to an opening.
+     * @param position the opening, in the gripper's position units.
+     * @param block true: wait for the gripper's completion report.
+     * @param timeout seconds of that wait; with `block` false and 0 the command is sent unanswered.
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; -4 no
+     * completion report in time (logs "timeout error"); -5 another device.)
+     * @see zq_set_gripper_position()
+     */
     void set_gripper_position(int position, bool block, int timeout) {
         check(zq_set_gripper_position(h(), position, block, timeout), "zq_set_gripper_position");
     }
-    /// zq_get_gripper_state; returns state.
+    /**
+     * @brief Reads the gripper's state.
+     * @return the seven values.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the query
+     * time-out.)
+     * @see zq_get_gripper_state()
+     */
     zq_gripper_state_t gripper_state() const {
         zq_gripper_state_t state{};
         check(zq_get_gripper_state(h(), &state), "zq_get_gripper_state");
         return state;
     }
-    /// zq_set_hand_posture.
+    /**
+     * @brief Runs one of the postures stored in the dexterous hand.
+     * @param posture_num the posture's number, as stored in the hand.
+     * @param block true: wait for the hand's completion report.
+     * @param timeout seconds of that wait.
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; blocking: -5
+     * no report in time, -4 another device. Waits up to the configuration time-out for the acceptance.)
+     * @see zq_set_hand_posture()
+     */
     void set_hand_posture(int posture_num, bool block, int timeout) {
         check(zq_set_hand_posture(h(), posture_num, block, timeout), "zq_set_hand_posture");
     }
-    /// zq_set_hand_seq.
+    /**
+     * @brief Runs one of the action sequences stored in the dexterous hand.
+     * @param seq_num the sequence's number, as stored in the hand.
+     * @param block true: wait for the hand's completion report.
+     * @param timeout seconds of that wait.
+     * @throws zq::Error with the result code when it is not 0 (as zq_set_hand_posture().)
+     * @see zq_set_hand_seq()
+     */
     void set_hand_seq(int seq_num, bool block, int timeout) {
         check(zq_set_hand_seq(h(), seq_num, block, timeout), "zq_set_hand_seq");
     }
-    /// zq_set_hand_speed.
+    /**
+     * @brief Sets the speed of the hand's fingers.
+     * @param speed in the hand's units (passed on unchanged).
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
+     * configuration time-out.)
+     * @see zq_set_hand_speed()
+     */
     void set_hand_speed(int speed) {
         check(zq_set_hand_speed(h(), speed), "zq_set_hand_speed");
     }
-    /// zq_set_hand_force.
+    /**
+     * @brief Sets the force threshold of the hand's fingers.
+     * @param force in the hand's units (passed on unchanged).
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
+     * configuration time-out.)
+     * @see zq_set_hand_force()
+     */
     void set_hand_force(int force) {
         check(zq_set_hand_force(h(), force), "zq_set_hand_force");
     }
-    /// zq_set_lift_speed.
+    /**
+     * @brief Moves the lift at a constant speed (jog); 0 stops it.
+     * @param speed signed speed in the lift's units, the sign giving the direction.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_lift_speed()
+     */
     void set_lift_speed(int speed) {
         check(zq_set_lift_speed(h(), speed), "zq_set_lift_speed");
     }
-    /// zq_set_lift_height.
+    /**
+     * @brief Moves the lift to a height.
+     * @param speed speed, in the lift's units.
+     * @param height target height, in the lift's units.
+     * @param block 0 returns on acceptance; otherwise waits until the lift reports the end of its move,
+     * with no overall limit (in single-thread mode at most `block` rounds of one second).
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; -4 another
+     * device ended; -5 rounds used up.)
+     * @see zq_set_lift_height()
+     */
     void set_lift_height(int speed, int height, int block) {
         check(zq_set_lift_height(h(), speed, height, block), "zq_set_lift_height");
     }
-    /// zq_get_lift_state; returns state.
+    /**
+     * @brief Reads the lift's height, current, error flag and mode.
+     * @return the lift's state (`pos` is the height).
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_lift_state()
+     */
     zq_expand_state_t lift_state() const {
         zq_expand_state_t state{};
         check(zq_get_lift_state(h(), &state), "zq_get_lift_state");
         return state;
     }
-    /// zq_set_expand_speed.
+    /**
+     * @brief Moves the expansion axis at a constant speed (jog); 0 stops it.
+     * @param speed signed speed in the axis' units, the sign giving the direction.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_expand_speed()
+     */
     void set_expand_speed(int speed) {
         check(zq_set_expand_speed(h(), speed), "zq_set_expand_speed");
     }
-    /// zq_set_expand_pos.
+    /**
+     * @brief Moves the expansion axis to a position.
+     * @param speed speed, in the axis' units.
+     * @param pos target position, in the axis' units.
+     * @param block as zq_set_lift_height().
+     * @throws zq::Error with the result code when it is not 0 (as zq_set_lift_height().)
+     * @see zq_set_expand_pos()
+     */
     void set_expand_pos(int speed, int pos, int block) {
         check(zq_set_expand_pos(h(), speed, pos, block), "zq_set_expand_pos");
     }
-    /// zq_get_expand_state; returns state.
+    /**
+     * @brief Reads the expansion axis' position, current, error flag and mode.
+     * @return the axis' state.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_expand_state()
+     */
     zq_expand_state_t expand_state() const {
         zq_expand_state_t state{};
         check(zq_get_expand_state(h(), &state), "zq_get_expand_state");
         return state;
     }
-    /// zq_set_zq_plus_mode.
+    /**
+     * @brief Sets the communication mode of the register-level end-effector device.
+     * @param mode the device's mode number, passed on unchanged.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
+     * configuration time-out.)
+     * @see zq_set_zq_plus_mode()
+     */
     void set_zq_plus_mode(int mode) {
         check(zq_set_zq_plus_mode(h(), mode), "zq_set_zq_plus_mode");
     }
-    /// zq_get_zq_plus_mode; returns mode.
+    /**
+     * @brief Reads the communication mode of the register-level end-effector device.
+     * @return the mode number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_zq_plus_mode()
+     */
     int zq_plus_mode() const {
         int mode{};
         check(zq_get_zq_plus_mode(h(), &mode), "zq_get_zq_plus_mode");
         return mode;
     }
-    /// zq_set_zq_plus_touch.
+    /**
+     * @brief Sets the touch sensor mode of the register-level end-effector device.
+     * @param mode the touch mode number, passed on unchanged.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
+     * configuration time-out.)
+     * @see zq_set_zq_plus_touch()
+     */
     void set_zq_plus_touch(int mode) {
         check(zq_set_zq_plus_touch(h(), mode), "zq_set_zq_plus_touch");
     }
-    /// zq_get_zq_plus_touch; returns mode.
+    /**
+     * @brief Reads the touch sensor mode of the register-level end-effector device.
+     * @return the touch mode number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_zq_plus_touch()
+     */
     int zq_plus_touch() const {
         int mode{};
         check(zq_get_zq_plus_touch(h(), &mode), "zq_get_zq_plus_touch");
         return mode;
     }
-    /// zq_get_zq_plus_base_info; returns info.
+    /**
+     * @brief Reads the fixed description of the register-level end-effector device.
+     * @return the record; a missing number reads -1, a value that is no number -3.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 the controller reports no such device;
+     * -3 the reply lacks the description.)
+     * @see zq_get_zq_plus_base_info()
+     */
     zq_plus_base_info_t zq_plus_base_info() const {
         zq_plus_base_info_t info{};
         check(zq_get_zq_plus_base_info(h(), &info), "zq_get_zq_plus_base_info");
         return info;
     }
-    /// zq_get_zq_plus_state_info; returns info.
+    /**
+     * @brief Reads the live state of the register-level end-effector device.
+     * @return the record; a missing number reads -1, a value that is no number -3.
+     * @throws zq::Error with the result code when it is not 0 (as zq_get_zq_plus_base_info().)
+     * @see zq_get_zq_plus_state_info()
+     */
     zq_plus_state_info_t zq_plus_state_info() const {
         zq_plus_state_info_t info{};
         check(zq_get_zq_plus_state_info(h(), &info), "zq_get_zq_plus_state_info");
         return info;
     }
-    /// zq_set_tool_DO_state.
+    /**
+     * @brief Sets a digital output of the tool connector.
+     * @param io_num the output's number on the tool connector.
+     * @param state 1 high, 0 low.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_tool_DO_state()
+     */
     void set_tool_do_state(int io_num, int state) {
         check(zq_set_tool_DO_state(h(), io_num, state), "zq_set_tool_DO_state");
     }
-    /// zq_set_tool_IO_mode.
+    /**
+     * @brief Sets a tool connector IO as input or output.
+     * @param io_num the IO's number on the tool connector.
+     * @param state the IO's mode number, passed on unchanged.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_tool_IO_mode()
+     */
     void set_tool_io_mode(int io_num, int state) {
         check(zq_set_tool_IO_mode(h(), io_num, state), "zq_set_tool_IO_mode");
     }
-    /// zq_set_tool_voltage.
+    /**
+     * @brief Sets the supply voltage of the tool connector.
+     * @param voltage_type the controller's voltage code, passed on unchanged.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_tool_voltage()
+     */
     void set_tool_voltage(int voltage_type) {
         check(zq_set_tool_voltage(h(), voltage_type), "zq_set_tool_voltage");
     }
-    /// zq_get_tool_voltage; returns voltage_type.
+    /**
+     * @brief Reads the supply voltage of the tool connector.
+     * @return the controller's voltage code.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_tool_voltage()
+     */
     int tool_voltage() const {
         int voltage_type{};
         check(zq_get_tool_voltage(h(), &voltage_type), "zq_get_tool_voltage");
         return voltage_type;
     }
     // ---- force ----
-    /// zq_get_force_data; returns data.
+    /**
+     * @brief Reads the six-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.
+     * @return four sets of Fx, Fy, Fz (N) and Mx, My, Mz (N·m).
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the query
+     * time-out.)
+     * @see zq_get_force_data()
+     */
     zq_force_data_t force_data() const {
         zq_force_data_t data{};
         check(zq_get_force_data(h(), &data), "zq_get_force_data");
         return data;
     }
-    /// zq_clear_force_data.
+    /**
+     * @brief Zeroes the force sensor at its present reading.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_clear_force_data()
+     */
     void clear_force_data() {
         check(zq_clear_force_data(h()), "zq_clear_force_data");
     }
-    /// zq_set_force_sensor.
+    /**
+     * @brief Starts the automatic calibration of the force sensor.
+     * @param block true: waits up to 30 s for the end of the calibration; false: sent, no reply read, 0
+     * after 10 ms.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_force_sensor()
+     */
     void set_force_sensor(bool block) {
         check(zq_set_force_sensor(h(), block), "zq_set_force_sensor");
     }
-    /// zq_stop_set_force_sensor.
+    /**
+     * @brief Stops a running force sensor calibration.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_stop_set_force_sensor()
+     */
     void stop_set_force_sensor() {
         check(zq_stop_set_force_sensor(h()), "zq_stop_set_force_sensor");
     }
-    /// zq_get_Fz; returns data.
+    /**
+     * @brief Reads the one-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.
+     * @return the four forces, N.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 the arm has no
+     * one-axis sensor (force type 1), nothing sent.)
+     * @see zq_get_Fz()
+     */
     zq_fz_data_t fz() const {
         zq_fz_data_t data{};
         check(zq_get_Fz(h(), &data), "zq_get_Fz");
         return data;
     }
-    /// zq_clear_Fz.
+    /**
+     * @brief Zeroes the one-axis force sensor at its present reading.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_clear_Fz()
+     */
     void clear_fz() {
         check(zq_clear_Fz(h()), "zq_clear_Fz");
     }
-    /// zq_auto_set_Fz.
+    /**
+     * @brief Starts the automatic calibration of the one-axis force sensor.
+     * @param block true: waits up to 30 s for the end; false: sent, no reply read, 0 after 10 ms.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_auto_set_Fz()
+     */
     void auto_set_fz(bool block) {
         check(zq_auto_set_Fz(h(), block), "zq_auto_set_Fz");
     }
-    /// zq_set_force_position.
+    /**
+     * @brief Starts force-position control along one direction.
+     * @param sensor the sensor to use, the controller's number.
+     * @param mode the frame of the control, the controller's number.
+     * @param direction the controlled axis, the controller's number.
+     * @param force the force to hold, N; truncated to whole newtons, so 2.9 holds 2 N.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_force_position()
+     */
     void set_force_position(int sensor, int mode, int direction, float force) {
         check(zq_set_force_position(h(), sensor, mode, direction, force), "zq_set_force_position");
     }
-    /// zq_set_force_position_new.
+    /**
+     * @brief Starts force-position control on any of the six axes, with force and speed limits.
+     * @param param the sensor, frame, per-axis control mode, desired forces (N, N·m, to 0.1) and speed
+     * limits per axis.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_force_position_new()
+     */
     void set_force_position_new(const zq_force_position_t& param) {
         check(zq_set_force_position_new(h(), param), "zq_set_force_position_new");
     }
-    /// zq_stop_force_position.
+    /**
+     * @brief Ends force-position control.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_stop_force_position()
+     */
     void stop_force_position() {
         check(zq_stop_force_position(h()), "zq_stop_force_position");
     }
-    /// zq_start_force_position_move.
+    /**
+     * @brief Enters streamed force-position control; set points follow with zq_force_position_move().
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_start_force_position_move()
+     */
     void start_force_position_move() {
         check(zq_start_force_position_move(h()), "zq_start_force_position_move");
     }
-    /// zq_stop_force_position_move.
+    /**
+     * @brief Leaves streamed force-position control.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_stop_force_position_move()
+     */
     void stop_force_position_move() {
         check(zq_stop_force_position_move(h()), "zq_stop_force_position_move");
     }
-    /// zq_force_position_move_pose.
+    /**
+     * @brief Streams a pose set point under force-position control; no reply is read.
+     * @param pose the tool pose (m, rad). A unit quaternion (squared norm strictly between 0.99 and 1.1)
+     * is sent as the orientation, else the Euler angles.
+     * @param sensor the sensor to use, the controller's number.
+     * @param mode the frame of the control, the controller's number.
+     * @param dir the controlled axis, the controller's number.
+     * @param force the force to hold, N, truncated to whole newtons.
+     * @param follow the controller's follow flag (true: tight following).
+     * @throws zq::Error with the result code when it is not 0 (0 when sent; -1 send failed.)
+     * @see zq_force_position_move_pose()
+     */
     void force_position_move_pose(const zq_pose_t& pose, int sensor, int mode, int dir, float force,
                                   bool follow) {
         check(zq_force_position_move_pose(h(), pose, sensor, mode, dir, force, follow),
               "zq_force_position_move_pose");
     }
-    /// zq_force_position_move.
+    /**
+     * @brief Streams a joint or pose set point with per-axis force control; no reply is read.
+     * @param param target (`flag` 0 the joints, else the pose), sensor, frame, per-axis modes, forces (N)
+     * and speed limits, trajectory mode and its `radio` (mode 0: 0; mode 1: 0 to 100; mode 2: 0 to 1000;
+     * other values are sent with a warning).
+     * @throws zq::Error with the result code when it is not 0 (0 when sent; -1 send failed.)
+     * @see zq_force_position_move()
+     */
     void force_position_move(const zq_force_position_move_t& param) {
         check(zq_force_position_move(h(), param), "zq_force_position_move");
     }
-    /// zq_start_drag_teach.
+    /**
+     * @brief Starts drag teaching: the arm follows the operator's hand.
+     * @param trajectory_record 1 records the dragged trajectory for replay, 0 does not.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_start_drag_teach()
+     */
     void start_drag_teach(int trajectory_record) {
         check(zq_start_drag_teach(h(), trajectory_record), "zq_start_drag_teach");
     }
-    /// zq_stop_drag_teach.
+    /**
+     * @brief Ends drag teaching.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_stop_drag_teach()
+     */
     void stop_drag_teach() {
         check(zq_stop_drag_teach(h()), "zq_stop_drag_teach");
     }
-    /// zq_start_multi_drag_teach.
+    /**
+     * @brief Starts drag teaching with the six-axis force sensor.
+     * @param mode which axes are free, the controller's number.
+     * @param singular_wall the controller's singularity wall setting.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; 1 the arm has no
+     * six-axis force sensor; -4 on generation 4.)
+     * @see zq_start_multi_drag_teach()
+     */
     void start_multi_drag_teach(int mode, int singular_wall) {
         check(zq_start_multi_drag_teach(h(), mode, singular_wall), "zq_start_multi_drag_teach");
     }
-    /// zq_start_multi_drag_teach_new.
+    /**
+     * @brief Starts drag teaching with a free/locked choice per Cartesian axis.
+     * @param param the frame, and on six-axis force arms the six free axes (1 free) and the singularity
+     * wall; other arms send only the frame, with a warning.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_start_multi_drag_teach_new()
+     */
     void start_multi_drag_teach_new(const zq_multi_drag_teach_t& param) {
         check(zq_start_multi_drag_teach_new(h(), param), "zq_start_multi_drag_teach_new");
     }
-    /// zq_set_drag_teach_sensitivity.
+    /**
+     * @brief Sets how readily the arm yields while it is dragged.
+     * @param grade the sensitivity grade, passed on unchanged.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to the
+     * configuration time-out.)
+     * @see zq_set_drag_teach_sensitivity()
+     */
     void set_drag_teach_sensitivity(int grade) {
         check(zq_set_drag_teach_sensitivity(h(), grade), "zq_set_drag_teach_sensitivity");
     }
-    /// zq_get_drag_teach_sensitivity; returns grade.
+    /**
+     * @brief Reads the drag teaching sensitivity.
+     * @return the sensitivity grade.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_drag_teach_sensitivity()
+     */
     int drag_teach_sensitivity() const {
         int grade{};
         check(zq_get_drag_teach_sensitivity(h(), &grade), "zq_get_drag_teach_sensitivity");
         return grade;
     }
-    /// zq_set_force_drag_mode.
+    /**
+     * @brief Chooses how the arm is dragged: by the joints' currents or by its force sensor.
+     * @param mode the controller's drag mode number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on an arm without a
+     * force sensor, nothing sent.)
+     * @see zq_set_force_drag_mode()
+     */
     void set_force_drag_mode(int mode) {
         check(zq_set_force_drag_mode(h(), mode), "zq_set_force_drag_mode");
     }
-    /// zq_get_force_drag_mode; returns mode.
+    /**
+     * @brief Reads the drag mode.
+     * @return the controller's drag mode number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on an arm without a
+     * force sensor.)
+     * @see zq_get_force_drag_mode()
+     */
     int force_drag_mode() const {
         int mode{};
         check(zq_get_force_drag_mode(h(), &mode), "zq_get_force_drag_mode");
         return mode;
     }
-    /// zq_drag_trajectory_origin.
+    /**
+     * @brief Moves the arm to the start of the dragged trajectory.
+     * @param block 0 returns once sent; otherwise waits for the end of the move (thread modes 1 and 2, no
+     * overall limit) or at most `block` rounds of one second (single-thread mode).
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 failed; -4 another device ended;
+     * -5 rounds used up.)
+     * @see zq_drag_trajectory_origin()
+     */
     void drag_trajectory_origin(int block) {
         check(zq_drag_trajectory_origin(h(), block), "zq_drag_trajectory_origin");
     }
-    /// zq_run_drag_trajectory.
+    /**
+     * @brief Replays the dragged trajectory.
+     * @param block 0 returns at once (0 when sent); otherwise the call first waits `block` seconds, then
+     * watches the replay until it ends.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_run_drag_trajectory()
+     */
     void run_drag_trajectory(int block) {
         check(zq_run_drag_trajectory(h(), block), "zq_run_drag_trajectory");
     }
-    /// zq_pause_drag_trajectory.
+    /**
+     * @brief Pauses the replay of the dragged trajectory.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_pause_drag_trajectory()
+     */
     void pause_drag_trajectory() {
         check(zq_pause_drag_trajectory(h()), "zq_pause_drag_trajectory");
     }
-    /// zq_continue_drag_trajectory.
+    /**
+     * @brief Resumes a paused replay.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_continue_drag_trajectory()
+     */
     void continue_drag_trajectory() {
         check(zq_continue_drag_trajectory(h()), "zq_continue_drag_trajectory");
     }
-    /// zq_stop_drag_trajectory.
+    /**
+     * @brief Stops the replay.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_stop_drag_trajectory()
+     */
     void stop_drag_trajectory() {
         check(zq_stop_drag_trajectory(h()), "zq_stop_drag_trajectory");
     }
     // ---- io ----
-    /// zq_set_IO_mode.
+    /**
+     * @brief Sets the mode of one controller IO port.
+     * @param io_num the port, 0 to 4.
+     * @param config mode 0 to 14 (the controller's numbering); mode 14 also sends the realtime speed and
+     * speed mode.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; 1 with nothing sent for
+     * a port or mode out of range; -4 with nothing sent for a null config.)
+     * @see zq_set_IO_mode()
+     */
     void set_io_mode(int io_num, const zq_io_config_t& config) {
         check(zq_set_IO_mode(h(), io_num, &config), "zq_set_IO_mode");
     }
-    /// zq_set_DO_state.
+    /**
+     * @brief Sets a digital output of the controller.
+     * @param io_num the output's number.
+     * @param state 1 high, 0 low.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_DO_state()
+     */
     void set_do_state(int io_num, int state) {
         check(zq_set_DO_state(h(), io_num, state), "zq_set_DO_state");
     }
-    /// zq_get_IO_state; returns io.
+    /**
+     * @brief Reads the level and mode of one controller IO port.
+     * @param io_num the port, 0 to 4.
+     * @return level and mode; below mode 14 the speed fields read -1.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; 1 with nothing sent for
+     * a port out of range.)
+     * @see zq_get_IO_state()
+     */
     zq_io_get_t io_state(int io_num) const {
         zq_io_get_t io{};
         check(zq_get_IO_state(h(), io_num, &io), "zq_get_IO_state");
         return io;
     }
-    /// zq_set_voltage.
+    /**
+     * @brief Sets the controller's IO supply voltage.
+     * @param voltage_type the controller's voltage code, passed on unchanged.
+     * @param start_enable true: the controller applies it at every start.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_voltage()
+     */
     void set_voltage(int voltage_type, bool start_enable) {
         check(zq_set_voltage(h(), voltage_type, start_enable), "zq_set_voltage");
     }
-    /// zq_get_voltage; returns voltage_type.
+    /**
+     * @brief Reads the controller's IO supply voltage.
+     * @return the controller's voltage code.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_voltage()
+     */
     int voltage() const {
         int voltage_type{};
         check(zq_get_voltage(h(), &voltage_type), "zq_get_voltage");
         return voltage_type;
     }
-    /// zq_set_RS485.
+    /**
+     * @brief Sets the baud rate of the controller's RS485 port (generation 3).
+     * @param baudrate bits per second.
+     * @throws zq::Error with the result code when it is not 0 (0 when sent; -2 on generation 4. No reply
+     * is read: returns after an 800 ms pause.)
+     * @see zq_set_RS485()
+     */
     void set_rs485(int baudrate) {
         check(zq_set_RS485(h(), baudrate), "zq_set_RS485");
     }
-    /// zq_get_controller_RS485_mode; returns mode, baudrate, modbus_timeout.
+    /**
+     * @brief Reads the mode of the controller's RS485 port (generation 3).
+     * @return mode: the port's mode, the controller's number.; baudrate: bits per second.; modbus_timeout:
+     * the Modbus RTU time-out as the controller reports it; 0 when the port is not in Modbus RTU mode.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
+     * @see zq_get_controller_RS485_mode()
+     */
     std::tuple<int, int, int> controller_rs485_mode() const {
         int mode{};
         int baudrate{};
@@ -341,7 +769,13 @@ public:
               "zq_get_controller_RS485_mode");
         return {mode, baudrate, modbus_timeout};
     }
-    /// zq_get_tool_RS485_mode; returns mode, baudrate, modbus_timeout.
+    /**
+     * @brief Reads the mode of the tool connector's RS485 port (generation 3).
+     * @return mode: the port's mode, the controller's number.; baudrate: bits per second.; modbus_timeout:
+     * the Modbus RTU time-out as reported; 0 when not in Modbus RTU mode.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
+     * @see zq_get_tool_RS485_mode()
+     */
     std::tuple<int, int, int> tool_rs485_mode() const {
         int mode{};
         int baudrate{};
@@ -349,87 +783,206 @@ public:
         check(zq_get_tool_RS485_mode(h(), &mode, &baudrate, &modbus_timeout), "zq_get_tool_RS485_mode");
         return {mode, baudrate, modbus_timeout};
     }
-    /// zq_set_modbus_mode.
+    /**
+     * @brief Puts a serial port into Modbus RTU master mode (generation 3).
+     * @param port the port, the controller's number (controller or tool connector).
+     * @param baudrate bits per second.
+     * @param timeout the bus time-out, 100 ms units (0 or less counts as 1). It also sets the process-wide
+     * wait of the peripheral reads and writes to `timeout` × 100 ms plus the query time-out.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
+     * @see zq_set_modbus_mode()
+     */
     void set_modbus_mode(int port, int baudrate, int timeout) {
         check(zq_set_modbus_mode(h(), port, baudrate, timeout), "zq_set_modbus_mode");
     }
-    /// zq_close_modbus_mode.
+    /**
+     * @brief Ends Modbus RTU mode on a serial port (generation 3).
+     * @param port the port, as for zq_set_modbus_mode().
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
+     * @see zq_close_modbus_mode()
+     */
     void close_modbus_mode(int port) {
         check(zq_close_modbus_mode(h(), port), "zq_close_modbus_mode");
     }
-    /// zq_set_modbustcp_mode.
+    /**
+     * @brief Connects the controller as Modbus TCP master to a device (generation 3).
+     * @param ip the device's dotted IPv4 address.
+     * @param port its TCP port.
+     * @param timeout the bus time-out, ms (0 or less counts as 1); the peripheral reads and writes then
+     * wait `timeout` plus the query time-out (process-wide).
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4 or
+     * for a bad address.)
+     * @see zq_set_modbustcp_mode()
+     */
     void set_modbustcp_mode(const std::string& ip, int port, int timeout) {
         check(zq_set_modbustcp_mode(h(), ip.c_str(), port, timeout), "zq_set_modbustcp_mode");
     }
-    /// zq_close_modbustcp_mode.
+    /**
+     * @brief Ends the Modbus TCP master connection (generation 3).
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
+     * @see zq_close_modbustcp_mode()
+     */
     void close_modbustcp_mode() {
         check(zq_close_modbustcp_mode(h()), "zq_close_modbustcp_mode");
     }
-    /// zq_set_controller_rs485_mode.
+    /**
+     * @brief Sets the mode and baud rate of the controller's RS485 port (generation 4).
+     * @param mode the port's mode, the controller's number.
+     * @param baudrate bits per second.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_set_controller_rs485_mode()
+     */
     void set_controller_rs485_mode(int mode, int baudrate) {
         check(zq_set_controller_rs485_mode(h(), mode, baudrate), "zq_set_controller_rs485_mode");
     }
-    /// zq_get_controller_rs485_mode_v4; returns mode, baudrate.
+    /**
+     * @brief Reads the mode and baud rate of the controller's RS485 port (generation 4).
+     * @return mode: the port's mode.; baudrate: bits per second.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_get_controller_rs485_mode_v4()
+     */
     std::tuple<int, int> controller_rs485_mode_v4() const {
         int mode{};
         int baudrate{};
         check(zq_get_controller_rs485_mode_v4(h(), &mode, &baudrate), "zq_get_controller_rs485_mode_v4");
         return {mode, baudrate};
     }
-    /// zq_set_tool_rs485_mode.
+    /**
+     * @brief Sets the mode and baud rate of the tool connector's RS485 port (generation 4).
+     * @param mode the port's mode, the controller's number.
+     * @param baudrate bits per second.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_set_tool_rs485_mode()
+     */
     void set_tool_rs485_mode(int mode, int baudrate) {
         check(zq_set_tool_rs485_mode(h(), mode, baudrate), "zq_set_tool_rs485_mode");
     }
-    /// zq_get_tool_rs485_mode_v4; returns mode, baudrate.
+    /**
+     * @brief Reads the mode and baud rate of the tool connector's RS485 port (generation 4).
+     * @return mode: the port's mode.; baudrate: bits per second.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_get_tool_rs485_mode_v4()
+     */
     std::tuple<int, int> tool_rs485_mode_v4() const {
         int mode{};
         int baudrate{};
         check(zq_get_tool_rs485_mode_v4(h(), &mode, &baudrate), "zq_get_tool_rs485_mode_v4");
         return {mode, baudrate};
     }
-    /// zq_write_single_coil.
+    /**
+     * @brief Writes one coil of a Modbus device on a port (generation 3).
+     * @param params port, address and device.
+     * @param data 1 on, 0 off.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 refused; -4 on generation 4. Waits up
+     * to the bus time-out.)
+     * @see zq_write_single_coil()
+     */
     void write_single_coil(const zq_peripheral_read_write_params_t& params, int data) {
         check(zq_write_single_coil(h(), params, data), "zq_write_single_coil");
     }
-    /// zq_write_single_register.
+    /**
+     * @brief Writes one holding register of a Modbus device on a port (generation 3).
+     * @param params port, address and device.
+     * @param data the register's value.
+     * @throws zq::Error with the result code when it is not 0 (as zq_write_single_coil().)
+     * @see zq_write_single_register()
+     */
     void write_single_register(const zq_peripheral_read_write_params_t& params, int data) {
         check(zq_write_single_register(h(), params, data), "zq_write_single_register");
     }
-    /// zq_write_modbus_rtu_coils.
+    /**
+     * @brief Writes coils of a Modbus RTU device (generation 4).
+     * @param params first address, device, port type, count (0 to ZQ_MODBUS_DATA_MAX) and one value per
+     * coil.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 refused; -4 on generation 3 or a count
+     * out of range.)
+     * @see zq_write_modbus_rtu_coils()
+     */
     void write_modbus_rtu_coils(const zq_modbus_rtu_write_params_t& params) {
         check(zq_write_modbus_rtu_coils(h(), params), "zq_write_modbus_rtu_coils");
     }
-    /// zq_write_modbus_rtu_registers.
+    /**
+     * @brief Writes holding registers of a Modbus RTU device (generation 4).
+     * @param params first address, device, port type, count (0 to ZQ_MODBUS_DATA_MAX) and one value per
+     * register.
+     * @throws zq::Error with the result code when it is not 0 (as zq_write_modbus_rtu_coils().)
+     * @see zq_write_modbus_rtu_registers()
+     */
     void write_modbus_rtu_registers(const zq_modbus_rtu_write_params_t& params) {
         check(zq_write_modbus_rtu_registers(h(), params), "zq_write_modbus_rtu_registers");
     }
-    /// zq_write_modbus_tcp_coils.
+    /**
+     * @brief Writes coils of a Modbus TCP device (generation 4).
+     * @param params first address, device (as for the reads), count 0 to ZQ_MODBUS_DATA_MAX and one value
+     * per coil.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 refused; -4 on generation 3. Waits as
+     * zq_read_modbus_tcp_coils().)
+     * @see zq_write_modbus_tcp_coils()
+     */
     void write_modbus_tcp_coils(const zq_modbus_tcp_write_params_t& params) {
         check(zq_write_modbus_tcp_coils(h(), params), "zq_write_modbus_tcp_coils");
     }
-    /// zq_write_modbus_tcp_registers.
+    /**
+     * @brief Writes holding registers of a Modbus TCP device (generation 4).
+     * @param params first address, device (as for the reads), count 0 to ZQ_MODBUS_DATA_MAX and one value
+     * per register.
+     * @throws zq::Error with the result code when it is not 0 (as zq_write_modbus_tcp_coils().)
+     * @see zq_write_modbus_tcp_registers()
+     */
     void write_modbus_tcp_registers(const zq_modbus_tcp_write_params_t& params) {
         check(zq_write_modbus_tcp_registers(h(), params), "zq_write_modbus_tcp_registers");
     }
-    /// zq_add_modbus_tcp_master.
+    /**
+     * @brief Stores a named Modbus TCP master on the controller (generation 4).
+     * @param master its name (up to 19 characters), dotted IPv4 address and port.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_add_modbus_tcp_master()
+     */
     void add_modbus_tcp_master(const zq_modbus_tcp_master_info_t& master) {
         check(zq_add_modbus_tcp_master(h(), master), "zq_add_modbus_tcp_master");
     }
-    /// zq_update_modbus_tcp_master.
+    /**
+     * @brief Changes a stored Modbus TCP master (generation 4).
+     * @param name the master's present name.
+     * @param master its new name, address and port.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_update_modbus_tcp_master()
+     */
     void update_modbus_tcp_master(const std::string& name, const zq_modbus_tcp_master_info_t& master) {
         check(zq_update_modbus_tcp_master(h(), name.c_str(), master), "zq_update_modbus_tcp_master");
     }
-    /// zq_delete_modbus_tcp_master.
+    /**
+     * @brief Deletes a stored Modbus TCP master (generation 4).
+     * @param name the master's name.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_delete_modbus_tcp_master()
+     */
     void delete_modbus_tcp_master(const std::string& name) {
         check(zq_delete_modbus_tcp_master(h(), name.c_str()), "zq_delete_modbus_tcp_master");
     }
-    /// zq_get_modbus_tcp_master; returns master.
+    /**
+     * @brief Reads a stored Modbus TCP master by name (generation 4).
+     * @param name the master's name.
+     * @return its name, address and port.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 no master has that name; -4 on
+     * generation 3.)
+     * @see zq_get_modbus_tcp_master()
+     */
     zq_modbus_tcp_master_info_t modbus_tcp_master(const std::string& name) const {
         zq_modbus_tcp_master_info_t master{};
         check(zq_get_modbus_tcp_master(h(), name.c_str(), &master), "zq_get_modbus_tcp_master");
         return master;
     }
-    /// zq_get_modbus_tcp_master_list; returns list.
+    /**
+     * @brief Reads one page of the stored Modbus TCP masters (generation 4).
+     * @param page_num the page, from 1.
+     * @param page_size entries per page, at most ZQ_MODBUS_TCP_MASTER_LIST_MAX.
+     * @param vague_search a fragment of the name to filter by; null for all.
+     * @return the page and the total count.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.
+     * Waits up to the configuration time-out plus 1000 ms.)
+     * @see zq_get_modbus_tcp_master_list()
+     */
     zq_modbus_tcp_master_list_t modbus_tcp_master_list(int page_num, int page_size,
                                                        const std::optional<std::string>& vague_search) const {
         zq_modbus_tcp_master_list_t list{};
@@ -438,17 +991,39 @@ public:
         return list;
     }
     // ---- programs ----
-    /// zq_send_project; returns err_line.
+    /**
+     * @brief Uploads a program file from the host to the controller (generation 3).
+     * @param project the file's path and the program's settings; with `project_type` not 0 a copy with the
+     * two header lines the controller expects is written beside the file and sent.
+     * @return -1 on success, else the program line the controller rejected.
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 the controller rejected the
+     * program; -5 the file cannot be opened, read or written; -6 on generation 4. Sends about 50 kB per
+     * second, then waits up to 2000 ms; send nothing else on this session meanwhile.)
+     * @see zq_send_project()
+     */
     int send_project(const zq_send_project_t& project) {
         int err_line{};
         check(zq_send_project(h(), project, &err_line), "zq_send_project");
         return err_line;
     }
-    /// zq_set_plan_speed.
+    /**
+     * @brief Scales the speed of the running program.
+     * @param speed percent of the programmed speed.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_plan_speed()
+     */
     void set_plan_speed(int speed) {
         check(zq_set_plan_speed(h(), speed), "zq_set_plan_speed");
     }
-    /// zq_get_program_trajectory_list; returns list.
+    /**
+     * @brief Reads one page of the programs stored on the controller.
+     * @param page_num the page, from 1.
+     * @param page_size entries per page.
+     * @param vague_search a fragment of the name to filter by; null for all.
+     * @return the page (at most ZQ_LIST_ENTRIES entries) and the total count.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_program_trajectory_list()
+     */
     zq_program_trajectorys_t program_trajectory_list(int page_num, int page_size,
                                                      const std::optional<std::string>& vague_search) const {
         zq_program_trajectorys_t list{};
@@ -456,61 +1031,136 @@ public:
               vague_search ? vague_search->c_str() : nullptr, &list), "zq_get_program_trajectory_list");
         return list;
     }
-    /// zq_set_program_id_run.
+    /**
+     * @brief Runs a stored program.
+     * @param id the program's number.
+     * @param speed percent of the programmed speed; 0 keeps the program's own speed.
+     * @param block 0 returns once the program started; otherwise waits for its end (threaded modes: no
+     * overall limit; single-thread mode: at most `block` seconds).
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused; -4 the end was not
+     * reported. Waits up to 15000 ms for the start.)
+     * @see zq_set_program_id_run()
+     */
     void set_program_id_run(int id, int speed, int block) {
         check(zq_set_program_id_run(h(), id, speed, block), "zq_set_program_id_run");
     }
-    /// zq_get_program_run_state; returns state.
+    /**
+     * @brief Reads the state of the program run (generation 3).
+     * @return the record.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 4.)
+     * @see zq_get_program_run_state()
+     */
     zq_program_run_state_t program_run_state() const {
         zq_program_run_state_t state{};
         check(zq_get_program_run_state(h(), &state), "zq_get_program_run_state");
         return state;
     }
-    /// zq_get_flowchart_program_run_state; returns state.
+    /**
+     * @brief Reads the state of the flowchart program run (generation 4).
+     * @return the record.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_get_flowchart_program_run_state()
+     */
     zq_flowchart_run_state_t flowchart_program_run_state() const {
         zq_flowchart_run_state_t state{};
         check(zq_get_flowchart_program_run_state(h(), &state), "zq_get_flowchart_program_run_state");
         return state;
     }
-    /// zq_delete_program_trajectory.
+    /**
+     * @brief Deletes a stored program.
+     * @param id the program's number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_delete_program_trajectory()
+     */
     void delete_program_trajectory(int id) {
         check(zq_delete_program_trajectory(h(), id), "zq_delete_program_trajectory");
     }
-    /// zq_update_program_trajectory.
+    /**
+     * @brief Changes the speed and name of a stored program.
+     * @param id the program's number.
+     * @param plan_speed its new speed, percent.
+     * @param project_name its new name.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_update_program_trajectory()
+     */
     void update_program_trajectory(int id, int plan_speed, const std::string& project_name) {
         check(zq_update_program_trajectory(h(), id, plan_speed, project_name.c_str()),
               "zq_update_program_trajectory");
     }
-    /// zq_set_default_run_program.
+    /**
+     * @brief Chooses the program that runs when the controller is started in its default-run mode.
+     * @param id the program's number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_default_run_program()
+     */
     void set_default_run_program(int id) {
         check(zq_set_default_run_program(h(), id), "zq_set_default_run_program");
     }
-    /// zq_get_default_run_program; returns id.
+    /**
+     * @brief Reads the program chosen for the default run.
+     * @return its number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_default_run_program()
+     */
     int default_run_program() const {
         int id{};
         check(zq_get_default_run_program(h(), &id), "zq_get_default_run_program");
         return id;
     }
-    /// zq_add_global_waypoint.
+    /**
+     * @brief Stores a named waypoint on the controller, stamped with the host's local time.
+     * @param waypoint name (local code page), joints (degrees), pose (m, rad) and frame names.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -2 for a null or empty
+     * name, nothing sent.)
+     * @see zq_add_global_waypoint()
+     */
     void add_global_waypoint(const zq_waypoint_t& waypoint) {
         check(zq_add_global_waypoint(h(), waypoint), "zq_add_global_waypoint");
     }
-    /// zq_update_global_waypoint.
+    /**
+     * @brief Changes a stored waypoint, found by its name.
+     * @param waypoint as for zq_add_global_waypoint().
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -2 for a null or empty
+     * name, nothing sent.)
+     * @see zq_update_global_waypoint()
+     */
     void update_global_waypoint(const zq_waypoint_t& waypoint) {
         check(zq_update_global_waypoint(h(), waypoint), "zq_update_global_waypoint");
     }
-    /// zq_delete_global_waypoint.
+    /**
+     * @brief Deletes a stored waypoint.
+     * @param point_name its name.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -2 for a null or empty
+     * name.)
+     * @see zq_delete_global_waypoint()
+     */
     void delete_global_waypoint(const std::string& point_name) {
         check(zq_delete_global_waypoint(h(), point_name.c_str()), "zq_delete_global_waypoint");
     }
-    /// zq_get_given_global_waypoint; returns waypoint.
+    /**
+     * @brief Reads a stored waypoint by name.
+     * @param point_name its name.
+     * @return the record.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 no waypoint has that name; -2 the name
+     * cannot be converted; -3 a null handle, name or record.)
+     * @see zq_get_given_global_waypoint()
+     */
     zq_waypoint_t given_global_waypoint(const std::string& point_name) const {
         zq_waypoint_t waypoint{};
         check(zq_get_given_global_waypoint(h(), point_name.c_str(), &waypoint),
               "zq_get_given_global_waypoint");
         return waypoint;
     }
-    /// zq_get_global_waypoints_list; returns list.
+    /**
+     * @brief Reads one page of the stored waypoints.
+     * @param page_num the page, from 1.
+     * @param page_size entries per page.
+     * @param vague_search a fragment of the name to filter by; null or empty for all.
+     * @return the page (at most ZQ_LIST_ENTRIES entries) and the total count.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code. Waits up to the
+     * configuration time-out plus 1000 ms.)
+     * @see zq_get_global_waypoints_list()
+     */
     zq_waypoint_list_t global_waypoints_list(int page_num, int page_size,
                                              const std::optional<std::string>& vague_search) const {
         zq_waypoint_list_t list{};
@@ -518,7 +1168,16 @@ public:
               vague_search ? vague_search->c_str() : nullptr, &list), "zq_get_global_waypoints_list");
         return list;
     }
-    /// zq_get_trajectory_file_list; returns list.
+    /**
+     * @brief Reads one page of the recorded trajectories (generation 4).
+     * @param page_num the page, from 1.
+     * @param page_size entries per page.
+     * @param vague_search a fragment of the name to filter by; null for all.
+     * @return the page and the total count.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.
+     * Waits up to the configuration time-out plus 1000 ms.)
+     * @see zq_get_trajectory_file_list()
+     */
     zq_trajectory_list_t trajectory_file_list(int page_num, int page_size,
                                               const std::optional<std::string>& vague_search) const {
         zq_trajectory_list_t list{};
@@ -526,19 +1185,43 @@ public:
               vague_search ? vague_search->c_str() : nullptr, &list), "zq_get_trajectory_file_list");
         return list;
     }
-    /// zq_set_run_trajectory.
+    /**
+     * @brief Replays a recorded trajectory (generation 4).
+     * @param name the trajectory's name.
+     * @throws zq::Error with the result code when it is not 0 (0 once started, or a common code; -4 on
+     * generation 3.)
+     * @see zq_set_run_trajectory()
+     */
     void set_run_trajectory(const std::string& name) {
         check(zq_set_run_trajectory(h(), name.c_str()), "zq_set_run_trajectory");
     }
-    /// zq_delete_trajectory_file.
+    /**
+     * @brief Deletes a recorded trajectory (generation 4).
+     * @param name the trajectory's name.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_delete_trajectory_file()
+     */
     void delete_trajectory_file(const std::string& name) {
         check(zq_delete_trajectory_file(h(), name.c_str()), "zq_delete_trajectory_file");
     }
-    /// zq_save_trajectory_file.
+    /**
+     * @brief Saves the last dragged trajectory on the controller under a name (generation 4).
+     * @param name the name to store it by.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_save_trajectory_file()
+     */
     void save_trajectory_file(const std::string& name) {
         check(zq_save_trajectory_file(h(), name.c_str()), "zq_save_trajectory_file");
     }
-    /// zq_get_tool_action_list; returns list.
+    /**
+     * @brief Reads one page of the stored hand tool actions (generation 4).
+     * @param page_num the page, from 1.
+     * @param page_size entries per page.
+     * @param vague_search a fragment of the name to filter by; null for all.
+     * @return the page; places behind an action's last value hold ZQ_TOOL_ACTION_UNSET.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_get_tool_action_list()
+     */
     zq_tool_action_list_t tool_action_list(int page_num, int page_size,
                                            const std::optional<std::string>& vague_search) const {
         zq_tool_action_list_t list{};
@@ -546,178 +1229,373 @@ public:
               &list), "zq_get_tool_action_list");
         return list;
     }
-    /// zq_run_tool_action.
+    /**
+     * @brief Runs a stored hand tool action (generation 4).
+     * @param name the action's name.
+     * @throws zq::Error with the result code when it is not 0 (0 done; 1 refused or failed; -2 no end
+     * report within 1 s; -5 another device ended; -4 on generation 3.)
+     * @see zq_run_tool_action()
+     */
     void run_tool_action(const std::string& name) {
         check(zq_run_tool_action(h(), name.c_str()), "zq_run_tool_action");
     }
-    /// zq_delete_tool_action.
+    /**
+     * @brief Deletes a stored hand tool action (generation 4).
+     * @param name the action's name.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 on generation 3.)
+     * @see zq_delete_tool_action()
+     */
     void delete_tool_action(const std::string& name) {
         check(zq_delete_tool_action(h(), name.c_str()), "zq_delete_tool_action");
     }
-    /// zq_save_trajectory; returns point_count.
+    /**
+     * @brief Records the points of a drag teach as they are pushed into a file on the host.
+     * @param path the file, replaced; one JSON line per point, CR LF ended.
+     * @return the number of points written.
+     * @throws zq::Error with the result code when it is not 0 (0 once points stopped arriving for 500 ms;
+     * -4 the file cannot be made; -5 the controller refused; 30000 when no end came within 30 s (the file
+     * then holds what arrived). The recording is process-wide: one at a time.)
+     * @see zq_save_trajectory()
+     */
     int save_trajectory(const std::string& path) {
         int point_count{};
         check(zq_save_trajectory(h(), path.c_str(), &point_count), "zq_save_trajectory");
         return point_count;
     }
     // ---- safety ----
-    /// zq_add_electronic_fence_config.
+    /**
+     * @brief Stores a named electronic fence on the controller.
+     * @param config its name, form (1 cube, 2 plane, 3 sphere) and the form's coordinates, metres. The
+     * cube's minimum z travels as its minimum x: read back, the stored cube shows that.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 for a form outside 1
+     * to 3, nothing sent.)
+     * @see zq_add_electronic_fence_config()
+     */
     void add_electronic_fence_config(const zq_fence_config_t& config) {
         check(zq_add_electronic_fence_config(h(), config), "zq_add_electronic_fence_config");
     }
-    /// zq_update_electronic_fence_config.
+    /**
+     * @brief Changes a stored electronic fence, found by its name.
+     * @param config as for zq_add_electronic_fence_config().
+     * @throws zq::Error with the result code when it is not 0 (as zq_add_electronic_fence_config().)
+     * @see zq_update_electronic_fence_config()
+     */
     void update_electronic_fence_config(const zq_fence_config_t& config) {
         check(zq_update_electronic_fence_config(h(), config), "zq_update_electronic_fence_config");
     }
-    /// zq_delete_electronic_fence_config.
+    /**
+     * @brief Deletes a stored electronic fence.
+     * @param name its name.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_delete_electronic_fence_config()
+     */
     void delete_electronic_fence_config(const std::string& name) {
         check(zq_delete_electronic_fence_config(h(), name.c_str()), "zq_delete_electronic_fence_config");
     }
-    /// zq_get_given_electronic_fence_config; returns config.
+    /**
+     * @brief Reads a stored electronic fence by name.
+     * @param name its name.
+     * @return the record.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 no fence has that name.)
+     * @see zq_get_given_electronic_fence_config()
+     */
     zq_fence_config_t given_electronic_fence_config(const std::string& name) const {
         zq_fence_config_t config{};
         check(zq_get_given_electronic_fence_config(h(), name.c_str(), &config),
               "zq_get_given_electronic_fence_config");
         return config;
     }
-    /// zq_set_electronic_fence_enable.
+    /**
+     * @brief Switches the electronic fence in force on or off.
+     * @param state on or off, which side the arm must keep to, and what it applies to.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_electronic_fence_enable()
+     */
     void set_electronic_fence_enable(const zq_electronic_fence_enable_t& state) {
         check(zq_set_electronic_fence_enable(h(), state), "zq_set_electronic_fence_enable");
     }
-    /// zq_get_electronic_fence_enable; returns state.
+    /**
+     * @brief Reads the switch of the electronic fence.
+     * @return the record.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_electronic_fence_enable()
+     */
     zq_electronic_fence_enable_t electronic_fence_enable() const {
         zq_electronic_fence_enable_t state{};
         check(zq_get_electronic_fence_enable(h(), &state), "zq_get_electronic_fence_enable");
         return state;
     }
-    /// zq_set_electronic_fence_config.
+    /**
+     * @brief Sets the electronic fence in force.
+     * @param config a cube (form 1) or a plane (form 2), metres; other forms send the form alone.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; -4 for a sphere (form
+     * 3), nothing sent.)
+     * @see zq_set_electronic_fence_config()
+     */
     void set_electronic_fence_config(const zq_fence_config_t& config) {
         check(zq_set_electronic_fence_config(h(), config), "zq_set_electronic_fence_config");
     }
-    /// zq_get_electronic_fence_config; returns config.
+    /**
+     * @brief Reads the electronic fence in force.
+     * @return the record; a sphere comes back with only its form.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 none is set.)
+     * @see zq_get_electronic_fence_config()
+     */
     zq_fence_config_t electronic_fence_config() const {
         zq_fence_config_t config{};
         check(zq_get_electronic_fence_config(h(), &config), "zq_get_electronic_fence_config");
         return config;
     }
-    /// zq_set_virtual_wall_enable.
+    /**
+     * @brief Switches the virtual wall on or off.
+     * @param state on or off, which side the tool must keep to, and what it applies to.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_virtual_wall_enable()
+     */
     void set_virtual_wall_enable(const zq_electronic_fence_enable_t& state) {
         check(zq_set_virtual_wall_enable(h(), state), "zq_set_virtual_wall_enable");
     }
-    /// zq_get_virtual_wall_enable; returns state.
+    /**
+     * @brief Reads the switch of the virtual wall.
+     * @return the record.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_virtual_wall_enable()
+     */
     zq_electronic_fence_enable_t virtual_wall_enable() const {
         zq_electronic_fence_enable_t state{};
         check(zq_get_virtual_wall_enable(h(), &state), "zq_get_virtual_wall_enable");
         return state;
     }
-    /// zq_set_virtual_wall_config.
+    /**
+     * @brief Sets the virtual wall that the tool stays within.
+     * @param config a cube (form 1) or a sphere (form 3), metres; other forms send the form alone.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_virtual_wall_config()
+     */
     void set_virtual_wall_config(const zq_fence_config_t& config) {
         check(zq_set_virtual_wall_config(h(), config), "zq_set_virtual_wall_config");
     }
-    /// zq_get_virtual_wall_config; returns config.
+    /**
+     * @brief Reads the virtual wall.
+     * @return the record (a cube or a sphere).
+     * @throws zq::Error with the result code when it is not 0 (0; 1 none is set.)
+     * @see zq_get_virtual_wall_config()
+     */
     zq_fence_config_t virtual_wall_config() const {
         zq_fence_config_t config{};
         check(zq_get_virtual_wall_config(h(), &config), "zq_get_virtual_wall_config");
         return config;
     }
-    /// zq_set_self_collision_enable.
+    /**
+     * @brief Switches the controller's self-collision check on or off.
+     * @param enable true on.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_self_collision_enable()
+     */
     void set_self_collision_enable(bool enable) {
         check(zq_set_self_collision_enable(h(), enable), "zq_set_self_collision_enable");
     }
-    /// zq_get_self_collision_enable; returns enable.
+    /**
+     * @brief Reads whether the controller's self-collision check is on.
+     * @return true when on.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_self_collision_enable()
+     */
     bool self_collision_enable() const {
         bool enable{};
         check(zq_get_self_collision_enable(h(), &enable), "zq_get_self_collision_enable");
         return enable;
     }
-    /// zq_set_collision_remove_enable.
+    /**
+     * @brief Switches the controller's collision release setting on or off.
+     * @param enable true on.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_collision_remove_enable()
+     */
     void set_collision_remove_enable(bool enable) {
         check(zq_set_collision_remove_enable(h(), enable), "zq_set_collision_remove_enable");
     }
-    /// zq_get_collision_remove_enable; returns enable.
+    /**
+     * @brief Reads whether the controller's collision release setting is on.
+     * @return true when on.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_collision_remove_enable()
+     */
     bool collision_remove_enable() const {
         bool enable{};
         check(zq_get_collision_remove_enable(h(), &enable), "zq_get_collision_remove_enable");
         return enable;
     }
-    /// zq_set_collision_detection.
+    /**
+     * @brief Sets the controller's collision detection mode.
+     * @param mode the controller's mode number, passed on unchanged.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_collision_detection()
+     */
     void set_collision_detection(int mode) {
         check(zq_set_collision_detection(h(), mode), "zq_set_collision_detection");
     }
-    /// zq_get_collision_detection; returns mode.
+    /**
+     * @brief Reads the controller's collision detection mode.
+     * @return the mode number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_collision_detection()
+     */
     int collision_detection() const {
         int mode{};
         check(zq_get_collision_detection(h(), &mode), "zq_get_collision_detection");
         return mode;
     }
-    /// zq_set_avoid_singularity_mode.
+    /**
+     * @brief Sets how the controller avoids singular configurations.
+     * @param mode the controller's mode number, passed on unchanged.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_avoid_singularity_mode()
+     */
     void set_avoid_singularity_mode(int mode) {
         check(zq_set_avoid_singularity_mode(h(), mode), "zq_set_avoid_singularity_mode");
     }
-    /// zq_get_avoid_singularity_mode; returns mode.
+    /**
+     * @brief Reads how the controller avoids singular configurations.
+     * @return the mode number.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_avoid_singularity_mode()
+     */
     int avoid_singularity_mode() const {
         int mode{};
         check(zq_get_avoid_singularity_mode(h(), &mode), "zq_get_avoid_singularity_mode");
         return mode;
     }
-    /// zq_set_tool_envelope.
+    /**
+     * @brief Sets the spheres that envelop a tool, for the controller's collision checks.
+     * @param envelope the tool frame's name and 0 to 5 spheres (centre and radius, metres, in the tool
+     * frame); size 0 clears them.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 refused (does the tool frame exist?).)
+     * @see zq_set_tool_envelope()
+     */
     void set_tool_envelope(const zq_envelope_balls_list_t& envelope) {
         check(zq_set_tool_envelope(h(), envelope), "zq_set_tool_envelope");
     }
-    /// zq_get_tool_envelope; returns envelope.
+    /**
+     * @brief Reads the spheres that envelop a tool.
+     * @param tool_name the tool frame's name.
+     * @return them.
+     * @throws zq::Error with the result code when it is not 0 (0; 1 the tool frame does not exist.)
+     * @see zq_get_tool_envelope()
+     */
     zq_envelope_balls_list_t tool_envelope(const std::string& tool_name) const {
         zq_envelope_balls_list_t envelope{};
         check(zq_get_tool_envelope(h(), tool_name.c_str(), &envelope), "zq_get_tool_envelope");
         return envelope;
     }
     // ---- system ----
-    /// zq_set_NetIP.
+    /**
+     * @brief Sets the controller's wired address, mask and gateway.
+     * @param ip dotted IPv4 address.
+     * @param netmask dotted IPv4 mask.
+     * @param gw dotted IPv4 gateway.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to 2000 ms.
+     * The connection may drop after a change; the library does not reconnect.)
+     * @see zq_set_NetIP()
+     */
     void set_netip(const std::string& ip, const std::string& netmask, const std::string& gw) {
         check(zq_set_NetIP(h(), ip.c_str(), netmask.c_str(), gw.c_str()), "zq_set_NetIP");
     }
-    /// zq_set_wifi_ap.
+    /**
+     * @brief Makes the controller's wireless interface an access point.
+     * @param wifi_name the network's name.
+     * @param password its password.
+     * @throws zq::Error with the result code when it is not 0 (0 when sent; -1 send failed. No reply is
+     * read: the call returns after a fixed 800 ms pause.)
+     * @see zq_set_wifi_ap()
+     */
     void set_wifi_ap(const std::string& wifi_name, const std::string& password) {
         check(zq_set_wifi_ap(h(), wifi_name.c_str(), password.c_str()), "zq_set_wifi_ap");
     }
-    /// zq_set_wifi_sta.
+    /**
+     * @brief Joins the controller's wireless interface to a router's network (station mode).
+     * @param router_name the network's name.
+     * @param password its password.
+     * @throws zq::Error with the result code when it is not 0 (as zq_set_wifi_ap(): no reply read, returns
+     * after 800 ms.)
+     * @see zq_set_wifi_sta()
+     */
     void set_wifi_sta(const std::string& router_name, const std::string& password) {
         check(zq_set_wifi_sta(h(), router_name.c_str(), password.c_str()), "zq_set_wifi_sta");
     }
-    /// zq_set_net_default.
+    /**
+     * @brief Restores the controller's factory network settings.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to 4000 ms.)
+     * @see zq_set_net_default()
+     */
     void set_net_default() {
         check(zq_set_net_default(h()), "zq_set_net_default");
     }
-    /// zq_set_wifi_close.
+    /**
+     * @brief Switches the controller's wireless interface off.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code; waits up to 2000 ms.)
+     * @see zq_set_wifi_close()
+     */
     void set_wifi_close() {
         check(zq_set_wifi_close(h()), "zq_set_wifi_close");
     }
-    /// zq_get_wifi_net; returns wifi_net.
+    /**
+     * @brief Reads the controller's wireless settings.
+     * @return them; in mode "off" `ssid` and `password` stay as they were.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_wifi_net()
+     */
     zq_wifi_net_t wifi_net() const {
         zq_wifi_net_t wifi_net{};
         check(zq_get_wifi_net(h(), &wifi_net), "zq_get_wifi_net");
         return wifi_net;
     }
-    /// zq_set_webserver_enabled.
+    /**
+     * @brief Switches the controller's web server on or off.
+     * @param enabled 1 on, 0 off.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_webserver_enabled()
+     */
     void set_webserver_enabled(int enabled) {
         check(zq_set_webserver_enabled(h(), enabled), "zq_set_webserver_enabled");
     }
-    /// zq_get_webserver_enabled; returns enabled.
+    /**
+     * @brief Reads whether the controller's web server runs.
+     * @return 1 on, 0 off.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_webserver_enabled()
+     */
     int webserver_enabled() const {
         int enabled{};
         check(zq_get_webserver_enabled(h(), &enabled), "zq_get_webserver_enabled");
         return enabled;
     }
-    /// zq_set_arm_power.
+    /**
+     * @brief Switches the arm's power on or off.
+     * @param power 1 on, 0 off.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_set_arm_power()
+     */
     void set_arm_power(int power) {
         check(zq_set_arm_power(h(), power), "zq_set_arm_power");
     }
-    /// zq_get_arm_power_state; returns power.
+    /**
+     * @brief Reads whether the arm is powered.
+     * @return 1 on, 0 off.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_arm_power_state()
+     */
     int arm_power_state() const {
         int power{};
         check(zq_get_arm_power_state(h(), &power), "zq_get_arm_power_state");
         return power;
     }
-    /// zq_get_system_runtime; returns day, hour, min, sec.
+    /**
+     * @brief Reads how long the controller has been running.
+     * @return day: whole days.; hour: hours, 0 to 23.; min: minutes, 0 to 59.; sec: seconds, 0 to 59.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_get_system_runtime()
+     */
     std::tuple<int, int, int, int> system_runtime() const {
         int day{};
         int hour{};
@@ -726,15 +1604,27 @@ public:
         check(zq_get_system_runtime(h(), &day, &hour, &min, &sec), "zq_get_system_runtime");
         return {day, hour, min, sec};
     }
-    /// zq_clear_system_runtime.
+    /**
+     * @brief Resets the controller's runtime counter.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_clear_system_runtime()
+     */
     void clear_system_runtime() {
         check(zq_clear_system_runtime(h()), "zq_clear_system_runtime");
     }
-    /// zq_clear_joint_odom.
+    /**
+     * @brief Resets the joints' travel counters.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_clear_joint_odom()
+     */
     void clear_joint_odom() {
         check(zq_clear_joint_odom(h()), "zq_clear_joint_odom");
     }
-    /// zq_clear_system_err.
+    /**
+     * @brief Clears the controller's system errors.
+     * @throws zq::Error with the result code when it is not 0 (0 or a common code.)
+     * @see zq_clear_system_err()
+     */
     void clear_system_err() {
         check(zq_clear_system_err(h()), "zq_clear_system_err");
     }

@@ -88,6 +88,9 @@ def view_stop():
             p.wait()
 
 
+#: The project's version, as the library reports it (PEP 440 form, e.g. "1.1.5").
+__version__ = version().lstrip("v")
+
 # The library's threads call into Python: stop them before the interpreter goes.
 _atexit.register(_shutdown)
 _atexit.register(view_stop)

@@ -6,16 +6,58 @@ import numpy.typing as npt
 ArrayLike = npt.ArrayLike
 PoseLike = Union["Pose", Sequence[float], npt.NDArray[np.float64]]
 
+__version__: str
+
 class Error(RuntimeError):
     code: int
 
-def init(mode: int = 2) -> None: ...
-def version() -> str: ...
-def set_timeout(ms: int) -> None: ...
-def strerror(code: int) -> str: ...
-def on_realtime(fn: Optional[Callable[["Report"], None]]) -> None: ...
-def view(arm: "Arm", port: int = 8000, bind: str = "127.0.0.1") -> str: ...
-def view_stop() -> None: ...
+def init(mode: int = 2) -> None:
+    """Starts the library in a thread mode; call once, before anything else.
+
+    Args:
+        mode: 0 no threads (the waiting caller reads its socket), 1 a socket receive thread, 2 that and
+            a UDP thread for realtime reports.
+
+    Raises:
+        zq.Error: with the result code as `code` when it is not 0. Codes: 0, also when the library was
+            started before (the first mode stays, nothing new starts, also after zq_destroy()); -1 when
+            a lock or thread could not be created (logged; the call may be repeated). Not thread-safe
+            against itself: call it from one thread. Any controller generation.
+
+    Calls zq_init.
+    """
+def version() -> str:
+    """The library's version text, e.g. "v1.1.5"; static, never NULL. Thread-safe.
+
+    Calls zq_api_version.
+    """
+def set_timeout(ms: int) -> None:
+    """Sets the time-out of queries (default 500 ms) and of configuration commands (default 1000 ms) to
+    `timeout_ms` milliseconds; the Modbus bus time-out stays. Waits end as soon as the reply arrives.
+    Thread-safe; applies to commands sent afterwards.
+
+    Calls zq_set_timeout.
+    """
+def strerror(code: int) -> str:
+    """The meaning of a result code of the library."""
+def on_realtime(fn: Optional[Callable[["Report"], None]]) -> None:
+    """Sets the function that receives every realtime report of every arm; NULL removes it. Reports arrive
+    only in thread mode 2, on the UDP receive thread, once zq_set_realtime_push() (or the controller's
+    settings read at connection) named a port of this host. Use `arm_port` and `arm_ip` of the report to
+    tell the arms apart; `errCode` -3 marks a datagram that did not parse. The callback must be
+    thread-safe and return quickly.
+
+    fn(report) runs on the library's UDP thread for every report; None stops the calls.
+
+    Calls zq_realtime_arm_state_call_back.
+    """
+def view(arm: "Arm", port: int = 8000, bind: str = "127.0.0.1") -> str:
+    """Serves the live 3D view of `arm` on http://bind:port (zq_view in a process of its own that asks the
+    controller for the arm's state 50 times a second) and returns the page's address; port 0 picks a
+    free port. The page only reads.
+    """
+def view_stop() -> None:
+    """Ends every view that view() started."""
 
 class Pose:
     def __init__(self, x: float = 0, y: float = 0, z: float = 0, rx: float = 0, ry: float = 0, rz: float = 0) -> None: ...
@@ -25,7 +67,8 @@ class Pose:
     def euler(self) -> Tuple[float, float, float]: ...
     @property
     def quaternion(self) -> Tuple[float, float, float, float]: ...
-    def to_array(self) -> npt.NDArray[np.float64]: ...
+    def to_array(self) -> npt.NDArray[np.float64]:
+        """The pose as six numbers x, y, z (m), rx, ry, rz (rad)."""
 
 class Report:
     err_code: int
@@ -411,351 +454,3539 @@ class WifiNet:
 class Arm:
     def __init__(self, host: str, port: int) -> None: ...
     @property
-    def address(self) -> tuple[str, int]: ...
-    def close(self) -> None: ...
+    def address(self) -> tuple[str, int]:
+        """The controller's address and port, as given when the arm was connected."""
+    def close(self) -> None:
+        """Deletes the arm's handle now; later calls raise zq.Error -1. Also on leaving a with block."""
     def __enter__(self) -> "Arm": ...
     def __exit__(self, *args: object) -> None: ...
     @property
     def closed(self) -> bool: ...
     @property
     def joint_count(self) -> int: ...
-    def info(self) -> dict: ...
-    def movej(self, joints: ArrayLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None: ...
-    def movel(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None: ...
-    def movej_p(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None: ...
-    def moves(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None: ...
+    def info(self) -> dict:
+        """What the library learned of the arm at connection: model, joint count, force type, controller
+        generation (zq_get_robot_info).
+        """
+    def movej(self, joints: ArrayLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None:
+        """Joint move to `joint`.
+
+        Args:
+            joint: the arm's joint count of angles, degrees.
+            v: speed, percent of the joints' maximum, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            block: 0 returns once the controller accepts the move. Otherwise, in thread modes 1 and 2, waits
+                without limit for the end of the move, having first read the arm's error list (an arm in
+                error is not moved: 1); in single-thread mode waits at most `block` rounds of one second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done (blocking: the arm
+                reported the end); 1 refused or the move failed; -1 no connection or an unknown joint count;
+                -2 no acknowledgement within the query time-out; -3 bad reply; -4 the end report named
+                another device; -5 rounds used up; -6 no final report.
+
+        Calls zq_movej.
+        """
+    def movel(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None:
+        """Straight-line move of the tool to `pose`, in the work frame.
+
+        Args:
+            pose: the target: position (m) and Euler angles (rad).
+            v: speed, percent of the arm's maximum line speed, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            block: as for zq_movej() (without the error list check).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
+
+        Calls zq_movel.
+        """
+    def movej_p(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None:
+        """Joint-interpolated move to a tool pose (the controller solves the joints).
+
+        Args:
+            pose: the target: position (m) and Euler angles (rad), in the work frame.
+            v: speed, percent of the joints' maximum, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            block: as for zq_movel().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
+
+        Calls zq_movej_p.
+        """
+    def moves(self, pose: PoseLike, v: int, r: int = 0, connect: int = 0, block: int = 1) -> None:
+        """Spline move through `pose`; chain several with `trajectory_connect` 1 and end the chain with 0.
+
+        Args:
+            pose: a point of the spline: position (m) and Euler angles (rad).
+            v: speed, percent, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            block: as for zq_movel().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
+
+        Calls zq_moves.
+        """
     def movec(self, via: PoseLike, to: PoseLike, v: int, r: int = 0, loop: int = 0, connect: int = 0,
-              block: int = 1) -> None: ...
-    def joint_step(self, joint: int, step: float, v: int, block: int = 1) -> None: ...
-    def stop(self) -> None: ...
-    def slow_stop(self) -> None: ...
-    def pause(self) -> None: ...
-    def resume(self) -> None: ...
-    def current_trajectory(self) -> Tuple[int, npt.NDArray[np.float64]]: ...
-    def joint_degree(self) -> npt.NDArray[np.float64]: ...
-    def joint_temperature(self) -> npt.NDArray[np.float64]: ...
-    def joint_current(self) -> npt.NDArray[np.float64]: ...
-    def joint_voltage(self) -> npt.NDArray[np.float64]: ...
-    def current_arm_state(self) -> dict: ...
-    def controller_state(self) -> dict: ...
-    def software_info(self) -> dict: ...
+              block: int = 1) -> None:
+        """Circular move through `pose_via` to `pose_to`.
+
+        Args:
+            v: speed, percent, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            loop: extra full circles, 0 for none.
+            block: as for zq_movel().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
+
+        Calls zq_movec.
+        """
+    def joint_step(self, joint: int, step: float, v: int, block: int = 1) -> None:
+        """A step of one joint.
+
+        Args:
+            step: degrees, signed.
+            v: speed, percent, 1 to 100.
+            block: as for zq_movel().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
+
+        Calls zq_set_joint_step.
+        """
+    def stop(self) -> None:
+        """Stops the arm at once; clears the library's pending-move counters once the controller answers.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
+
+        Calls zq_set_arm_stop.
+        """
+    def slow_stop(self) -> None:
+        """Slow stop of the arm; clears the library's pending-move counters once the controller answers.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
+
+        Calls zq_set_arm_slow_stop.
+        """
+    def pause(self) -> None:
+        """Pauses the running trajectory; zq_set_arm_continue() resumes it.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_pause.
+        """
+    def resume(self) -> None:
+        """Resumes a paused trajectory.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_continue.
+        """
+    def current_trajectory(self) -> Tuple[int, npt.NDArray[np.float64]]:
+        """The kind and target of the trajectory the arm runs.
+
+        Returns (kind, seven values).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0, -1, -2, -3 (see the file's
+                codes). Both generations.
+
+        Calls zq_get_arm_current_trajectory.
+        """
+    def joint_degree(self) -> npt.NDArray[np.float64]:
+        """Reads the joint angles.
+
+        Returns:
+            joint count entries, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_degree.
+        """
+    def joint_temperature(self) -> npt.NDArray[np.float64]:
+        """Reads each joint's temperature.
+
+        Returns:
+            joint count entries, degrees Celsius.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_current_joint_temperature.
+        """
+    def joint_current(self) -> npt.NDArray[np.float64]:
+        """Reads each joint's current.
+
+        Returns:
+            joint count entries, in the controller's units.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_current_joint_current.
+        """
+    def joint_voltage(self) -> npt.NDArray[np.float64]:
+        """Reads each joint's voltage.
+
+        Returns:
+            joint count entries, V.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_current_joint_voltage.
+        """
+    def current_arm_state(self) -> dict:
+        """Reads the joints, the tool pose and the arm's error list.
+
+        Returns a dict: joint (degrees), pose, err (the error codes).
+
+        Returns:
+            the joints (degrees), the pose (m, rad) and the error codes.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_current_arm_state.
+        """
+    def controller_state(self) -> dict:
+        """Reads the controller's supply and temperature.
+
+        Returns a dict: voltage (V), current (A), temperature (degrees Celsius), err_flag.
+
+        Returns:
+            voltage: V.
+            current: A.
+            temperature: degrees Celsius.
+            err_flag: the controller's error flag, 0 none.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_controller_state.
+        """
+    def software_info(self) -> dict:
+        """Reads the product and controller versions and the versions of the software modules.
+
+        Returns a dict of the version texts.
+
+        Returns:
+            the version texts.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_arm_software_info.
+        """
     run_mode: int
-    def joint_max_speed(self) -> npt.NDArray[np.float64]: ...
-    def joint_max_acc(self) -> npt.NDArray[np.float64]: ...
-    def joint_min_pos(self) -> npt.NDArray[np.float64]: ...
-    def joint_max_pos(self) -> npt.NDArray[np.float64]: ...
-    def set_joint_max_speed(self, joint: int, value: float) -> None: ...
-    def set_joint_max_acc(self, joint: int, value: float) -> None: ...
-    def set_joint_min_pos(self, joint: int, value: float) -> None: ...
-    def set_joint_max_pos(self, joint: int, value: float) -> None: ...
-    def arm_max_line_speed(self) -> float: ...
-    def set_arm_max_line_speed(self, value: float) -> None: ...
-    def collision_stage(self) -> int: ...
-    def set_collision_state(self, stage: int) -> None: ...
-    def current_tool_frame(self) -> dict: ...
-    def current_work_frame(self) -> dict: ...
-    def change_tool_frame(self, name: str) -> None: ...
-    def change_work_frame(self, name: str) -> None: ...
-    def tool_frame_names(self) -> list[str]: ...
-    def work_frame_names(self) -> list[str]: ...
-    def install_pose(self) -> Tuple[float, float, float]: ...
-    def set_realtime_push(self, port: int, cycle: int = 1, ip: str = "127.0.0.1", enable: bool = True) -> None: ...
-    def latest_state(self) -> Tuple[Report, int]: ...
-    def forward_kinematics(self, joints: ArrayLike) -> npt.NDArray[np.float64]: ...
+    def joint_max_speed(self) -> npt.NDArray[np.float64]:
+        """Reads each joint's speed limit; the handle keeps a copy.
+
+        Returns:
+            joint count entries, degrees per second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_max_speed.
+        """
+    def joint_max_acc(self) -> npt.NDArray[np.float64]:
+        """Reads each joint's acceleration limit; the handle keeps a copy.
+
+        Returns:
+            joint count entries, degrees per second squared.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_max_acc.
+        """
+    def joint_min_pos(self) -> npt.NDArray[np.float64]:
+        """Reads each joint's lower position limit; the handle keeps a copy.
+
+        Returns:
+            joint count entries, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_min_pos.
+        """
+    def joint_max_pos(self) -> npt.NDArray[np.float64]:
+        """Reads each joint's upper position limit; the handle keeps a copy.
+
+        Returns:
+            joint count entries, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_max_pos.
+        """
+    def set_joint_max_speed(self, joint: int, value: float) -> None:
+        """Sets a joint's speed limit; the handle's copy is read again.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_max_speed.
+        """
+    def set_joint_max_acc(self, joint: int, value: float) -> None:
+        """Sets a joint's acceleration limit; the handle's copy is read again.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_max_acc.
+        """
+    def set_joint_min_pos(self, joint: int, value: float) -> None:
+        """Sets a joint's lower position limit; the handle's copy is read again.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_min_pos.
+        """
+    def set_joint_max_pos(self, joint: int, value: float) -> None:
+        """Sets a joint's upper position limit; the handle's copy is read again.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_max_pos.
+        """
+    def arm_max_line_speed(self) -> float:
+        """Reads the tool's linear speed limit.
+
+        Returns:
+            m/s.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply
+                that cannot be parsed returns its byte count (above 0).
+
+        Calls zq_get_arm_max_line_speed.
+        """
+    def set_arm_max_line_speed(self, value: float) -> None:
+        """Sets the tool's linear speed limit.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_max_line_speed.
+        """
+    def collision_stage(self) -> int:
+        """Reads the collision detection stage.
+
+        Returns:
+            the stage number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_collision_stage.
+        """
+    def set_collision_state(self, stage: int) -> None:
+        """Sets the collision detection stage (sensitivity level).
+
+        Args:
+            stage: the controller's stage number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_collision_state.
+        """
+    def current_tool_frame(self) -> dict:
+        """Reads the current tool frame.
+
+        Returns a dict: name, pose, payload (kg), center (m).
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_current_tool_frame.
+        """
+    def current_work_frame(self) -> dict:
+        """Reads the current work frame.
+
+        Returns a dict: name, pose, payload, center.
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_current_work_frame.
+        """
+    def change_tool_frame(self, name: str) -> None:
+        """Makes a stored tool frame the current one; the handle's frame follows.
+
+        Args:
+            name: the frame's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_change_tool_frame.
+        """
+    def change_work_frame(self, name: str) -> None:
+        """Makes a stored work frame the current one; the handle's frame follows.
+
+        Args:
+            name: the frame's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_change_work_frame.
+        """
+    def tool_frame_names(self) -> list[str]:
+        """Lists the names of the stored tool frames.
+
+        Returns:
+            names: ZQ_FRAME_LIST_MAX names.
+            len: the number filled.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_total_tool_frame.
+        """
+    def work_frame_names(self) -> list[str]:
+        """Lists the names of the stored work frames.
+
+        Returns:
+            names: ZQ_FRAME_LIST_MAX names.
+            len: the number filled.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_total_work_frame.
+        """
+    def install_pose(self) -> Tuple[float, float, float]:
+        """Reads the mounting angles of the base.
+
+        Returns:
+            x: angle about x, degrees.
+            y: angle about y, degrees.
+            z: angle about z, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_install_pose.
+        """
+    def set_realtime_push(self, port: int, cycle: int = 1, ip: str = "127.0.0.1", enable: bool = True) -> None:
+        """Tells the controller where and how often to send realtime reports, then reads the settings back and
+        listens on the port (thread mode 2; at most five ports per process).
+
+        Asks for reports to ip:port every `cycle` (5 ms units), joint speeds and status included, the other
+        sections left as they are.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the controller refused;
+                -1 unknown handle or send failed; -2 no reply within the time-out; -3 reply not understood;
+                -4 a setting out of range (nothing sent). Thread-safe. Both generations.
+
+        Calls zq_set_realtime_push.
+        """
+    def latest_state(self) -> Tuple[Report, int]:
+        """Copies the last realtime report that arrived for this arm, and its age.
+
+        Returns (report, age in ms); zq.Error -2 when no report arrived yet.
+
+        Returns:
+            state: the report. Reports arrive in thread mode 2 while the arm pushes them
+                (zq_set_realtime_push() with `enable`).
+            age_ms: milliseconds since it arrived; may be null.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; -1 unknown handle; -2 no
+                report of this arm yet; -4 null `state`. Never blocks.
+
+        Calls zq_get_realtime_arm_state.
+        """
+    def forward_kinematics(self, joints: ArrayLike) -> npt.NDArray[np.float64]:
+        """The tool pose in the work frame at joints `joint` (degrees); with a handle, that arm's data is
+        loaded first. A null `joint` gives a pose of zeros.
+
+        One row of joints (degrees) gives one pose x, y, z (m), rx, ry, rz (rad); a (k, n) array gives k
+        rows of poses.
+
+        Calls zq_algo_forward_kinematics.
+        """
     @overload
-    def inverse_kinematics(self, reference: ArrayLike, targets: Sequence[float]) -> npt.NDArray[np.float64]: ...
+    def inverse_kinematics(self, reference: ArrayLike, targets: Sequence[float]) -> npt.NDArray[np.float64]:
+        """One solution for the tool pose `params->q_pose`, near the reference joints `params->q_in` (degrees),
+        into `q_out`. Returns 0 solved, 1 no solution (every solver failure).
+
+        One target x, y, z (m), rx, ry, rz (rad) gives the joints (degrees), zq.Error if none; rows of
+        targets give (joints with NaN rows where there is none, result codes). `reference` is one row, or
+        one row per target.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0.
+
+        Calls zq_algo_inverse_kinematics.
+        """
     @overload
     def inverse_kinematics(self, reference: ArrayLike,
-                           targets: ArrayLike) -> Tuple[npt.NDArray[np.float64], npt.NDArray[np.int32]]: ...
-    def inverse_kinematics_all(self, reference: ArrayLike, target: PoseLike) -> npt.NDArray[np.float64]: ...
+                           targets: ArrayLike) -> Tuple[npt.NDArray[np.float64], npt.NDArray[np.int32]]:
+        """One solution for the tool pose `params->q_pose`, near the reference joints `params->q_in` (degrees),
+        into `q_out`. Returns 0 solved, 1 no solution (every solver failure).
+
+        One target x, y, z (m), rx, ry, rz (rad) gives the joints (degrees), zq.Error if none; rows of
+        targets give (joints with NaN rows where there is none, result codes). `reference` is one row, or
+        one row per target.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0.
+
+        Calls zq_algo_inverse_kinematics.
+        """
+    def inverse_kinematics_all(self, reference: ArrayLike, target: PoseLike) -> npt.NDArray[np.float64]:
+        """Every closed-form solution of a six-joint arm for `params->q_pose`; `result` 0 solved, 1 none, -1
+        bad input, -2 bad quaternion, -3 not a six-joint arm.
+
+        Every closed-form solution of one target pose, one row each (six-joint arms); zq.Error if there is
+        none.
+
+        Calls zq_algo_inverse_kinematics_all.
+        """
     def movel_offset(self, offset: PoseLike, v: int, r: int = 0, connect: int = 0, frame_type: int = 0,
-                     block: int = 1) -> None: ...
-    def pos_step(self, axis: int, step: float, v: int, block: int = 1) -> None: ...
-    def ort_step(self, axis: int, step: float, v: int, block: int = 1) -> None: ...
-    def pos_teach(self, axis: int, direction: int, v: int) -> None: ...
-    def ort_teach(self, axis: int, direction: int, v: int) -> None: ...
-    def joint_teach(self, joint: int, direction: int, v: int) -> None: ...
-    def stop_teach(self) -> None: ...
-    def set_teach_frame(self, frame_type: int) -> None: ...
-    def teach_frame(self) -> int: ...
-    def delete_current_trajectory(self) -> None: ...
-    def delete_trajectory(self) -> None: ...
-    def emergency_stop(self, on: bool) -> None: ...
+                     block: int = 1) -> None:
+        """Straight-line move by `offset` from where the tool is (generation 4).
+
+        Args:
+            offset: the displacement: position (m) and Euler angles (rad).
+            v: speed, percent, 1 to 100.
+            r: blend radius into the next move, in the controller's units; 0 none.
+            frame_type: 0 the offset is in the work frame, 1 in the tool frame.
+            block: as for zq_movel().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej(); -7 on
+                generation 3, nothing sent.
+
+        Calls zq_movel_offset.
+        """
+    def pos_step(self, axis: int, step: float, v: int, block: int = 1) -> None:
+        """A straight step of the tool along one axis of the teach frame.
+
+        Args:
+            step: metres, signed.
+            v: speed, percent, 1 to 100.
+            block: as for zq_movel().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
+
+        Calls zq_set_pos_step.
+        """
+    def ort_step(self, axis: int, step: float, v: int, block: int = 1) -> None:
+        """A rotation step of the tool about one axis of the teach frame.
+
+        Args:
+            step: radians, signed.
+            v: speed, percent, 1 to 100.
+            block: as for zq_movel().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_movej().
+
+        Calls zq_set_ort_step.
+        """
+    def pos_teach(self, axis: int, direction: int, v: int) -> None:
+        """Jogs the tool along one axis of the teach frame until zq_set_stop_teach().
+
+        Args:
+            direction: non-zero positive, 0 negative.
+            v: speed, percent, 1 to 100.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts,
+                or a common code. Returns at once.
+
+        Calls zq_set_pos_teach.
+        """
+    def ort_teach(self, axis: int, direction: int, v: int) -> None:
+        """Jogs the tool's orientation about one axis of the teach frame until zq_set_stop_teach().
+
+        Args:
+            direction: non-zero positive, 0 negative.
+            v: speed, percent, 1 to 100.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts,
+                or a common code. Returns at once.
+
+        Calls zq_set_ort_teach.
+        """
+    def joint_teach(self, joint: int, direction: int, v: int) -> None:
+        """Jogs one joint until zq_set_stop_teach() or a stop.
+
+        Args:
+            direction: non-zero positive, 0 negative.
+            v: speed, percent, 1 to 100.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once the controller accepts;
+                -1 for any failed exchange. Returns at once.
+
+        Calls zq_set_joint_teach.
+        """
+    def stop_teach(self) -> None:
+        """Ends jogging.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
+
+        Calls zq_set_stop_teach.
+        """
+    def set_teach_frame(self, frame_type: int) -> None:
+        """Sets the frame of the Cartesian steps and jogs.
+
+        Args:
+            frame_type: the controller's frame number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_teach_frame.
+        """
+    def teach_frame(self) -> int:
+        """Reads the frame of the Cartesian steps and jogs.
+
+        Returns:
+            the controller's frame number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; when the
+                reply does not parse, its positive length comes back.
+
+        Calls zq_get_teach_frame.
+        """
+    def delete_current_trajectory(self) -> None:
+        """Drops the current trajectory.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_delete_current_trajectory.
+        """
+    def delete_trajectory(self) -> None:
+        """Drops every planned trajectory; clears the pending-move counters.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_delete_trajectory.
+        """
+    def emergency_stop(self, on: bool) -> None:
+        """Sets or releases the emergency stop (generation 4).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3, nothing sent.
+
+        Calls zq_set_arm_emergency_stop.
+        """
     def movej_canfd(self, joints: Sequence[float], follow: bool, mode: int = 0, radio: int = 0,
-                    expand: float = 0.0) -> None: ...
-    def movep_canfd(self, pose: PoseLike, follow: bool, mode: int = 0, radio: int = 0) -> None: ...
-    def movev_canfd(self, velocity: Sequence[float], follow: bool, mode: int = 0, radio: int = 0) -> None: ...
-    def movej_follow(self, joints: Sequence[float]) -> None: ...
-    def movep_follow(self, pose: PoseLike) -> None: ...
-    def movev_canfd_init(self, avoid_singularity: int, frame_type: int, dt: int) -> None: ...
-    def realtime_push(self) -> RealtimePushConfig: ...
-    def arm_all_state(self) -> ArmAllState: ...
-    def init_pose(self) -> npt.NDArray[np.float64]: ...
-    def set_init_pose(self, joints: Sequence[float]) -> None: ...
-    def joint_drive_max_speed(self) -> npt.NDArray[np.float64]: ...
-    def joint_drive_max_acc(self) -> npt.NDArray[np.float64]: ...
-    def joint_drive_min_pos(self) -> npt.NDArray[np.float64]: ...
-    def joint_drive_max_pos(self) -> npt.NDArray[np.float64]: ...
-    def set_joint_en_state(self, joint: int, state: int) -> None: ...
-    def set_joint_zero_pos(self, joint: int) -> None: ...
-    def clear_joint_err(self, joint: int) -> None: ...
-    def arm_max_line_acc(self) -> float: ...
-    def arm_max_angular_speed(self) -> float: ...
-    def arm_max_angular_acc(self) -> float: ...
-    def set_arm_max_line_acc(self, value: float) -> None: ...
-    def set_arm_max_angular_speed(self, value: float) -> None: ...
-    def set_arm_max_angular_acc(self, value: float) -> None: ...
-    def set_manual_tool_frame(self, frame: Frame) -> None: ...
-    def set_manual_work_frame(self, name: str, pose: PoseLike) -> None: ...
-    def delete_tool_frame(self, name: str) -> None: ...
-    def delete_work_frame(self, name: str) -> None: ...
-    def given_tool_frame(self, name: str) -> Frame: ...
-    def given_work_frame(self, name: str) -> Pose: ...
-    def set_install_pose(self, x: float, y: float, z: float) -> None: ...
-    def dh_data(self) -> Dh: ...
-    def end2tool(self, flange: Pose) -> Pose: ...
-    def tool2end(self, tool: Pose) -> Pose: ...
-    def cartesian_tool(self, joints: Sequence[float], x: float, y: float, z: float) -> Pose: ...
-    def pose_move(self, current: Pose, move: Sequence[float], frame_mode: int) -> Pose: ...
-    def rotate_move(self, joints: Sequence[float], axis: int, angle: float, frame: Pose) -> Pose: ...
-    def joint_software_version(self) -> Tuple[list[int], list[str]]: ...
-    def tool_software_version(self) -> Tuple[int, str]: ...
-    def joint_en_state(self) -> list[int]: ...
-    def joint_err_flag(self) -> Tuple[list[int], list[int]]: ...
-    def joint_odom(self) -> npt.NDArray[np.float64]: ...
-    def set_hand_angle(self, angle: Sequence[int], block: bool, timeout: int) -> None: ...
-    def set_hand_follow_angle(self, angle: Sequence[int], block: bool) -> None: ...
-    def set_hand_follow_pos(self, pos: Sequence[int], block: bool) -> None: ...
-    def zq_plus_reg(self, addr: int, length: int) -> list[int]: ...
-    def set_zq_plus_reg(self, addr: int, data: Sequence[int]) -> None: ...
-    def tool_io_state(self) -> Tuple[list[int], list[int]]: ...
-    def manual_set_force(self, type: int, joints: Sequence[float], block: bool) -> None: ...
-    def manual_set_fz(self, joints1: Sequence[float], joints2: Sequence[float], block: bool) -> None: ...
+                    expand: float = 0.0) -> None:
+        """Streams one joint set point; no reply is awaited.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown
+                handle, unknown joint count or send failure. Never waits; a period of a few milliseconds is
+                fine.
+
+        Calls zq_movej_canfd.
+        """
+    def movep_canfd(self, pose: PoseLike, follow: bool, mode: int = 0, radio: int = 0) -> None:
+        """Streams one pose set point; no reply is awaited.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle
+                or send failure. Never waits.
+
+        Calls zq_movep_canfd.
+        """
+    def movev_canfd(self, velocity: Sequence[float], follow: bool, mode: int = 0, radio: int = 0) -> None:
+        """Streams one Cartesian velocity; no reply is awaited.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle
+                or send failure. Never waits.
+
+        Calls zq_movev_canfd.
+        """
+    def movej_follow(self, joints: Sequence[float]) -> None:
+        """Streams one joint set point in follow mode; no reply is awaited.
+
+        Args:
+            joint: the arm's joint count of angles, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown
+                handle, unknown joint count or send failure. Never waits.
+
+        Calls zq_movej_follow.
+        """
+    def movep_follow(self, pose: PoseLike) -> None:
+        """Streams one pose set point in follow mode; no reply is awaited.
+
+        Args:
+            pose: position (m) and orientation (rad or unit quaternion).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once sent; -1 unknown handle
+                or send failure. Never waits.
+
+        Calls zq_movep_follow.
+        """
+    def movev_canfd_init(self, avoid_singularity: int, frame_type: int, dt: int) -> None:
+        """Prepares Cartesian velocity streaming with zq_movev_canfd().
+
+        Args:
+            frame_type: the frame of the velocities: 0 base, 1 tool.
+            dt: the streaming period, ms.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
+
+        Calls zq_set_movev_canfd_init.
+        """
+    def realtime_push(self) -> RealtimePushConfig:
+        """Reads the controller's realtime settings into `*config` (NULL: only asks) and, when reports are
+        enabled in thread mode 2, listens on their port.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; -1 unknown handle or send
+                failed; -2 no reply within the query time-out; -3 reply not understood. Thread-safe. Both
+                generations.
+
+        Calls zq_get_realtime_push.
+        """
+    def arm_all_state(self) -> ArmAllState:
+        """Reads currents, enable flags, temperatures, voltages and error codes of every joint and the arm's
+        error list.
+
+        Returns:
+            them.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_arm_all_state.
+        """
+    def init_pose(self) -> npt.NDArray[np.float64]:
+        """Reads the arm's stored initial position.
+
+        Returns:
+            joint count entries, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_init_pose.
+        """
+    def set_init_pose(self, joints: Sequence[float]) -> None:
+        """Stores the arm's initial position on the controller.
+
+        Args:
+            joint: joint count entries, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_init_pose.
+        """
+    def joint_drive_max_speed(self) -> npt.NDArray[np.float64]:
+        """Reads each joint drive's own speed limit.
+
+        Returns:
+            joint count entries, degrees per second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_drive_max_speed.
+        """
+    def joint_drive_max_acc(self) -> npt.NDArray[np.float64]:
+        """Reads each joint drive's own acceleration limit.
+
+        Returns:
+            joint count entries, degrees per second squared.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_drive_max_acc.
+        """
+    def joint_drive_min_pos(self) -> npt.NDArray[np.float64]:
+        """Reads each joint drive's own lower position limit.
+
+        Returns:
+            joint count entries, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_drive_min_pos.
+        """
+    def joint_drive_max_pos(self) -> npt.NDArray[np.float64]:
+        """Reads each joint drive's own upper position limit.
+
+        Returns:
+            joint count entries, degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_drive_max_pos.
+        """
+    def set_joint_en_state(self, joint: int, state: int) -> None:
+        """Enables or disables a joint.
+
+        Args:
+            state: 1 enable, 0 disable.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_en_state.
+        """
+    def set_joint_zero_pos(self, joint: int) -> None:
+        """Makes a joint's present position its zero.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_zero_pos.
+        """
+    def clear_joint_err(self, joint: int) -> None:
+        """Clears a joint's errors.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_clear_err.
+        """
+    def arm_max_line_acc(self) -> float:
+        """Reads the tool's linear acceleration limit.
+
+        Returns:
+            m/s².
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply
+                that cannot be parsed returns its byte count (above 0).
+
+        Calls zq_get_arm_max_line_acc.
+        """
+    def arm_max_angular_speed(self) -> float:
+        """Reads the tool's angular speed limit.
+
+        Returns:
+            rad/s.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply
+                that cannot be parsed returns its byte count (above 0).
+
+        Calls zq_get_arm_max_angular_speed.
+        """
+    def arm_max_angular_acc(self) -> float:
+        """Reads the tool's angular acceleration limit.
+
+        Returns:
+            rad/s².
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; a reply
+                that cannot be parsed returns its byte count (above 0).
+
+        Calls zq_get_arm_max_angular_acc.
+        """
+    def set_arm_max_line_acc(self, value: float) -> None:
+        """Sets the tool's linear acceleration limit.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_max_line_acc.
+        """
+    def set_arm_max_angular_speed(self, value: float) -> None:
+        """Sets the tool's angular speed limit.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_max_angular_speed.
+        """
+    def set_arm_max_angular_acc(self, value: float) -> None:
+        """Sets the tool's angular acceleration limit.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_max_angular_acc.
+        """
+    def set_manual_tool_frame(self, frame: Frame) -> None:
+        """Stores a tool frame given in full.
+
+        Args:
+            frame: name, pose on the flange (m, rad), payload (kg) and its centre (m).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_manual_tool_frame.
+        """
+    def set_manual_work_frame(self, name: str, pose: PoseLike) -> None:
+        """Stores a work frame at a pose in the base frame.
+
+        Args:
+            name: the frame's name, up to 10 characters.
+            pose: position (m) and Euler angles (rad) in the base frame.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_manual_work_frame.
+        """
+    def delete_tool_frame(self, name: str) -> None:
+        """Deletes a stored tool frame.
+
+        Args:
+            name: the frame's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_delete_tool_frame.
+        """
+    def delete_work_frame(self, name: str) -> None:
+        """Deletes a stored work frame.
+
+        Args:
+            name: the frame's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_delete_work_frame.
+        """
+    def given_tool_frame(self, name: str) -> Frame:
+        """Reads a stored tool frame.
+
+        Args:
+            name: the frame's name.
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_given_tool_frame.
+        """
+    def given_work_frame(self, name: str) -> Pose:
+        """Reads the pose of a stored work frame.
+
+        Args:
+            name: the frame's name.
+
+        Returns:
+            the record (m, rad, in the base frame).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_given_work_frame.
+        """
+    def set_install_pose(self, x: float, y: float, z: float) -> None:
+        """Sets the mounting angles of the base, then reads them back.
+
+        Args:
+            x: angle about x, whole degrees (a fraction is cut: 89.9 sets 89).
+            y: angle about y, whole degrees.
+            z: angle about z, whole degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code (that of
+                the read back); waits up to the configuration time-out.
+
+        Calls zq_set_install_pose.
+        """
+    def dh_data(self) -> Dh:
+        """Reads the arm's DH parameters.
+
+        Returns:
+            lengths (m) and angles (degrees) of each joint.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_DH_data.
+        """
+    def end2tool(self, flange: Pose) -> Pose:
+        """The tool pose of a flange pose, with the arm's tool frame.
+
+        Calls zq_algo_end2tool.
+        """
+    def tool2end(self, tool: Pose) -> Pose:
+        """The flange pose of a tool pose, with the arm's tool frame.
+
+        Calls zq_algo_tool2end.
+        """
+    def cartesian_tool(self, joints: Sequence[float], x: float, y: float, z: float) -> Pose:
+        """The pose in the work frame reached by moving the tool by x, y, z metres along its own axes from
+        joints `joint` (degrees).
+
+        Calls zq_algo_cartesian_tool.
+        """
+    def pose_move(self, current: Pose, move: Sequence[float], frame_mode: int) -> Pose:
+        """The pose reached by moving `current` by `move` (x, y, z in m, then rotations about x, y, z in
+        degrees) in the work frame (`frame_mode` 0) or the tool frame (1).
+
+        Calls zq_algo_pose_move.
+        """
+    def rotate_move(self, joints: Sequence[float], axis: int, angle: float, frame: Pose) -> Pose:
+        """The tool pose at joints `joint` (degrees) rotated by `angle` degrees about axis `axis` (1 x, 2 y, 3
+        z) of `frame`; the position stays.
+
+        Calls zq_algo_rotate_move.
+        """
+    def joint_software_version(self) -> Tuple[list[int], list[str]]:
+        """Reads the software version of every joint; sets the handle's joint count from their number.
+
+        Returns (numbers, texts): numbers on generation 3, texts on generation 4.
+
+        Returns:
+            version: one integer per joint (generation 3).
+            text: one text per joint (generation 4).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_software_version.
+        """
+    def tool_software_version(self) -> Tuple[int, str]:
+        """Reads the tool board's software version.
+
+        Returns:
+            version: the version number (generation 3).
+            text: the version text (generation 4).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_tool_software_version.
+        """
+    def joint_en_state(self) -> list[int]:
+        """Reads whether each joint is enabled.
+
+        Returns:
+            joint count entries, 1 enabled, 0 not.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_en_state.
+        """
+    def joint_err_flag(self) -> Tuple[list[int], list[int]]:
+        """Reads each joint's error flags and brake state.
+
+        Returns:
+            err_flag: joint count entries, the drive's error bits (0 none).
+            brake_state: joint count entries, the brake's state.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_err_flag.
+        """
+    def joint_odom(self) -> npt.NDArray[np.float64]:
+        """Reads the distance each joint has travelled, as the controller counts it.
+
+        Returns:
+            one value per joint (the arm's joint count), unscaled.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_joint_odom.
+        """
+    def set_hand_angle(self, angle: Sequence[int], block: bool, timeout: int) -> None:
+        """Moves the six fingers of the dexterous hand to angles.
+
+        Args:
+            angle: six finger angles, in the hand's units.
+            block: true: wait for the hand's completion report.
+            timeout: seconds of that wait.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_hand_posture(); -4
+                for a null `angle`.
+
+        Calls zq_set_hand_angle.
+        """
+    def set_hand_follow_angle(self, angle: Sequence[int], block: bool) -> None:
+        """High-rate angle set point of the hand's six fingers, for teleoperation.
+
+        Args:
+            angle: six finger angles, in the hand's units.
+            block: false: sent at once, no reply read, 0 (later replies are dropped); true: waits up to the
+                query time-out for the hand's acceptance.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_hand_follow_angle.
+        """
+    def set_hand_follow_pos(self, pos: Sequence[int], block: bool) -> None:
+        """High-rate position set point of the hand, one value per degree of freedom.
+
+        Args:
+            pos: as many positions as the device's `dof`, which is read first from its base information.
+            block: as zq_set_hand_follow_angle().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -1 when
+                the base information cannot be read or its `dof` is outside 1 to 10.
+
+        Calls zq_set_hand_follow_pos.
+        """
+    def zq_plus_reg(self, addr: int, length: int) -> list[int]:
+        """Reads registers of the register-level end-effector device.
+
+        Args:
+            addr: first register address.
+            length: number of registers, 1 to 100.
+
+        Returns:
+            `length` values.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the device refused; -4
+                `length` out of range or a null `data`, nothing sent.
+
+        Calls zq_get_zq_plus_reg.
+        """
+    def set_zq_plus_reg(self, addr: int, data: Sequence[int]) -> None:
+        """Writes registers of the register-level end-effector device.
+
+        Args:
+            addr: first register address.
+            data: `length` values.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the device refused; -4
+                `length` out of range or a null `data`, nothing sent.
+
+        Calls zq_set_zq_plus_reg.
+        """
+    def tool_io_state(self) -> Tuple[list[int], list[int]]:
+        """Reads the modes and levels of the two tool connector IOs.
+
+        Returns:
+            io_mode: two entries, the mode of each IO.
+            io_state: two entries, the level of each IO (1 high).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_tool_IO_state.
+        """
+    def manual_set_force(self, type: int, joints: Sequence[float], block: bool) -> None:
+        """Records one of the four poses of the manual force sensor calibration.
+
+        Args:
+            type: the calibration point, 1 to 4; the arm moves to `joint` for it.
+            joint: the arm's joint count of angles, degrees.
+            block: true: wait for the point's completion; only point 4 waits, up to 30 s.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 a null
+                `joint` or the arm's joint count out of range.
+
+        Calls zq_manual_set_force.
+        """
+    def manual_set_fz(self, joints1: Sequence[float], joints2: Sequence[float], block: bool) -> None:
+        """Manual calibration of the one-axis force sensor at two arm configurations.
+
+        Args:
+            block: true: waits up to 30 s for the end; false: sent, no reply read, 0 after 10 ms.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 a null
+                pointer.
+
+        Calls zq_manual_set_Fz.
+        """
     def force_position_move_joint(self, joints: Sequence[float], sensor: int, mode: int, dir: int, force: float,
-                                  follow: bool) -> None: ...
-    def io_input(self) -> list[int]: ...
-    def io_output(self) -> list[int]: ...
-    def read_coils(self, params: PeripheralReadWriteParams) -> int: ...
-    def read_input_status(self, params: PeripheralReadWriteParams) -> int: ...
-    def read_holding_registers(self, params: PeripheralReadWriteParams) -> int: ...
-    def read_input_registers(self, params: PeripheralReadWriteParams) -> int: ...
-    def read_multiple_coils(self, params: PeripheralReadWriteParams) -> list[int]: ...
-    def read_multiple_holding_registers(self, params: PeripheralReadWriteParams) -> list[int]: ...
-    def read_multiple_input_registers(self, params: PeripheralReadWriteParams) -> list[int]: ...
-    def write_registers(self, params: PeripheralReadWriteParams, data: Sequence[int]) -> None: ...
-    def write_coils(self, params: PeripheralReadWriteParams, data: Sequence[int]) -> None: ...
-    def read_modbus_rtu_coils(self, params: ModbusRtuReadParams) -> list[int]: ...
-    def read_modbus_rtu_input_status(self, params: ModbusRtuReadParams) -> list[int]: ...
-    def read_modbus_rtu_holding_registers(self, params: ModbusRtuReadParams) -> list[int]: ...
-    def read_modbus_rtu_input_registers(self, params: ModbusRtuReadParams) -> list[int]: ...
-    def read_modbus_tcp_coils(self, params: ModbusTcpReadParams) -> list[int]: ...
-    def read_modbus_tcp_input_status(self, params: ModbusTcpReadParams) -> list[int]: ...
-    def read_modbus_tcp_holding_registers(self, params: ModbusTcpReadParams) -> list[int]: ...
-    def read_modbus_tcp_input_registers(self, params: ModbusTcpReadParams) -> list[int]: ...
-    def save_tool_action(self, name: str, values: Sequence[int], type: int) -> None: ...
-    def update_tool_action(self, name: str, new_name: str, values: Sequence[int], type: int) -> None: ...
-    def electronic_fence_list_names(self) -> list[str]: ...
-    def electronic_fence_list_infos(self) -> list[FenceConfig]: ...
-    def wired_net(self) -> Tuple[str, str, str]: ...
+                                  follow: bool) -> None:
+        """Streams a joint set point under force-position control; no reply is read.
+
+        Args:
+            joint: the arm's joint count of angles, degrees.
+            sensor: the sensor to use, the controller's number.
+            mode: the frame of the control, the controller's number.
+            dir: the controlled axis, the controller's number.
+            force: the force to hold, N, truncated to whole newtons.
+            follow: the controller's follow flag (true: tight following).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -1 send failed;
+                -4 a null `joint`.
+
+        Calls zq_force_position_move_joint.
+        """
+    def io_input(self) -> list[int]:
+        """Reads the controller's four digital inputs.
+
+        Returns:
+            four entries, 1 high, 0 low.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_IO_input.
+        """
+    def io_output(self) -> list[int]:
+        """Reads the controller's four digital outputs.
+
+        Returns:
+            four entries, 1 high, 0 low.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_IO_output.
+        """
+    def read_coils(self, params: PeripheralReadWriteParams) -> int:
+        """Reads coils of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, first address, device and count of coils.
+
+        Returns:
+            one value, the coils packed eight to a byte.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no data; -4 on generation
+                4. Waits up to the bus time-out.
+
+        Calls zq_read_coils.
+        """
+    def read_input_status(self, params: PeripheralReadWriteParams) -> int:
+        """Reads discrete inputs of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, first address, device and count of inputs.
+
+        Returns:
+            one value, the inputs packed eight to a byte.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils().
+
+        Calls zq_read_input_status.
+        """
+    def read_holding_registers(self, params: PeripheralReadWriteParams) -> int:
+        """Reads one holding register of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, address and device (`num` is not used).
+
+        Returns:
+            the register's value.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils().
+
+        Calls zq_read_holding_registers.
+        """
+    def read_input_registers(self, params: PeripheralReadWriteParams) -> int:
+        """Reads one input register of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, address and device (`num` is not used).
+
+        Returns:
+            the register's value.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils().
+
+        Calls zq_read_input_registers.
+        """
+    def read_multiple_coils(self, params: PeripheralReadWriteParams) -> list[int]:
+        """Reads `num` coils of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, first address, device and count of coils.
+
+        Returns:
+            `num` ÷ 8 bytes rounded up, the coils packed eight to a byte.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils(); -4 also
+                for more than 100 elements.
+
+        Calls zq_read_multiple_coils.
+        """
+    def read_multiple_holding_registers(self, params: PeripheralReadWriteParams) -> list[int]:
+        """Reads `num` holding registers of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, first address, device and count of registers.
+
+        Returns:
+            `num` × 2 bytes.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils(); -4 also
+                for more than 100 elements.
+
+        Calls zq_read_multiple_holding_registers.
+        """
+    def read_multiple_input_registers(self, params: PeripheralReadWriteParams) -> list[int]:
+        """Reads `num` input registers of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, first address, device and count of registers.
+
+        Returns:
+            `num` × 2 bytes.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_coils(); -4 also
+                for more than 100 elements.
+
+        Calls zq_read_multiple_input_registers.
+        """
+    def write_registers(self, params: PeripheralReadWriteParams, data: Sequence[int]) -> None:
+        """Writes `num` holding registers of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, first address, device and count of registers.
+            data: `num` × 2 bytes; at most 100 elements.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_write_single_coil(); -4
+                also for too many elements.
+
+        Calls zq_write_registers.
+        """
+    def write_coils(self, params: PeripheralReadWriteParams, data: Sequence[int]) -> None:
+        """Writes `num` coils of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, first address, device and count of coils.
+            data: the coils packed eight to a byte: `num` ÷ 8 bytes, truncated (10 coils send one byte); at
+                most 100 elements.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_write_single_coil(); -4
+                also for too many elements.
+
+        Calls zq_write_coils.
+        """
+    def read_modbus_rtu_coils(self, params: ModbusRtuReadParams) -> list[int]:
+        """Reads coils of a Modbus RTU device (generation 4).
+
+        Args:
+            params: first address, device, port type and count, 1 to 100.
+
+        Returns:
+            `num` values, one per coil.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no data; -4 on generation
+                3 or a count out of range. Waits up to the query time-out.
+
+        Calls zq_read_modbus_rtu_coils.
+        """
+    def read_modbus_rtu_input_status(self, params: ModbusRtuReadParams) -> list[int]:
+        """Reads discrete inputs of a Modbus RTU device (generation 4).
+
+        Args:
+            params: first address, device, port type and count, 1 to 100.
+
+        Returns:
+            `num` values, one per input.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_rtu_coils().
+
+        Calls zq_read_modbus_rtu_input_status.
+        """
+    def read_modbus_rtu_holding_registers(self, params: ModbusRtuReadParams) -> list[int]:
+        """Reads holding registers of a Modbus RTU device (generation 4).
+
+        Args:
+            params: first address, device, port type and count, 1 to 100.
+
+        Returns:
+            `num` values, one per register.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_rtu_coils().
+
+        Calls zq_read_modbus_rtu_holding_registers.
+        """
+    def read_modbus_rtu_input_registers(self, params: ModbusRtuReadParams) -> list[int]:
+        """Reads input registers of a Modbus RTU device (generation 4).
+
+        Args:
+            params: first address, device, port type and count, 1 to 100.
+
+        Returns:
+            `num` values, one per register.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_rtu_coils().
+
+        Calls zq_read_modbus_rtu_input_registers.
+        """
+    def read_modbus_tcp_coils(self, params: ModbusTcpReadParams) -> list[int]:
+        """Reads coils of a Modbus TCP device, by master name or by address (generation 4).
+
+        Args:
+            params: first address, count 1 to 100, and the device: by `ip` and `port` when `ip` has 7 to 15
+                characters, else by `master_name`.
+
+        Returns:
+            `num` values.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no data; -4 on generation
+                3 or a count out of range. Waits, one query time-out after another, for the reply that names
+                its own target, with no overall limit; -1 when the session is deleted or the library
+                destroyed meanwhile.
+
+        Calls zq_read_modbus_tcp_coils.
+        """
+    def read_modbus_tcp_input_status(self, params: ModbusTcpReadParams) -> list[int]:
+        """Reads discrete inputs of a Modbus TCP device (generation 4).
+
+        Args:
+            params: as for zq_read_modbus_tcp_coils().
+
+        Returns:
+            `num` values.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_tcp_coils().
+
+        Calls zq_read_modbus_tcp_input_status.
+        """
+    def read_modbus_tcp_holding_registers(self, params: ModbusTcpReadParams) -> list[int]:
+        """Reads holding registers of a Modbus TCP device (generation 4).
+
+        Args:
+            params: as for zq_read_modbus_tcp_coils().
+
+        Returns:
+            `num` values.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_tcp_coils().
+
+        Calls zq_read_modbus_tcp_holding_registers.
+        """
+    def read_modbus_tcp_input_registers(self, params: ModbusTcpReadParams) -> list[int]:
+        """Reads input registers of a Modbus TCP device (generation 4).
+
+        Args:
+            params: as for zq_read_modbus_tcp_coils().
+
+        Returns:
+            `num` values.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_read_modbus_tcp_coils().
+
+        Calls zq_read_modbus_tcp_input_registers.
+        """
+    def save_tool_action(self, name: str, values: Sequence[int], type: int) -> None:
+        """Stores a hand tool action (generation 4).
+
+        Args:
+            name: the action's name.
+            values: `count` values: hand angles when `type` is not 0, else hand positions (the hand's
+                units).
+            type: 0 positions, other values angles.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3, a null pointer or a count out of range.
+
+        Calls zq_save_tool_action.
+        """
+    def update_tool_action(self, name: str, new_name: str, values: Sequence[int], type: int) -> None:
+        """Changes a stored hand tool action (generation 4).
+
+        Args:
+            name: the action's present name.
+            new_name: its new name.
+            values: `count` values, as for zq_save_tool_action().
+            type: 0 positions, other values angles.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_save_tool_action().
+
+        Calls zq_update_tool_action.
+        """
+    def electronic_fence_list_names(self) -> list[str]:
+        """Reads the names of all stored electronic fences.
+
+        Returns:
+            names: ZQ_FENCE_LIST_MAX names.
+            len: the number filled.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_electronic_fence_list_names.
+        """
+    def electronic_fence_list_infos(self) -> list[FenceConfig]:
+        """Reads all stored electronic fences.
+
+        Returns:
+            list: ZQ_FENCE_LIST_MAX fences.
+            len: the number filled.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_electronic_fence_list_infos.
+        """
+    def wired_net(self) -> Tuple[str, str, str]:
+        """Reads the controller's wired address, mask and MAC address.
+
+        Returns (ip, mask, mac).
+
+        Returns:
+            ip: at least 16 bytes; the dotted address, cut to fit and terminated.
+            mask: at least 16 bytes, the dotted mask.
+            mac: at least 18 bytes, the MAC address.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_wired_net.
+        """
     # ---- generated by scripts/gen_faces.py: methods of the command families ----
-    def set_joint_drive_max_speed(self, joint_num: int, speed: float) -> None: ...
-    def set_joint_drive_max_acc(self, joint_num: int, acc: float) -> None: ...
-    def set_joint_drive_min_pos(self, joint_num: int, pos: float) -> None: ...
-    def set_joint_drive_max_pos(self, joint_num: int, pos: float) -> None: ...
-    def auto_set_joint_limit(self, limit_mode: int) -> None: ...
-    def set_arm_tcp_init(self) -> None: ...
-    def set_auto_tool_frame(self, point_num: int) -> None: ...
-    def generate_auto_tool_frame(self, name: str, payload: float, x: float, y: float, z: float) -> None: ...
-    def update_tool_frame(self, frame: Frame) -> None: ...
-    def set_auto_work_frame(self, name: str, point_num: int) -> None: ...
-    def update_work_frame(self, name: str, pose: Pose) -> None: ...
-    def set_dh_data_default(self) -> None: ...
-    def set_gripper_route(self, min: int, max: int) -> None: ...
-    def set_gripper_release(self, speed: int, block: bool, timeout: int) -> None: ...
-    def set_gripper_pick(self, speed: int, force: int, block: bool, timeout: int) -> None: ...
-    def set_gripper_pick_on(self, speed: int, force: int, block: bool, timeout: int) -> None: ...
-    def set_gripper_position(self, position: int, block: bool, timeout: int) -> None: ...
-    def gripper_state(self) -> GripperState: ...
-    def set_hand_posture(self, posture_num: int, block: bool, timeout: int) -> None: ...
-    def set_hand_seq(self, seq_num: int, block: bool, timeout: int) -> None: ...
-    def set_hand_speed(self, speed: int) -> None: ...
-    def set_hand_force(self, force: int) -> None: ...
-    def set_lift_speed(self, speed: int) -> None: ...
-    def set_lift_height(self, speed: int, height: int, block: int) -> None: ...
-    def lift_state(self) -> ExpandState: ...
-    def set_expand_speed(self, speed: int) -> None: ...
-    def set_expand_pos(self, speed: int, pos: int, block: int) -> None: ...
-    def expand_state(self) -> ExpandState: ...
-    def set_zq_plus_mode(self, mode: int) -> None: ...
-    def zq_plus_mode(self) -> int: ...
-    def set_zq_plus_touch(self, mode: int) -> None: ...
-    def zq_plus_touch(self) -> int: ...
-    def zq_plus_base_info(self) -> PlusBaseInfo: ...
-    def zq_plus_state_info(self) -> PlusStateInfo: ...
-    def set_tool_do_state(self, io_num: int, state: int) -> None: ...
-    def set_tool_io_mode(self, io_num: int, state: int) -> None: ...
-    def set_tool_voltage(self, voltage_type: int) -> None: ...
-    def tool_voltage(self) -> int: ...
-    def force_data(self) -> ForceData: ...
-    def clear_force_data(self) -> None: ...
-    def set_force_sensor(self, block: bool) -> None: ...
-    def stop_set_force_sensor(self) -> None: ...
-    def fz(self) -> FzData: ...
-    def clear_fz(self) -> None: ...
-    def auto_set_fz(self, block: bool) -> None: ...
-    def set_force_position(self, sensor: int, mode: int, direction: int, force: float) -> None: ...
-    def set_force_position_new(self, param: ForcePosition) -> None: ...
-    def stop_force_position(self) -> None: ...
-    def start_force_position_move(self) -> None: ...
-    def stop_force_position_move(self) -> None: ...
-    def force_position_move_pose(self, pose: Pose, sensor: int, mode: int, dir: int, force: float, follow: bool) -> None: ...
-    def force_position_move(self, param: ForcePositionMove) -> None: ...
-    def start_drag_teach(self, trajectory_record: int) -> None: ...
-    def stop_drag_teach(self) -> None: ...
-    def start_multi_drag_teach(self, mode: int, singular_wall: int) -> None: ...
-    def start_multi_drag_teach_new(self, param: MultiDragTeach) -> None: ...
-    def set_drag_teach_sensitivity(self, grade: int) -> None: ...
-    def drag_teach_sensitivity(self) -> int: ...
-    def set_force_drag_mode(self, mode: int) -> None: ...
-    def force_drag_mode(self) -> int: ...
-    def drag_trajectory_origin(self, block: int) -> None: ...
-    def run_drag_trajectory(self, block: int) -> None: ...
-    def pause_drag_trajectory(self) -> None: ...
-    def continue_drag_trajectory(self) -> None: ...
-    def stop_drag_trajectory(self) -> None: ...
-    def set_io_mode(self, io_num: int, config: IoConfig) -> None: ...
-    def set_do_state(self, io_num: int, state: int) -> None: ...
-    def io_state(self, io_num: int) -> IoGet: ...
-    def set_voltage(self, voltage_type: int, start_enable: bool) -> None: ...
-    def voltage(self) -> int: ...
-    def set_rs485(self, baudrate: int) -> None: ...
-    def controller_rs485_mode(self) -> Tuple[int, int, int]: ...
-    def tool_rs485_mode(self) -> Tuple[int, int, int]: ...
-    def set_modbus_mode(self, port: int, baudrate: int, timeout: int) -> None: ...
-    def close_modbus_mode(self, port: int) -> None: ...
-    def set_modbustcp_mode(self, ip: str, port: int, timeout: int) -> None: ...
-    def close_modbustcp_mode(self) -> None: ...
-    def set_controller_rs485_mode(self, mode: int, baudrate: int) -> None: ...
-    def controller_rs485_mode_v4(self) -> Tuple[int, int]: ...
-    def set_tool_rs485_mode(self, mode: int, baudrate: int) -> None: ...
-    def tool_rs485_mode_v4(self) -> Tuple[int, int]: ...
-    def write_single_coil(self, params: PeripheralReadWriteParams, data: int) -> None: ...
-    def write_single_register(self, params: PeripheralReadWriteParams, data: int) -> None: ...
-    def write_modbus_rtu_coils(self, params: ModbusRtuWriteParams) -> None: ...
-    def write_modbus_rtu_registers(self, params: ModbusRtuWriteParams) -> None: ...
-    def write_modbus_tcp_coils(self, params: ModbusTcpWriteParams) -> None: ...
-    def write_modbus_tcp_registers(self, params: ModbusTcpWriteParams) -> None: ...
-    def add_modbus_tcp_master(self, master: ModbusTcpMasterInfo) -> None: ...
-    def update_modbus_tcp_master(self, name: str, master: ModbusTcpMasterInfo) -> None: ...
-    def delete_modbus_tcp_master(self, name: str) -> None: ...
-    def modbus_tcp_master(self, name: str) -> ModbusTcpMasterInfo: ...
-    def modbus_tcp_master_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> ModbusTcpMasterList: ...
-    def send_project(self, project: SendProject) -> int: ...
-    def set_plan_speed(self, speed: int) -> None: ...
-    def program_trajectory_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> ProgramTrajectorys: ...
-    def set_program_id_run(self, id: int, speed: int, block: int) -> None: ...
-    def program_run_state(self) -> ProgramRunState: ...
-    def flowchart_program_run_state(self) -> FlowchartRunState: ...
-    def delete_program_trajectory(self, id: int) -> None: ...
-    def update_program_trajectory(self, id: int, plan_speed: int, project_name: str) -> None: ...
-    def set_default_run_program(self, id: int) -> None: ...
-    def default_run_program(self) -> int: ...
-    def add_global_waypoint(self, waypoint: Waypoint) -> None: ...
-    def update_global_waypoint(self, waypoint: Waypoint) -> None: ...
-    def delete_global_waypoint(self, point_name: str) -> None: ...
-    def given_global_waypoint(self, point_name: str) -> Waypoint: ...
-    def global_waypoints_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> WaypointList: ...
-    def trajectory_file_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> TrajectoryList: ...
-    def set_run_trajectory(self, name: str) -> None: ...
-    def delete_trajectory_file(self, name: str) -> None: ...
-    def save_trajectory_file(self, name: str) -> None: ...
-    def tool_action_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> ToolActionList: ...
-    def run_tool_action(self, name: str) -> None: ...
-    def delete_tool_action(self, name: str) -> None: ...
-    def save_trajectory(self, path: str) -> int: ...
-    def add_electronic_fence_config(self, config: FenceConfig) -> None: ...
-    def update_electronic_fence_config(self, config: FenceConfig) -> None: ...
-    def delete_electronic_fence_config(self, name: str) -> None: ...
-    def given_electronic_fence_config(self, name: str) -> FenceConfig: ...
-    def set_electronic_fence_enable(self, state: ElectronicFenceEnable) -> None: ...
-    def electronic_fence_enable(self) -> ElectronicFenceEnable: ...
-    def set_electronic_fence_config(self, config: FenceConfig) -> None: ...
-    def electronic_fence_config(self) -> FenceConfig: ...
-    def set_virtual_wall_enable(self, state: ElectronicFenceEnable) -> None: ...
-    def virtual_wall_enable(self) -> ElectronicFenceEnable: ...
-    def set_virtual_wall_config(self, config: FenceConfig) -> None: ...
-    def virtual_wall_config(self) -> FenceConfig: ...
-    def set_self_collision_enable(self, enable: bool) -> None: ...
-    def self_collision_enable(self) -> bool: ...
-    def set_collision_remove_enable(self, enable: bool) -> None: ...
-    def collision_remove_enable(self) -> bool: ...
-    def set_collision_detection(self, mode: int) -> None: ...
-    def collision_detection(self) -> int: ...
-    def set_avoid_singularity_mode(self, mode: int) -> None: ...
-    def avoid_singularity_mode(self) -> int: ...
-    def set_tool_envelope(self, envelope: EnvelopeBallsList) -> None: ...
-    def tool_envelope(self, tool_name: str) -> EnvelopeBallsList: ...
-    def set_netip(self, ip: str, netmask: str, gw: str) -> None: ...
-    def set_wifi_ap(self, wifi_name: str, password: str) -> None: ...
-    def set_wifi_sta(self, router_name: str, password: str) -> None: ...
-    def set_net_default(self) -> None: ...
-    def set_wifi_close(self) -> None: ...
-    def wifi_net(self) -> WifiNet: ...
-    def set_webserver_enabled(self, enabled: int) -> None: ...
-    def webserver_enabled(self) -> int: ...
-    def set_arm_power(self, power: int) -> None: ...
-    def arm_power_state(self) -> int: ...
-    def system_runtime(self) -> Tuple[int, int, int, int]: ...
-    def clear_system_runtime(self) -> None: ...
-    def clear_joint_odom(self) -> None: ...
-    def clear_system_err(self) -> None: ...
+    def set_joint_drive_max_speed(self, joint_num: int, speed: float) -> None:
+        """Sets a joint drive's own speed limit.
+
+        Args:
+            joint_num: the joint, from 1.
+            speed: degrees per second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_drive_max_speed.
+        """
+    def set_joint_drive_max_acc(self, joint_num: int, acc: float) -> None:
+        """Sets a joint drive's own acceleration limit.
+
+        Args:
+            joint_num: the joint, from 1.
+            acc: degrees per second squared.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_drive_max_acc.
+        """
+    def set_joint_drive_min_pos(self, joint_num: int, pos: float) -> None:
+        """Sets a joint drive's own lower position limit.
+
+        Args:
+            joint_num: the joint, from 1.
+            pos: degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_drive_min_pos.
+        """
+    def set_joint_drive_max_pos(self, joint_num: int, pos: float) -> None:
+        """Sets a joint drive's own upper position limit.
+
+        Args:
+            joint_num: the joint, from 1.
+            pos: degrees.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_joint_drive_max_pos.
+        """
+    def auto_set_joint_limit(self, limit_mode: int) -> None:
+        """Sets the joint limits automatically, then reads them again into the handle.
+
+        Args:
+            limit_mode: the controller's limit mode number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code (that of
+                the last read); waits up to the query time-out plus 3000 ms.
+
+        Calls zq_auto_set_joint_limit.
+        """
+    def set_arm_tcp_init(self) -> None:
+        """Restores the factory Cartesian limits.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_tcp_init.
+        """
+    def set_auto_tool_frame(self, point_num: int) -> None:
+        """Records one point of the automatic tool frame calibration at the arm's present position.
+
+        Args:
+            point_num: the calibration point's number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_auto_tool_frame.
+        """
+    def generate_auto_tool_frame(self, name: str, payload: float, x: float, y: float, z: float) -> None:
+        """Computes and stores the calibrated tool frame.
+
+        Args:
+            name: the frame's name, up to 10 characters.
+            payload: the tool's payload, kg.
+            x: the payload's centre x, m.
+            y: the payload's centre y, m.
+            z: the payload's centre z, m.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_generate_auto_tool_frame.
+        """
+    def update_tool_frame(self, frame: Frame) -> None:
+        """Changes the stored tool frame of the same name.
+
+        Args:
+            frame: as for zq_set_manual_tool_frame().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_update_tool_frame.
+        """
+    def set_auto_work_frame(self, name: str, point_num: int) -> None:
+        """Records one point of the automatic calibration of a work frame.
+
+        Args:
+            name: the frame's name, up to 10 characters.
+            point_num: the calibration point's number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_auto_work_frame.
+        """
+    def update_work_frame(self, name: str, pose: Pose) -> None:
+        """Moves a stored work frame to a new pose.
+
+        Args:
+            name: the frame's name.
+            pose: position (m) and Euler angles (rad) in the base frame.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_update_work_frame.
+        """
+    def set_dh_data_default(self) -> None:
+        """Restores the factory DH parameters.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_DH_data_default.
+        """
+    def set_gripper_route(self, min: int, max: int) -> None:
+        """Sets the gripper's opening range.
+
+        Args:
+            min: smallest opening, in the gripper's position units.
+            max: largest opening, same units, not below `min`.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the configuration time-out.
+
+        Calls zq_set_gripper_route.
+        """
+    def set_gripper_release(self, speed: int, block: bool, timeout: int) -> None:
+        """Opens the gripper.
+
+        Args:
+            speed: opening speed, in the gripper's units (passed on unchanged).
+            block: true: wait for the gripper's completion report.
+            timeout: seconds of that wait. With `block` false and `timeout` 0 the command is sent, no reply
+                is read, and 0 comes back after the configuration time-out.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or the
+                gripper failed; -5 no completion report within `timeout` seconds; -4 the report named
+                another device.
+
+        Calls zq_set_gripper_release.
+        """
+    def set_gripper_pick(self, speed: int, force: int, block: bool, timeout: int) -> None:
+        """Closes the gripper until it holds with `force`.
+
+        Args:
+            speed: closing speed, in the gripper's units.
+            force: gripping force threshold, in the gripper's units.
+            block: true: wait for the gripper's completion report.
+            timeout: seconds of that wait; with `block` false and 0 the command is sent unanswered.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_gripper_release():
+                -5 no completion report, -4 another device.
+
+        Calls zq_set_gripper_pick.
+        """
+    def set_gripper_pick_on(self, speed: int, force: int, block: bool, timeout: int) -> None:
+        """Closes the gripper and keeps pressing with `force` (continuous grip).
+
+        Args:
+            speed: closing speed, in the gripper's units.
+            force: gripping force threshold, in the gripper's units.
+            block: true: wait for the gripper's completion report.
+            timeout: seconds of that wait; with `block` false and 0 the command is sent unanswered.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;
+                -4 no completion report in time; -5 another device.
+
+        Calls zq_set_gripper_pick_on.
+        """
+    def set_gripper_position(self, position: int, block: bool, timeout: int) -> None:
+        """Moves the gripper to an opening.
+
+        Args:
+            position: the opening, in the gripper's position units.
+            block: true: wait for the gripper's completion report.
+            timeout: seconds of that wait; with `block` false and 0 the command is sent unanswered.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;
+                -4 no completion report in time (logs "timeout error"); -5 another device.
+
+        Calls zq_set_gripper_position.
+        """
+    def gripper_state(self) -> GripperState:
+        """Reads the gripper's state.
+
+        Returns:
+            the seven values.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
+
+        Calls zq_get_gripper_state.
+        """
+    def set_hand_posture(self, posture_num: int, block: bool, timeout: int) -> None:
+        """Runs one of the postures stored in the dexterous hand.
+
+        Args:
+            posture_num: the posture's number, as stored in the hand.
+            block: true: wait for the hand's completion report.
+            timeout: seconds of that wait.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;
+                blocking: -5 no report in time, -4 another device. Waits up to the configuration time-out
+                for the acceptance.
+
+        Calls zq_set_hand_posture.
+        """
+    def set_hand_seq(self, seq_num: int, block: bool, timeout: int) -> None:
+        """Runs one of the action sequences stored in the dexterous hand.
+
+        Args:
+            seq_num: the sequence's number, as stored in the hand.
+            block: true: wait for the hand's completion report.
+            timeout: seconds of that wait.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_hand_posture().
+
+        Calls zq_set_hand_seq.
+        """
+    def set_hand_speed(self, speed: int) -> None:
+        """Sets the speed of the hand's fingers.
+
+        Args:
+            speed: in the hand's units (passed on unchanged).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the configuration time-out.
+
+        Calls zq_set_hand_speed.
+        """
+    def set_hand_force(self, force: int) -> None:
+        """Sets the force threshold of the hand's fingers.
+
+        Args:
+            force: in the hand's units (passed on unchanged).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the configuration time-out.
+
+        Calls zq_set_hand_force.
+        """
+    def set_lift_speed(self, speed: int) -> None:
+        """Moves the lift at a constant speed (jog); 0 stops it.
+
+        Args:
+            speed: signed speed in the lift's units, the sign giving the direction.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_lift_speed.
+        """
+    def set_lift_height(self, speed: int, height: int, block: int) -> None:
+        """Moves the lift to a height.
+
+        Args:
+            speed: speed, in the lift's units.
+            height: target height, in the lift's units.
+            block: 0 returns on acceptance; otherwise waits until the lift reports the end of its move, with
+                no overall limit (in single-thread mode at most `block` rounds of one second).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;
+                -4 another device ended; -5 rounds used up.
+
+        Calls zq_set_lift_height.
+        """
+    def lift_state(self) -> ExpandState:
+        """Reads the lift's height, current, error flag and mode.
+
+        Returns:
+            the lift's state (`pos` is the height).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_lift_state.
+        """
+    def set_expand_speed(self, speed: int) -> None:
+        """Moves the expansion axis at a constant speed (jog); 0 stops it.
+
+        Args:
+            speed: signed speed in the axis' units, the sign giving the direction.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_expand_speed.
+        """
+    def set_expand_pos(self, speed: int, pos: int, block: int) -> None:
+        """Moves the expansion axis to a position.
+
+        Args:
+            speed: speed, in the axis' units.
+            pos: target position, in the axis' units.
+            block: as zq_set_lift_height().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_lift_height().
+
+        Calls zq_set_expand_pos.
+        """
+    def expand_state(self) -> ExpandState:
+        """Reads the expansion axis' position, current, error flag and mode.
+
+        Returns:
+            the axis' state.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_expand_state.
+        """
+    def set_zq_plus_mode(self, mode: int) -> None:
+        """Sets the communication mode of the register-level end-effector device.
+
+        Args:
+            mode: the device's mode number, passed on unchanged.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the configuration time-out.
+
+        Calls zq_set_zq_plus_mode.
+        """
+    def zq_plus_mode(self) -> int:
+        """Reads the communication mode of the register-level end-effector device.
+
+        Returns:
+            the mode number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_zq_plus_mode.
+        """
+    def set_zq_plus_touch(self, mode: int) -> None:
+        """Sets the touch sensor mode of the register-level end-effector device.
+
+        Args:
+            mode: the touch mode number, passed on unchanged.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the configuration time-out.
+
+        Calls zq_set_zq_plus_touch.
+        """
+    def zq_plus_touch(self) -> int:
+        """Reads the touch sensor mode of the register-level end-effector device.
+
+        Returns:
+            the touch mode number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_zq_plus_touch.
+        """
+    def zq_plus_base_info(self) -> PlusBaseInfo:
+        """Reads the fixed description of the register-level end-effector device.
+
+        Returns:
+            the record; a missing number reads -1, a value that is no number -3.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the controller reports no
+                such device; -3 the reply lacks the description.
+
+        Calls zq_get_zq_plus_base_info.
+        """
+    def zq_plus_state_info(self) -> PlusStateInfo:
+        """Reads the live state of the register-level end-effector device.
+
+        Returns:
+            the record; a missing number reads -1, a value that is no number -3.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_get_zq_plus_base_info().
+
+        Calls zq_get_zq_plus_state_info.
+        """
+    def set_tool_do_state(self, io_num: int, state: int) -> None:
+        """Sets a digital output of the tool connector.
+
+        Args:
+            io_num: the output's number on the tool connector.
+            state: 1 high, 0 low.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_tool_DO_state.
+        """
+    def set_tool_io_mode(self, io_num: int, state: int) -> None:
+        """Sets a tool connector IO as input or output.
+
+        Args:
+            io_num: the IO's number on the tool connector.
+            state: the IO's mode number, passed on unchanged.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_tool_IO_mode.
+        """
+    def set_tool_voltage(self, voltage_type: int) -> None:
+        """Sets the supply voltage of the tool connector.
+
+        Args:
+            voltage_type: the controller's voltage code, passed on unchanged.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_tool_voltage.
+        """
+    def tool_voltage(self) -> int:
+        """Reads the supply voltage of the tool connector.
+
+        Returns:
+            the controller's voltage code.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_tool_voltage.
+        """
+    def force_data(self) -> ForceData:
+        """Reads the six-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.
+
+        Returns:
+            four sets of Fx, Fy, Fz (N) and Mx, My, Mz (N·m).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the query time-out.
+
+        Calls zq_get_force_data.
+        """
+    def clear_force_data(self) -> None:
+        """Zeroes the force sensor at its present reading.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_clear_force_data.
+        """
+    def set_force_sensor(self, block: bool) -> None:
+        """Starts the automatic calibration of the force sensor.
+
+        Args:
+            block: true: waits up to 30 s for the end of the calibration; false: sent, no reply read, 0
+                after 10 ms.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_force_sensor.
+        """
+    def stop_set_force_sensor(self) -> None:
+        """Stops a running force sensor calibration.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_stop_set_force_sensor.
+        """
+    def fz(self) -> FzData:
+        """Reads the one-axis force sensor: raw, zeroed, and zeroed in the work and tool frames.
+
+        Returns:
+            the four forces, N.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 the arm
+                has no one-axis sensor (force type 1), nothing sent.
+
+        Calls zq_get_Fz.
+        """
+    def clear_fz(self) -> None:
+        """Zeroes the one-axis force sensor at its present reading.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_clear_Fz.
+        """
+    def auto_set_fz(self, block: bool) -> None:
+        """Starts the automatic calibration of the one-axis force sensor.
+
+        Args:
+            block: true: waits up to 30 s for the end; false: sent, no reply read, 0 after 10 ms.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_auto_set_Fz.
+        """
+    def set_force_position(self, sensor: int, mode: int, direction: int, force: float) -> None:
+        """Starts force-position control along one direction.
+
+        Args:
+            sensor: the sensor to use, the controller's number.
+            mode: the frame of the control, the controller's number.
+            direction: the controlled axis, the controller's number.
+            force: the force to hold, N; truncated to whole newtons, so 2.9 holds 2 N.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_force_position.
+        """
+    def set_force_position_new(self, param: ForcePosition) -> None:
+        """Starts force-position control on any of the six axes, with force and speed limits.
+
+        Args:
+            param: the sensor, frame, per-axis control mode, desired forces (N, N·m, to 0.1) and speed
+                limits per axis.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_force_position_new.
+        """
+    def stop_force_position(self) -> None:
+        """Ends force-position control.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_stop_force_position.
+        """
+    def start_force_position_move(self) -> None:
+        """Enters streamed force-position control; set points follow with zq_force_position_move().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_start_force_position_move.
+        """
+    def stop_force_position_move(self) -> None:
+        """Leaves streamed force-position control.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_stop_force_position_move.
+        """
+    def force_position_move_pose(self, pose: Pose, sensor: int, mode: int, dir: int, force: float, follow: bool) -> None:
+        """Streams a pose set point under force-position control; no reply is read.
+
+        Args:
+            pose: the tool pose (m, rad). A unit quaternion (squared norm strictly between 0.99 and 1.1) is
+                sent as the orientation, else the Euler angles.
+            sensor: the sensor to use, the controller's number.
+            mode: the frame of the control, the controller's number.
+            dir: the controlled axis, the controller's number.
+            force: the force to hold, N, truncated to whole newtons.
+            follow: the controller's follow flag (true: tight following).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -1 send failed.
+
+        Calls zq_force_position_move_pose.
+        """
+    def force_position_move(self, param: ForcePositionMove) -> None:
+        """Streams a joint or pose set point with per-axis force control; no reply is read.
+
+        Args:
+            param: target (`flag` 0 the joints, else the pose), sensor, frame, per-axis modes, forces (N)
+                and speed limits, trajectory mode and its `radio` (mode 0: 0; mode 1: 0 to 100; mode 2: 0 to
+                1000; other values are sent with a warning).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -1 send failed.
+
+        Calls zq_force_position_move.
+        """
+    def start_drag_teach(self, trajectory_record: int) -> None:
+        """Starts drag teaching: the arm follows the operator's hand.
+
+        Args:
+            trajectory_record: 1 records the dragged trajectory for replay, 0 does not.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_start_drag_teach.
+        """
+    def stop_drag_teach(self) -> None:
+        """Ends drag teaching.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_stop_drag_teach.
+        """
+    def start_multi_drag_teach(self, mode: int, singular_wall: int) -> None:
+        """Starts drag teaching with the six-axis force sensor.
+
+        Args:
+            mode: which axes are free, the controller's number.
+            singular_wall: the controller's singularity wall setting.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; 1 the arm
+                has no six-axis force sensor; -4 on generation 4.
+
+        Calls zq_start_multi_drag_teach.
+        """
+    def start_multi_drag_teach_new(self, param: MultiDragTeach) -> None:
+        """Starts drag teaching with a free/locked choice per Cartesian axis.
+
+        Args:
+            param: the frame, and on six-axis force arms the six free axes (1 free) and the singularity
+                wall; other arms send only the frame, with a warning.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_start_multi_drag_teach_new.
+        """
+    def set_drag_teach_sensitivity(self, grade: int) -> None:
+        """Sets how readily the arm yields while it is dragged.
+
+        Args:
+            grade: the sensitivity grade, passed on unchanged.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to the configuration time-out.
+
+        Calls zq_set_drag_teach_sensitivity.
+        """
+    def drag_teach_sensitivity(self) -> int:
+        """Reads the drag teaching sensitivity.
+
+        Returns:
+            the sensitivity grade.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_drag_teach_sensitivity.
+        """
+    def set_force_drag_mode(self, mode: int) -> None:
+        """Chooses how the arm is dragged: by the joints' currents or by its force sensor.
+
+        Args:
+            mode: the controller's drag mode number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on an
+                arm without a force sensor, nothing sent.
+
+        Calls zq_set_force_drag_mode.
+        """
+    def force_drag_mode(self) -> int:
+        """Reads the drag mode.
+
+        Returns:
+            the controller's drag mode number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on an
+                arm without a force sensor.
+
+        Calls zq_get_force_drag_mode.
+        """
+    def drag_trajectory_origin(self, block: int) -> None:
+        """Moves the arm to the start of the dragged trajectory.
+
+        Args:
+            block: 0 returns once sent; otherwise waits for the end of the move (thread modes 1 and 2, no
+                overall limit) or at most `block` rounds of one second (single-thread mode).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 failed; -4 another
+                device ended; -5 rounds used up.
+
+        Calls zq_drag_trajectory_origin.
+        """
+    def run_drag_trajectory(self, block: int) -> None:
+        """Replays the dragged trajectory.
+
+        Args:
+            block: 0 returns at once (0 when sent); otherwise the call first waits `block` seconds, then
+                watches the replay until it ends.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_run_drag_trajectory.
+        """
+    def pause_drag_trajectory(self) -> None:
+        """Pauses the replay of the dragged trajectory.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_pause_drag_trajectory.
+        """
+    def continue_drag_trajectory(self) -> None:
+        """Resumes a paused replay.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_continue_drag_trajectory.
+        """
+    def stop_drag_trajectory(self) -> None:
+        """Stops the replay.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_stop_drag_trajectory.
+        """
+    def set_io_mode(self, io_num: int, config: IoConfig) -> None:
+        """Sets the mode of one controller IO port.
+
+        Args:
+            io_num: the port, 0 to 4.
+            config: mode 0 to 14 (the controller's numbering); mode 14 also sends the realtime speed and
+                speed mode.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; 1 with
+                nothing sent for a port or mode out of range; -4 with nothing sent for a null config.
+
+        Calls zq_set_IO_mode.
+        """
+    def set_do_state(self, io_num: int, state: int) -> None:
+        """Sets a digital output of the controller.
+
+        Args:
+            io_num: the output's number.
+            state: 1 high, 0 low.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_DO_state.
+        """
+    def io_state(self, io_num: int) -> IoGet:
+        """Reads the level and mode of one controller IO port.
+
+        Args:
+            io_num: the port, 0 to 4.
+
+        Returns:
+            level and mode; below mode 14 the speed fields read -1.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; 1 with
+                nothing sent for a port out of range.
+
+        Calls zq_get_IO_state.
+        """
+    def set_voltage(self, voltage_type: int, start_enable: bool) -> None:
+        """Sets the controller's IO supply voltage.
+
+        Args:
+            voltage_type: the controller's voltage code, passed on unchanged.
+            start_enable: true: the controller applies it at every start.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_voltage.
+        """
+    def voltage(self) -> int:
+        """Reads the controller's IO supply voltage.
+
+        Returns:
+            the controller's voltage code.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_voltage.
+        """
+    def set_rs485(self, baudrate: int) -> None:
+        """Sets the baud rate of the controller's RS485 port (generation 3).
+
+        Args:
+            baudrate: bits per second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -2 on generation
+                4. No reply is read: returns after an 800 ms pause.
+
+        Calls zq_set_RS485.
+        """
+    def controller_rs485_mode(self) -> Tuple[int, int, int]:
+        """Reads the mode of the controller's RS485 port (generation 3).
+
+        Returns:
+            mode: the port's mode, the controller's number.
+            baudrate: bits per second.
+            modbus_timeout: the Modbus RTU time-out as the controller reports it; 0 when the port is not in
+                Modbus RTU mode.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 4.
+
+        Calls zq_get_controller_RS485_mode.
+        """
+    def tool_rs485_mode(self) -> Tuple[int, int, int]:
+        """Reads the mode of the tool connector's RS485 port (generation 3).
+
+        Returns:
+            mode: the port's mode, the controller's number.
+            baudrate: bits per second.
+            modbus_timeout: the Modbus RTU time-out as reported; 0 when not in Modbus RTU mode.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 4.
+
+        Calls zq_get_tool_RS485_mode.
+        """
+    def set_modbus_mode(self, port: int, baudrate: int, timeout: int) -> None:
+        """Puts a serial port into Modbus RTU master mode (generation 3).
+
+        Args:
+            port: the port, the controller's number (controller or tool connector).
+            baudrate: bits per second.
+            timeout: the bus time-out, 100 ms units (0 or less counts as 1). It also sets the process-wide
+                wait of the peripheral reads and writes to `timeout` × 100 ms plus the query time-out.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 4.
+
+        Calls zq_set_modbus_mode.
+        """
+    def close_modbus_mode(self, port: int) -> None:
+        """Ends Modbus RTU mode on a serial port (generation 3).
+
+        Args:
+            port: the port, as for zq_set_modbus_mode().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 4.
+
+        Calls zq_close_modbus_mode.
+        """
+    def set_modbustcp_mode(self, ip: str, port: int, timeout: int) -> None:
+        """Connects the controller as Modbus TCP master to a device (generation 3).
+
+        Args:
+            ip: the device's dotted IPv4 address.
+            port: its TCP port.
+            timeout: the bus time-out, ms (0 or less counts as 1); the peripheral reads and writes then wait
+                `timeout` plus the query time-out (process-wide).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 4 or for a bad address.
+
+        Calls zq_set_modbustcp_mode.
+        """
+    def close_modbustcp_mode(self) -> None:
+        """Ends the Modbus TCP master connection (generation 3).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 4.
+
+        Calls zq_close_modbustcp_mode.
+        """
+    def set_controller_rs485_mode(self, mode: int, baudrate: int) -> None:
+        """Sets the mode and baud rate of the controller's RS485 port (generation 4).
+
+        Args:
+            mode: the port's mode, the controller's number.
+            baudrate: bits per second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_set_controller_rs485_mode.
+        """
+    def controller_rs485_mode_v4(self) -> Tuple[int, int]:
+        """Reads the mode and baud rate of the controller's RS485 port (generation 4).
+
+        Returns:
+            mode: the port's mode.
+            baudrate: bits per second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_get_controller_rs485_mode_v4.
+        """
+    def set_tool_rs485_mode(self, mode: int, baudrate: int) -> None:
+        """Sets the mode and baud rate of the tool connector's RS485 port (generation 4).
+
+        Args:
+            mode: the port's mode, the controller's number.
+            baudrate: bits per second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_set_tool_rs485_mode.
+        """
+    def tool_rs485_mode_v4(self) -> Tuple[int, int]:
+        """Reads the mode and baud rate of the tool connector's RS485 port (generation 4).
+
+        Returns:
+            mode: the port's mode.
+            baudrate: bits per second.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_get_tool_rs485_mode_v4.
+        """
+    def write_single_coil(self, params: PeripheralReadWriteParams, data: int) -> None:
+        """Writes one coil of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, address and device.
+            data: 1 on, 0 off.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 refused; -4 on generation
+                4. Waits up to the bus time-out.
+
+        Calls zq_write_single_coil.
+        """
+    def write_single_register(self, params: PeripheralReadWriteParams, data: int) -> None:
+        """Writes one holding register of a Modbus device on a port (generation 3).
+
+        Args:
+            params: port, address and device.
+            data: the register's value.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_write_single_coil().
+
+        Calls zq_write_single_register.
+        """
+    def write_modbus_rtu_coils(self, params: ModbusRtuWriteParams) -> None:
+        """Writes coils of a Modbus RTU device (generation 4).
+
+        Args:
+            params: first address, device, port type, count (0 to ZQ_MODBUS_DATA_MAX) and one value per
+                coil.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 refused; -4 on generation
+                3 or a count out of range.
+
+        Calls zq_write_modbus_rtu_coils.
+        """
+    def write_modbus_rtu_registers(self, params: ModbusRtuWriteParams) -> None:
+        """Writes holding registers of a Modbus RTU device (generation 4).
+
+        Args:
+            params: first address, device, port type, count (0 to ZQ_MODBUS_DATA_MAX) and one value per
+                register.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as
+                zq_write_modbus_rtu_coils().
+
+        Calls zq_write_modbus_rtu_registers.
+        """
+    def write_modbus_tcp_coils(self, params: ModbusTcpWriteParams) -> None:
+        """Writes coils of a Modbus TCP device (generation 4).
+
+        Args:
+            params: first address, device (as for the reads), count 0 to ZQ_MODBUS_DATA_MAX and one value
+                per coil.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 refused; -4 on generation
+                3. Waits as zq_read_modbus_tcp_coils().
+
+        Calls zq_write_modbus_tcp_coils.
+        """
+    def write_modbus_tcp_registers(self, params: ModbusTcpWriteParams) -> None:
+        """Writes holding registers of a Modbus TCP device (generation 4).
+
+        Args:
+            params: first address, device (as for the reads), count 0 to ZQ_MODBUS_DATA_MAX and one value
+                per register.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as
+                zq_write_modbus_tcp_coils().
+
+        Calls zq_write_modbus_tcp_registers.
+        """
+    def add_modbus_tcp_master(self, master: ModbusTcpMasterInfo) -> None:
+        """Stores a named Modbus TCP master on the controller (generation 4).
+
+        Args:
+            master: its name (up to 19 characters), dotted IPv4 address and port.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_add_modbus_tcp_master.
+        """
+    def update_modbus_tcp_master(self, name: str, master: ModbusTcpMasterInfo) -> None:
+        """Changes a stored Modbus TCP master (generation 4).
+
+        Args:
+            name: the master's present name.
+            master: its new name, address and port.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_update_modbus_tcp_master.
+        """
+    def delete_modbus_tcp_master(self, name: str) -> None:
+        """Deletes a stored Modbus TCP master (generation 4).
+
+        Args:
+            name: the master's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_delete_modbus_tcp_master.
+        """
+    def modbus_tcp_master(self, name: str) -> ModbusTcpMasterInfo:
+        """Reads a stored Modbus TCP master by name (generation 4).
+
+        Args:
+            name: the master's name.
+
+        Returns:
+            its name, address and port.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no master has that name;
+                -4 on generation 3.
+
+        Calls zq_get_modbus_tcp_master.
+        """
+    def modbus_tcp_master_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> ModbusTcpMasterList:
+        """Reads one page of the stored Modbus TCP masters (generation 4).
+
+        Args:
+            page_num: the page, from 1.
+            page_size: entries per page, at most ZQ_MODBUS_TCP_MASTER_LIST_MAX.
+            vague_search: a fragment of the name to filter by; null for all.
+
+        Returns:
+            the page and the total count.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3. Waits up to the configuration time-out plus 1000 ms.
+
+        Calls zq_get_modbus_tcp_master_list.
+        """
+    def send_project(self, project: SendProject) -> int:
+        """Uploads a program file from the host to the controller (generation 3).
+
+        Args:
+            project: the file's path and the program's settings; with `project_type` not 0 a copy with the
+                two header lines the controller expects is written beside the file and sent.
+
+        Returns:
+            -1 on success, else the program line the controller rejected.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 the controller
+                rejected the program; -5 the file cannot be opened, read or written; -6 on generation 4.
+                Sends about 50 kB per second, then waits up to 2000 ms; send nothing else on this session
+                meanwhile.
+
+        Calls zq_send_project.
+        """
+    def set_plan_speed(self, speed: int) -> None:
+        """Scales the speed of the running program.
+
+        Args:
+            speed: percent of the programmed speed.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_plan_speed.
+        """
+    def program_trajectory_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> ProgramTrajectorys:
+        """Reads one page of the programs stored on the controller.
+
+        Args:
+            page_num: the page, from 1.
+            page_size: entries per page.
+            vague_search: a fragment of the name to filter by; null for all.
+
+        Returns:
+            the page (at most ZQ_LIST_ENTRIES entries) and the total count.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_program_trajectory_list.
+        """
+    def set_program_id_run(self, id: int, speed: int, block: int) -> None:
+        """Runs a stored program.
+
+        Args:
+            id: the program's number.
+            speed: percent of the programmed speed; 0 keeps the program's own speed.
+            block: 0 returns once the program started; otherwise waits for its end (threaded modes: no
+                overall limit; single-thread mode: at most `block` seconds).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused; -4 the end
+                was not reported. Waits up to 15000 ms for the start.
+
+        Calls zq_set_program_id_run.
+        """
+    def program_run_state(self) -> ProgramRunState:
+        """Reads the state of the program run (generation 3).
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 4.
+
+        Calls zq_get_program_run_state.
+        """
+    def flowchart_program_run_state(self) -> FlowchartRunState:
+        """Reads the state of the flowchart program run (generation 4).
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_get_flowchart_program_run_state.
+        """
+    def delete_program_trajectory(self, id: int) -> None:
+        """Deletes a stored program.
+
+        Args:
+            id: the program's number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_delete_program_trajectory.
+        """
+    def update_program_trajectory(self, id: int, plan_speed: int, project_name: str) -> None:
+        """Changes the speed and name of a stored program.
+
+        Args:
+            id: the program's number.
+            plan_speed: its new speed, percent.
+            project_name: its new name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_update_program_trajectory.
+        """
+    def set_default_run_program(self, id: int) -> None:
+        """Chooses the program that runs when the controller is started in its default-run mode.
+
+        Args:
+            id: the program's number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_default_run_program.
+        """
+    def default_run_program(self) -> int:
+        """Reads the program chosen for the default run.
+
+        Returns:
+            its number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_default_run_program.
+        """
+    def add_global_waypoint(self, waypoint: Waypoint) -> None:
+        """Stores a named waypoint on the controller, stamped with the host's local time.
+
+        Args:
+            waypoint: name (local code page), joints (degrees), pose (m, rad) and frame names.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -2 for a
+                null or empty name, nothing sent.
+
+        Calls zq_add_global_waypoint.
+        """
+    def update_global_waypoint(self, waypoint: Waypoint) -> None:
+        """Changes a stored waypoint, found by its name.
+
+        Args:
+            waypoint: as for zq_add_global_waypoint().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -2 for a
+                null or empty name, nothing sent.
+
+        Calls zq_update_global_waypoint.
+        """
+    def delete_global_waypoint(self, point_name: str) -> None:
+        """Deletes a stored waypoint.
+
+        Args:
+            point_name: its name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -2 for a
+                null or empty name.
+
+        Calls zq_delete_global_waypoint.
+        """
+    def given_global_waypoint(self, point_name: str) -> Waypoint:
+        """Reads a stored waypoint by name.
+
+        Args:
+            point_name: its name.
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no waypoint has that
+                name; -2 the name cannot be converted; -3 a null handle, name or record.
+
+        Calls zq_get_given_global_waypoint.
+        """
+    def global_waypoints_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> WaypointList:
+        """Reads one page of the stored waypoints.
+
+        Args:
+            page_num: the page, from 1.
+            page_size: entries per page.
+            vague_search: a fragment of the name to filter by; null or empty for all.
+
+        Returns:
+            the page (at most ZQ_LIST_ENTRIES entries) and the total count.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code. Waits up
+                to the configuration time-out plus 1000 ms.
+
+        Calls zq_get_global_waypoints_list.
+        """
+    def trajectory_file_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> TrajectoryList:
+        """Reads one page of the recorded trajectories (generation 4).
+
+        Args:
+            page_num: the page, from 1.
+            page_size: entries per page.
+            vague_search: a fragment of the name to filter by; null for all.
+
+        Returns:
+            the page and the total count.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3. Waits up to the configuration time-out plus 1000 ms.
+
+        Calls zq_get_trajectory_file_list.
+        """
+    def set_run_trajectory(self, name: str) -> None:
+        """Replays a recorded trajectory (generation 4).
+
+        Args:
+            name: the trajectory's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once started, or a common
+                code; -4 on generation 3.
+
+        Calls zq_set_run_trajectory.
+        """
+    def delete_trajectory_file(self, name: str) -> None:
+        """Deletes a recorded trajectory (generation 4).
+
+        Args:
+            name: the trajectory's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_delete_trajectory_file.
+        """
+    def save_trajectory_file(self, name: str) -> None:
+        """Saves the last dragged trajectory on the controller under a name (generation 4).
+
+        Args:
+            name: the name to store it by.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_save_trajectory_file.
+        """
+    def tool_action_list(self, page_num: int, page_size: int, vague_search: Optional[str] = None) -> ToolActionList:
+        """Reads one page of the stored hand tool actions (generation 4).
+
+        Args:
+            page_num: the page, from 1.
+            page_size: entries per page.
+            vague_search: a fragment of the name to filter by; null for all.
+
+        Returns:
+            the page; places behind an action's last value hold ZQ_TOOL_ACTION_UNSET.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_get_tool_action_list.
+        """
+    def run_tool_action(self, name: str) -> None:
+        """Runs a stored hand tool action (generation 4).
+
+        Args:
+            name: the action's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 done; 1 refused or failed;
+                -2 no end report within 1 s; -5 another device ended; -4 on generation 3.
+
+        Calls zq_run_tool_action.
+        """
+    def delete_tool_action(self, name: str) -> None:
+        """Deletes a stored hand tool action (generation 4).
+
+        Args:
+            name: the action's name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 on
+                generation 3.
+
+        Calls zq_delete_tool_action.
+        """
+    def save_trajectory(self, path: str) -> int:
+        """Records the points of a drag teach as they are pushed into a file on the host.
+
+        Args:
+            path: the file, replaced; one JSON line per point, CR LF ended.
+
+        Returns:
+            the number of points written.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 once points stopped arriving
+                for 500 ms; -4 the file cannot be made; -5 the controller refused; 30000 when no end came
+                within 30 s (the file then holds what arrived). The recording is process-wide: one at a
+                time.
+
+        Calls zq_save_trajectory.
+        """
+    def add_electronic_fence_config(self, config: FenceConfig) -> None:
+        """Stores a named electronic fence on the controller.
+
+        Args:
+            config: its name, form (1 cube, 2 plane, 3 sphere) and the form's coordinates, metres. The
+                cube's minimum z travels as its minimum x: read back, the stored cube shows that.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 for a
+                form outside 1 to 3, nothing sent.
+
+        Calls zq_add_electronic_fence_config.
+        """
+    def update_electronic_fence_config(self, config: FenceConfig) -> None:
+        """Changes a stored electronic fence, found by its name.
+
+        Args:
+            config: as for zq_add_electronic_fence_config().
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as
+                zq_add_electronic_fence_config().
+
+        Calls zq_update_electronic_fence_config.
+        """
+    def delete_electronic_fence_config(self, name: str) -> None:
+        """Deletes a stored electronic fence.
+
+        Args:
+            name: its name.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_delete_electronic_fence_config.
+        """
+    def given_electronic_fence_config(self, name: str) -> FenceConfig:
+        """Reads a stored electronic fence by name.
+
+        Args:
+            name: its name.
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 no fence has that name.
+
+        Calls zq_get_given_electronic_fence_config.
+        """
+    def set_electronic_fence_enable(self, state: ElectronicFenceEnable) -> None:
+        """Switches the electronic fence in force on or off.
+
+        Args:
+            state: on or off, which side the arm must keep to, and what it applies to.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_electronic_fence_enable.
+        """
+    def electronic_fence_enable(self) -> ElectronicFenceEnable:
+        """Reads the switch of the electronic fence.
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_electronic_fence_enable.
+        """
+    def set_electronic_fence_config(self, config: FenceConfig) -> None:
+        """Sets the electronic fence in force.
+
+        Args:
+            config: a cube (form 1) or a plane (form 2), metres; other forms send the form alone.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; -4 for a
+                sphere (form 3), nothing sent.
+
+        Calls zq_set_electronic_fence_config.
+        """
+    def electronic_fence_config(self) -> FenceConfig:
+        """Reads the electronic fence in force.
+
+        Returns:
+            the record; a sphere comes back with only its form.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 none is set.
+
+        Calls zq_get_electronic_fence_config.
+        """
+    def set_virtual_wall_enable(self, state: ElectronicFenceEnable) -> None:
+        """Switches the virtual wall on or off.
+
+        Args:
+            state: on or off, which side the tool must keep to, and what it applies to.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_virtual_wall_enable.
+        """
+    def virtual_wall_enable(self) -> ElectronicFenceEnable:
+        """Reads the switch of the virtual wall.
+
+        Returns:
+            the record.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_virtual_wall_enable.
+        """
+    def set_virtual_wall_config(self, config: FenceConfig) -> None:
+        """Sets the virtual wall that the tool stays within.
+
+        Args:
+            config: a cube (form 1) or a sphere (form 3), metres; other forms send the form alone.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_virtual_wall_config.
+        """
+    def virtual_wall_config(self) -> FenceConfig:
+        """Reads the virtual wall.
+
+        Returns:
+            the record (a cube or a sphere).
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 none is set.
+
+        Calls zq_get_virtual_wall_config.
+        """
+    def set_self_collision_enable(self, enable: bool) -> None:
+        """Switches the controller's self-collision check on or off.
+
+        Args:
+            enable: true on.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_self_collision_enable.
+        """
+    def self_collision_enable(self) -> bool:
+        """Reads whether the controller's self-collision check is on.
+
+        Returns:
+            true when on.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_self_collision_enable.
+        """
+    def set_collision_remove_enable(self, enable: bool) -> None:
+        """Switches the controller's collision release setting on or off.
+
+        Args:
+            enable: true on.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_collision_remove_enable.
+        """
+    def collision_remove_enable(self) -> bool:
+        """Reads whether the controller's collision release setting is on.
+
+        Returns:
+            true when on.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_collision_remove_enable.
+        """
+    def set_collision_detection(self, mode: int) -> None:
+        """Sets the controller's collision detection mode.
+
+        Args:
+            mode: the controller's mode number, passed on unchanged.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_collision_detection.
+        """
+    def collision_detection(self) -> int:
+        """Reads the controller's collision detection mode.
+
+        Returns:
+            the mode number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_collision_detection.
+        """
+    def set_avoid_singularity_mode(self, mode: int) -> None:
+        """Sets how the controller avoids singular configurations.
+
+        Args:
+            mode: the controller's mode number, passed on unchanged.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_avoid_singularity_mode.
+        """
+    def avoid_singularity_mode(self) -> int:
+        """Reads how the controller avoids singular configurations.
+
+        Returns:
+            the mode number.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_avoid_singularity_mode.
+        """
+    def set_tool_envelope(self, envelope: EnvelopeBallsList) -> None:
+        """Sets the spheres that envelop a tool, for the controller's collision checks.
+
+        Args:
+            envelope: the tool frame's name and 0 to 5 spheres (centre and radius, metres, in the tool
+                frame); size 0 clears them.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 refused (does the tool
+                frame exist?).
+
+        Calls zq_set_tool_envelope.
+        """
+    def tool_envelope(self, tool_name: str) -> EnvelopeBallsList:
+        """Reads the spheres that envelop a tool.
+
+        Args:
+            tool_name: the tool frame's name.
+
+        Returns:
+            them.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; 1 the tool frame does not
+                exist.
+
+        Calls zq_get_tool_envelope.
+        """
+    def set_netip(self, ip: str, netmask: str, gw: str) -> None:
+        """Sets the controller's wired address, mask and gateway.
+
+        Args:
+            ip: dotted IPv4 address.
+            netmask: dotted IPv4 mask.
+            gw: dotted IPv4 gateway.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to 2000 ms. The connection may drop after a change; the library does not reconnect.
+
+        Calls zq_set_NetIP.
+        """
+    def set_wifi_ap(self, wifi_name: str, password: str) -> None:
+        """Makes the controller's wireless interface an access point.
+
+        Args:
+            wifi_name: the network's name.
+            password: its password.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 when sent; -1 send failed.
+                No reply is read: the call returns after a fixed 800 ms pause.
+
+        Calls zq_set_wifi_ap.
+        """
+    def set_wifi_sta(self, router_name: str, password: str) -> None:
+        """Joins the controller's wireless interface to a router's network (station mode).
+
+        Args:
+            router_name: the network's name.
+            password: its password.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: as zq_set_wifi_ap(): no reply
+                read, returns after 800 ms.
+
+        Calls zq_set_wifi_sta.
+        """
+    def set_net_default(self) -> None:
+        """Restores the controller's factory network settings.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to 4000 ms.
+
+        Calls zq_set_net_default.
+        """
+    def set_wifi_close(self) -> None:
+        """Switches the controller's wireless interface off.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code; waits up
+                to 2000 ms.
+
+        Calls zq_set_wifi_close.
+        """
+    def wifi_net(self) -> WifiNet:
+        """Reads the controller's wireless settings.
+
+        Returns:
+            them; in mode "off" `ssid` and `password` stay as they were.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_wifi_net.
+        """
+    def set_webserver_enabled(self, enabled: int) -> None:
+        """Switches the controller's web server on or off.
+
+        Args:
+            enabled: 1 on, 0 off.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_webserver_enabled.
+        """
+    def webserver_enabled(self) -> int:
+        """Reads whether the controller's web server runs.
+
+        Returns:
+            1 on, 0 off.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_webserver_enabled.
+        """
+    def set_arm_power(self, power: int) -> None:
+        """Switches the arm's power on or off.
+
+        Args:
+            power: 1 on, 0 off.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_set_arm_power.
+        """
+    def arm_power_state(self) -> int:
+        """Reads whether the arm is powered.
+
+        Returns:
+            1 on, 0 off.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_arm_power_state.
+        """
+    def system_runtime(self) -> Tuple[int, int, int, int]:
+        """Reads how long the controller has been running.
+
+        Returns:
+            day: whole days.
+            hour: hours, 0 to 23.
+            min: minutes, 0 to 59.
+            sec: seconds, 0 to 59.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_get_system_runtime.
+        """
+    def clear_system_runtime(self) -> None:
+        """Resets the controller's runtime counter.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_clear_system_runtime.
+        """
+    def clear_joint_odom(self) -> None:
+        """Resets the joints' travel counters.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_clear_joint_odom.
+        """
+    def clear_system_err(self) -> None:
+        """Clears the controller's system errors.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 or a common code.
+
+        Calls zq_clear_system_err.
+        """
     # ---- end of the generated methods ----
 
 class Simulator:
     def __init__(self, model: str = "ZQ41-B-1.0") -> None: ...
-    def start(self, port: int = 0) -> int: ...
-    def stop(self) -> None: ...
+    def start(self, port: int = 0) -> int:
+        """Listens on 127.0.0.1 and runs the simulated controller; returns the port (0 takes an ephemeral one)."""
+    def stop(self) -> None:
+        """Stops the simulated controller and closes its connections."""
     @property
     def port(self) -> int: ...
     def __enter__(self) -> "Simulator": ...
     def __exit__(self, *args: object) -> None: ...
     joint_angles: list[float]
-    def set_reply(self, command: str, reply_json: str, times: int = -1) -> None: ...
-    def set_delay(self, command: str, ms: int) -> None: ...
-    def drop_reply(self, command: str, times: int = -1) -> None: ...
-    def clear_script(self) -> None: ...
-    def received_lines(self) -> list[str]: ...
-    def clear_received(self) -> None: ...
+    def set_reply(self, command: str, reply_json: str, times: int = -1) -> None:
+        """Answers `command` with `reply_json` instead of the simulated reply, `times` times (-1: always)."""
+    def set_delay(self, command: str, ms: int) -> None:
+        """Delays the replies to `command` by `ms` milliseconds."""
+    def drop_reply(self, command: str, times: int = -1) -> None:
+        """Leaves `command` unanswered, `times` times (-1: always)."""
+    def clear_script(self) -> None:
+        """Removes every scripted reply, delay and drop."""
+    def received_lines(self) -> list[str]:
+        """The command lines the simulator received, in order."""
+    def clear_received(self) -> None:
+        """Forgets the received command lines."""
 
 class algo:
     @staticmethod
-    def init_sys_data(model: int, force: int = 0) -> None: ...
+    def init_sys_data(model: int, force: int = 0) -> None:
+        """Loads the factory data of an arm model and end variant into the process-wide arm data (no controller
+        needed).
+
+        Calls zq_algo_init_sys_data.
+        """
     @staticmethod
-    def forward_kinematics(joints: ArrayLike) -> npt.NDArray[np.float64]: ...
+    def forward_kinematics(joints: ArrayLike) -> npt.NDArray[np.float64]:
+        """The tool pose in the work frame at joints `joint` (degrees); with a handle, that arm's data is
+        loaded first. A null `joint` gives a pose of zeros.
+
+        One row of joints gives one pose x, y, z (m), rx, ry, rz (rad); a (k, n) array gives k rows.
+
+        Calls zq_algo_forward_kinematics.
+        """
     @staticmethod
-    def self_collision(joints: ArrayLike) -> Union[bool, npt.NDArray[np.bool_]]: ...
+    def self_collision(joints: ArrayLike) -> Union[bool, npt.NDArray[np.bool_]]:
+        """Tells whether joints leave the limits or make the arm or its tool touch the arm, on the process-wide
+        arm model.
+
+        One row gives a bool, a (k, n) array one bool per row.
+
+        Returns:
+            1 outside the joint limits, in self-collision, or unreadable (null pointer, a value that is not
+                finite); 0 free. An arm without a collision model is free within its limits. Computes on the
+                host, never blocks.
+
+        Calls zq_algo_safety_robot_self_collision_detection.
+        """
     @staticmethod
-    def set_tool_envelope(index: int, radius: float, centre: Sequence[float]) -> None: ...
+    def set_tool_envelope(index: int, radius: float, centre: Sequence[float]) -> None:
+        """Sets one sphere of the tool envelope that the self-collision check includes.
+
+        `radius` and `centre` (three numbers) make the sphere.
+
+        Args:
+            index: the slot, 0 to 4, filled from 0 upwards.
+
+        Calls zq_algo_set_tool_envelope.
+        """
 
 class qp:
     """QP teleoperation service on the process-wide arm model."""
     @staticmethod
-    def init(dT: float, mode: int = 1) -> None: ...
+    def init(dT: float, mode: int = 1) -> None:
+        """Sets the service up from the process-wide arm model: joint limits, speed limits (less 0.5 degrees
+        per second of margin), unit weights, the tracker off.
+
+        Args:
+            dT: the control period, seconds.
+            mode: 1: targets are absolute, in the base frame; 0: relative to the present tool frame.
+
+        Calls zq_algo_ik_remote_init.
+        """
     @staticmethod
     def step(targets: ArrayLike, joints: ArrayLike) -> Union[npt.NDArray[np.float64],
                                                            Tuple[npt.NDArray[np.float64], npt.NDArray[np.int32]]]:
-        """(4, 4) target: the next joints. (k, 4, 4) stream: (joints (k, n), codes (k,))."""
+        """One control period: the joints that move toward `target` within the speed limits.
+
+        A (4, 4) target gives the next joints (degrees), zq.Error when there is no step. A (k, 4, 4) stream
+        runs each period from the last one's joints and gives (joints (k, n), codes (k,)), a row holding the
+        joints where its code is not 0. The caller's joints are not changed.
+
+        Args:
+            target: a 4 by 4 pose matrix (metres).
+
+        Returns:
+            the next joints, degrees; on failure it holds `q_cur`.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; -1 no step (bad input, not
+                set up, solver failure); -2 the step leaves the joint limits. Computes on the host; never
+                blocks.
+
+        Calls zq_algo_ik_remote.
+        """
     @staticmethod
-    def set_error_weight(weights: Sequence[float]) -> npt.NDArray[np.float64]: ...
+    def set_error_weight(weights: Sequence[float]) -> npt.NDArray[np.float64]:
+        """Sets the weights of the six task errors.
+
+        Returns the weights as clipped.
+
+        Args:
+            weight: x, y, z, rx, ry, rz; clipped to [0.001, 1], also in the caller's array.
+
+        Calls zq_algo_set_error_weight.
+        """
     @staticmethod
-    def set_dq_weight(weights: Sequence[float]) -> None: ...
+    def set_dq_weight(weights: Sequence[float]) -> None:
+        """Scales each joint's speed limit by a weight.
+
+        Args:
+            weight: one per joint, in [0, 1]; the scaling is cumulative over calls.
+
+        Calls zq_algo_set_dq_weight.
+        """
     @staticmethod
-    def enable_q3_tracker(on: bool) -> None: ...
+    def enable_q3_tracker(on: bool) -> None:
+        """Switches the tracker that pulls joint 3 of a seven-joint arm toward its track angle.
+
+        Calls zq_algo_enable_q3_tracker.
+        """
     @staticmethod
-    def set_7dof_q3_track_angle(degrees: float) -> None: ...
+    def set_7dof_q3_track_angle(degrees: float) -> None:
+        """Sets the angle the joint 3 tracker pulls toward.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; -2 outside joint 3's limits
+                (the angle is stored all the same).
+
+        Calls zq_algo_set_7dof_q3_track_angle.
+        """
     @staticmethod
-    def set_q3_tracker_velocity_level(level: float) -> None: ...
+    def set_q3_tracker_velocity_level(level: float) -> None:
+        """Sets how strongly the joint 3 tracker pulls.
+
+        Args:
+            level: 0 to 1 (clipped); 1 moves joint 3 at a tenth of its speed limit.
+
+        Calls zq_algo_set_q3_tracker_velocity_level.
+        """
     @staticmethod
-    def set_enable_limit_holdon(on: bool) -> None: ...
+    def set_enable_limit_holdon(on: bool) -> None:
+        """Switches the joint position limits into the quadratic program.
+
+        Calls zq_algo_set_enable_limit_holdon.
+        """
     @staticmethod
-    def set_joint_limit_angle(dof: int, joint: int, limit: int, degrees: float) -> None: ...
+    def set_joint_limit_angle(dof: int, joint: int, limit: int, degrees: float) -> None:
+        """Changes a position limit of joint 3 or 4 for the service.
+
+        Args:
+            dof: the arm kind, 6 or 7 (six-joint arms: joint 3 only).
+            joint: ZQ_JOINT_3_E or ZQ_JOINT_4_E.
+            limit: ZQ_LIMIT_MAX_E or ZQ_LIMIT_MIN_E.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0; -1 bad kind, joint or
+                limit, or an arm of another kind; -2 beyond the model's limit; -3 outside the model's
+                limits.
+
+        Calls zq_algo_set_joint_limit_angle.
+        """
