@@ -57,7 +57,8 @@ struct PyArm {
     std::string host;  // the controller's address, as given
     int port = 0;
 
-    explicit PyArm(std::shared_ptr<zq::Arm> made) : arm(std::move(made)) {
+    PyArm(std::shared_ptr<zq::Arm> made, std::string made_host, int made_port)
+        : arm(std::move(made)), host(std::move(made_host)), port(made_port) {
         std::lock_guard<std::mutex> lock(arms_lock());
         auto& arms = live_arms();
         arms.erase(std::remove_if(arms.begin(), arms.end(), [](const auto& w) { return w.expired(); }), arms.end());

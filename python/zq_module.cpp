@@ -458,7 +458,7 @@ PYBIND11_MODULE(_zq, m) {
         .def(py::init([](const std::string& host, int port) {
                  zq::detail::check(zq_init(ZQ_RECV_UDP_THREAD_MODE), "zq_init");  // no-op once started
                  py::gil_scoped_release release;
-                 return PyArm{std::make_shared<zq::Arm>(host, port), host, port};
+                 return PyArm(std::make_shared<zq::Arm>(host, port), host, port);
              }),
              py::arg("host"), py::arg("port"), "Connects; zq.Error if the controller cannot be reached.")
         .def_property_readonly("address", [](const PyArm& s) { return py::make_tuple(s.host, s.port); },

@@ -30,7 +30,7 @@ def text_of(fn):
     """A builtin's docstring without its signature line."""
     doc = fn.__doc__ or ""
     first, _, rest = doc.partition("\n")
-    return rest.strip() if re.match(rf"{fn.__name__}\(", first) else doc.strip()
+    return inspect.cleandoc(rest) if re.match(rf"{fn.__name__}\(", first) else inspect.cleandoc(doc)
 
 
 SCOPES = {"": zq, "Arm": zq.Arm, "Simulator": zq.Simulator, "Pose": zq.Pose, "algo": zq.algo, "qp": zq.qp}

@@ -54,12 +54,9 @@ def _zq_view_program():
 
 
 def view(arm, port=8000, bind="127.0.0.1"):
-    """Serves the live 3D view of ``arm`` on http://bind:port and returns the page's address.
-
-    The server is zq_view, in a process of its own that connects to the same controller and
-    asks it for the arm's state 50 times a second, so the arm's realtime reports stay this
-    program's. The page only reads. The view ends with this program, or by ``view_stop()``.
-    ``port`` 0 picks a free port.
+    """Serves the live 3D view of `arm` on http://bind:port (zq_view in a process of its own that asks the
+    controller for the arm's state 50 times a second) and returns the page's address; port 0 picks a
+    free port. The page only reads.
     """
     program = _zq_view_program()
     if not program:
@@ -77,7 +74,7 @@ def view(arm, port=8000, bind="127.0.0.1"):
 
 
 def view_stop():
-    """Ends every view that ``view()`` started."""
+    """Ends every view that view() started."""
     while _views:
         p = _views.pop()
         p.terminate()
