@@ -97,6 +97,8 @@ public:
     static int zq_algo_safety_robot_self_collision_detection(float* q);
     static void zq_algo_set_tool_envelope(int index, zq_tool_sphere_t sphere);
     static void zq_algo_get_tool_envelope(int index, zq_tool_sphere_t* sphere);
+    static int zq_algo_self_collision_clearance(const float* q_deg, float* clearance);
+    static int zq_algo_self_collision_path(const float* q_deg, int count, int* first);
     // zq_commands.h
     static int zq_get_arm_software_info(zq_robot_handle* handle, zq_arm_software_version_t* info);
     static int zq_get_joint_software_version(zq_robot_handle* handle, int* version, zq_version_t* text);

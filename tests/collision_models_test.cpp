@@ -113,7 +113,7 @@ TEST_F(CollisionModels, LastJointCapsuleEndsAtTheFlange) {
         float q[8] = {};
         for (int i = 0; i < zq::get_dof(); ++i) q[i] = float(fam.clear[i] * kDeg);
         zq::capsule_scene s;
-        zq::build_capsules(*f, q, nullptr, 0, &s);
+        zq::build_capsules(*f, zq::loaded_chain(), q, nullptr, 0, &s);
         const zq_pose_t flange = zq_algo_forward_kinematics(nullptr, fam.clear);
         const zq::point3 end = s.joint_b[f->nj - 1];
         EXPECT_NEAR(end.x, flange.position.x, 1e-5) << f->name;
@@ -160,7 +160,7 @@ TEST_F(CollisionModels, WalkedPairsMatchDoubleReference) {
         float q[8] = {};
         for (int i = 0; i < zq::get_dof(); ++i) q[i] = float(fam.clear[i] * kDeg);
         zq::capsule_scene s;
-        zq::build_capsules(f, q, tool, 2, &s);
+        zq::build_capsules(f, zq::loaded_chain(), q, tool, 2, &s);
         zq::capsule_pair pairs[64];
         const int n = zq::list_pairs(f, s, pairs, 64);
         ASSERT_TRUE(n >= 12 && n <= 64) << f.name;
@@ -193,7 +193,7 @@ TEST_F(CollisionModels, ToolCapsulesJoinSpheresThatStandApart) {
     const float q[8] = {};
     for (const Row& row : rows) {
         zq::capsule_scene s;
-        zq::build_capsules(f, q, row.s, row.n, &s);
+        zq::build_capsules(f, zq::loaded_chain(), q, row.s, row.n, &s);
         EXPECT_EQ(s.nt, row.n) << row.what;
         ASSERT_EQ(s.nk, row.capsules) << row.what;
         if (row.capsules == 0) continue;
