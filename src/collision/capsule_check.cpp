@@ -1,6 +1,7 @@
 #include "collision/capsule_check.h"
 
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 #include "collision/segment_lanes.h"
@@ -36,7 +37,6 @@ Lanes lift<Lanes>(float x) {
     return splat(x);
 }
 
-void sin_cos(float x, float* s, float* c) { joint_sin_cos(x, s, c); }
 void sin_cos(Lanes x, Lanes* s, Lanes* c) {
     const Lanes limit = splat(trig_detail::kLimit);
     if (all_lanes(seg_detail::magnitude(x) < limit)) {
@@ -85,6 +85,41 @@ template <class T>
     return out;
 }
 
+// The same on one configuration, a row of the product at a time: the lanes
+// hold the four columns, and the fourth gains the translation (the others
+// add a zero, which changes no value).
+template <>
+[[gnu::always_inline]] inline frame_t<float> chain_link(const frame_t<float>& F, bool standard, float st, float ct,
+                                                        float d, float a, float sa, float ca) {
+    Lanes L0, L1, L2;
+    if (standard) {
+        L0 = Lanes{ct, -ca * st, sa * st, a * ct};
+        L1 = Lanes{st, ca * ct, -sa * ct, a * st};
+        L2 = Lanes{0.0f, sa, ca, d};
+    } else {
+        L0 = Lanes{ct, -st, 0.0f, a};
+        L1 = Lanes{st * ca, ct * ca, -sa, -sa * d};
+        L2 = Lanes{st * sa, ct * sa, ca, ca * d};
+    }
+    frame_t<float> out;
+    for (int r = 0; r < 3; ++r) {
+        const float* t = F.m[r];
+        const Lanes row = splat(t[0]) * L0 + splat(t[1]) * L1 + splat(t[2]) * L2 + Lanes{0.0f, 0.0f, 0.0f, t[3]};
+        std::memcpy(out.m[r], &row, sizeof row);
+    }
+    return out;
+}
+
+// Sines and cosines of the joint angles q + offset of every frame.
+void joint_angles(const float q[8], const capsule_chain& ch, float s[8], float c[8]) {
+    float x[8];
+    for (int k = 0; k < 8; ++k) x[k] = q[k] + ch.offset[k];
+    joint_sin_cos8(x, s, c);
+}
+void joint_angles(const Lanes q[8], const capsule_chain& ch, Lanes s[8], Lanes c[8]) {
+    for (int k = 0; k < 8; ++k) sin_cos(q[k] + ch.offset[k], &s[k], &c[k]);
+}
+
 template <class T>
 [[gnu::always_inline]] inline v3<T> apply(const frame_t<T>& F, float x, float y, float z) {
     const auto& m = F.m;
@@ -121,10 +156,10 @@ void build(const capsule_family& f, const capsule_chain& ch, const T q[8], const
     frame_t<T> F[kMaxFrames];
     const int frames = f.frames < kMaxFrames ? f.frames : kMaxFrames;
     const frame_t<T>* prev = &install;
+    T st[8], ct[8];
+    joint_angles(q, ch, st, ct);
     for (int k = 0; k < frames; ++k) {
-        T st, ct;
-        sin_cos(q[k] + ch.offset[k], &st, &ct);
-        F[k] = chain_link(*prev, f.standard_dh, st, ct, ch.d[k], ch.a[k], ch.sin_alpha[k], ch.cos_alpha[k]);
+        F[k] = chain_link(*prev, f.standard_dh, st[k], ct[k], ch.d[k], ch.a[k], ch.sin_alpha[k], ch.cos_alpha[k]);
         prev = &F[k];
     }
     auto frame = [&](int k) -> const frame_t<T>& { return k == kBaseFrame ? install : F[k]; };

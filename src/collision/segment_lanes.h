@@ -77,10 +77,18 @@ struct seg {
         inv_vv = pick(vv > 0.0f, 1.0f / vv, T{});
     }
     [[gnu::always_inline]] v3<T> foot(const v3<T>& P) const { return along(A, v, -dot(v, sub(A, P)) * inv_vv); }
-    [[gnu::always_inline]] T squared_from(const v3<T>& P) const {
-        const v3<T> F = foot(P);
-        const T da = dist2(P, A), db = dist2(P, B);
-        return pick(between(F, A, B), dist2(P, F), pick(da < db, da, db));
+};
+
+// P against a segment, given the squared distances of P from its two ends:
+// the squared distance to the foot, and that to the segment (to the foot
+// where it lies between the ends, else to the nearer end).
+template <class T>
+struct from_point {
+    T to_foot, to_segment;
+    [[gnu::always_inline]] from_point(const seg<T>& s, const v3<T>& P, T to_a, T to_b) {
+        const v3<T> F = s.foot(P);
+        to_foot = dist2(P, F);
+        to_segment = pick(between(F, s.A, s.B), to_foot, pick(to_a < to_b, to_a, to_b));
     }
 };
 
@@ -100,18 +108,21 @@ template <class T>
     const T zero{};
     const T far2 = zero + 1000.0f * 1000.0f;
     const auto ab0 = ab.inv_vv == zero, cd0 = cd.inv_vv == zero;
+    // The squared distances between end points serve every case: |C - A|
+    // and |A - C| are the same bits.
+    const T ac2 = dist2(A, C), ad2 = dist2(A, D), bc2 = dist2(B, C), bd2 = dist2(B, D);
+    const from_point<T> a_cd(cd, A, ac2, ad2), b_cd(cd, B, bc2, bd2), c_ab(ab, C, ac2, bc2), d_ab(ab, D, ad2, bd2);
     // Points: both, the first, the second.
-    const T sq_a_cd = cd.squared_from(A), sq_c_ab = ab.squared_from(C);
-    const T points = pick(ab0 & cd0, dist2(A, C), pick(ab0, sq_a_cd, sq_c_ab));
+    const T points = pick(ab0 & cd0, ac2, pick(ab0, a_cd.to_segment, c_ab.to_segment));
     // Direction cosines compared with their sign.
     const T i1 = root(ab.inv_vv), i2 = root(cd.inv_vv);
     const auto parallel = (magnitude(ab.v.x * i1 - cd.v.x * i2) < 1e-7f) &
                           (magnitude(ab.v.y * i1 - cd.v.y * i2) < 1e-7f) &
                           (magnitude(ab.v.z * i1 - cd.v.z * i2) < 1e-7f);
-    T off = root(dist2(A, cd.foot(A)));
+    T off = root(a_cd.to_foot);
     off = pick(magnitude(off) < 1e-9f, zero, off);
-    const T ends = smaller(smaller(smaller(smaller(far2, dist2(A, C)), dist2(A, D)), dist2(B, C)), dist2(B, D));
-    T m2 = smaller(smaller(smaller(smaller(far2, sq_a_cd), cd.squared_from(B)), sq_c_ab), ab.squared_from(D));
+    const T ends = smaller(smaller(smaller(smaller(far2, ac2), ad2), bc2), bd2);
+    T m2 = smaller(smaller(smaller(smaller(far2, a_cd.to_segment), b_cd.to_segment), c_ab.to_segment), d_ab.to_segment);
     // Common perpendicular of lines that are not near parallel.
     const v3<T> n = cross(ab.v, cd.v);
     const T nn = dot(n, n);
