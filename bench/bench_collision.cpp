@@ -169,30 +169,41 @@ void BM_PairsFcl(benchmark::State& state) {
 }
 #endif
 
-// The pairs as the check measures them: four at a time in vector lanes.
+// The pairs as the check measures them: four at a time in vector lanes, the
+// pairs of two segments and those of a tool sphere and a segment apart.
 void BM_PairsOursLanes(benchmark::State& state) {
-    const std::vector<zq::capsule_pair> pairs = pairs_of_open_pose(state);
-    const int n = int(pairs.size());
-    std::vector<zq::seg_detail::v3<zq::Lanes>> soa(size_t((n + 3) / 4) * 4);
-    std::vector<float> radii(size_t((n + 3) / 4) * 4, 0.0f);
-    for (int g = 0; g < n; g += 4)
-        for (int l = 0; l < 4; ++l) {
-            const zq::capsule_pair& p = pairs[size_t(std::min(g + l, n - 1))];
-            const zq::point3 pts[4] = {p.a0, p.a1, p.b0, p.b1};
-            for (int e = 0; e < 4; ++e) {
-                soa[size_t(g + e)].x[l] = pts[e].x, soa[size_t(g + e)].y[l] = pts[e].y, soa[size_t(g + e)].z[l] = pts[e].z;
+    const std::vector<zq::capsule_pair> all = pairs_of_open_pose(state);
+    struct group {
+        bool point;
+        zq::seg_detail::v3<zq::Lanes> e[4];
+        zq::Lanes r;
+    };
+    std::vector<group> groups;
+    for (int point = 0; point < 2; ++point) {
+        std::vector<zq::capsule_pair> kind;
+        for (const zq::capsule_pair& p : all)
+            if ((zq::dap(p.b0, p.b1) == 0.0f) == (point == 1)) kind.push_back(p);
+        for (size_t g = 0; g < kind.size(); g += 4) {
+            group gr{point == 1, {}, {}};
+            for (size_t l = 0; l < 4; ++l) {
+                const zq::capsule_pair& p = kind[std::min(g + l, kind.size() - 1)];
+                const zq::point3 pts[4] = {p.a0, p.a1, p.b0, p.b1};
+                for (int e = 0; e < 4; ++e) gr.e[e].x[l] = pts[e].x, gr.e[e].y[l] = pts[e].y, gr.e[e].z[l] = pts[e].z;
+                gr.r[l] = p.ra + p.rb;
             }
-            radii[size_t(g + l)] = p.ra + p.rb;
+            groups.push_back(gr);
         }
+    }
     for (auto _ : state) {
-        float m = 1.0f;
-        for (int g = 0; g < n; g += 4) {
-            const zq::Lanes d = zq::segment_distance(soa[size_t(g)], soa[size_t(g + 1)], soa[size_t(g + 2)], soa[size_t(g + 3)]);
-            for (int l = 0; l < 4 && g + l < n; ++l) m = std::fmin(m, d[l] - radii[size_t(g + l)]);
+        zq::Lanes m = zq::splat(1.0f);
+        for (const group& g : groups) {
+            const zq::Lanes d = g.point ? zq::point_distance(g.e[2], g.e[0], g.e[1])
+                                        : zq::segment_distance(g.e[0], g.e[1], g.e[2], g.e[3]);
+            m = (d - g.r < m) ? d - g.r : m;
         }
         benchmark::DoNotOptimize(m);
     }
-    state.counters["pairs"] = double(n);
+    state.counters["pairs"] = double(all.size());
 }
 
 // Whole paths of free configurations in one call: configurations per second.

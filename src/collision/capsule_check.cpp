@@ -269,6 +269,16 @@ constexpr int kMaxPairs = 96;
 struct plan {
     int n = 0;
     plan_pair pairs[kMaxPairs];
+    // The pairs of two segments and those of a point (a tool sphere) and a
+    // segment, by their places in the walk.
+    int segments = 0, points = 0;
+    uint8_t segment_at[kMaxPairs], point_at[kMaxPairs];
+    void add(const plan_pair& p) {
+        if (n == kMaxPairs) return;
+        if (p.b0 == p.b1) point_at[points++] = uint8_t(n);
+        else segment_at[segments++] = uint8_t(n);
+        pairs[n++] = p;
+    }
 };
 struct plans {
     std::vector<plan> all;
@@ -280,9 +290,7 @@ struct plans {
             for (int nt = 0; nt <= kMaxToolSpheres; ++nt)
                 for (int nk = 0; nk <= kMaxToolSpheres; ++nk) {
                     plan& p = all[static_cast<size_t>((i * 6 + nt) * 6 + nk)];
-                    walk(f[i], nt, nk, [&](const plan_pair& pp) {
-                        if (p.n < kMaxPairs) p.pairs[p.n++] = pp;
-                    });
+                    walk(f[i], nt, nk, [&](const plan_pair& pp) { p.add(pp); });
                 }
     }
 };
@@ -316,6 +324,12 @@ float walk_scene(const plan& P, const scene_t<float>& s) {
         if (contact(r, d, q.strict)) break;
     }
     return m;
+}
+
+// Four points of a scene as the lanes of one vector point.
+v3<Lanes> gather(const scene_t<float>& s, const uint8_t at[4]) {
+    const v3<float>&a = s.p[at[0]], &b = s.p[at[1]], &c = s.p[at[2]], &d = s.p[at[3]];
+    return {Lanes{a.x, b.x, c.x, d.x}, Lanes{a.y, b.y, c.y, d.y}, Lanes{a.z, b.z, c.z, d.z}};
 }
 
 scene_t<float> to_scene(const capsule_scene& c) {
@@ -381,23 +395,32 @@ float capsule_clearance(const capsule_family& f, const capsule_chain& chain, con
     scene_t<float> s;
     build(f, chain, q, spheres, nt, &s);
     const plan& P = plan_of(f, s.nt, s.nk);
-    float m = 1.0f;
-    for (int g = 0; g < P.n; g += 4) {
-        v3<Lanes> A, B, C, D;
+    // Every distance, four pairs of a kind at a time; then the walk over them.
+    float d[kMaxPairs];
+    for (int g = 0; g < P.segments; g += 4) {
+        uint8_t a0[4], a1[4], b0[4], b1[4];
         for (int l = 0; l < 4; ++l) {
-            const plan_pair& q = P.pairs[g + l < P.n ? g + l : P.n - 1];
-            A.x[l] = s.p[q.a0].x, A.y[l] = s.p[q.a0].y, A.z[l] = s.p[q.a0].z;
-            B.x[l] = s.p[q.a1].x, B.y[l] = s.p[q.a1].y, B.z[l] = s.p[q.a1].z;
-            C.x[l] = s.p[q.b0].x, C.y[l] = s.p[q.b0].y, C.z[l] = s.p[q.b0].z;
-            D.x[l] = s.p[q.b1].x, D.y[l] = s.p[q.b1].y, D.z[l] = s.p[q.b1].z;
+            const plan_pair& q = P.pairs[P.segment_at[g + l < P.segments ? g + l : P.segments - 1]];
+            a0[l] = q.a0, a1[l] = q.a1, b0[l] = q.b0, b1[l] = q.b1;
         }
-        const Lanes d = segment_distance(A, B, C, D);
-        for (int l = 0; l < 4 && g + l < P.n; ++l) {
-            const plan_pair& q = P.pairs[g + l];
-            const float r = s.r[q.ra] + s.r[q.rb];
-            if (d[l] - r < m) m = d[l] - r;
-            if (contact(r, d[l], q.strict)) return m;
+        const Lanes r = segment_distance(gather(s, a0), gather(s, a1), gather(s, b0), gather(s, b1));
+        for (int l = 0; l < 4 && g + l < P.segments; ++l) d[P.segment_at[g + l]] = r[l];
+    }
+    for (int g = 0; g < P.points; g += 4) {
+        uint8_t a0[4], a1[4], b0[4];
+        for (int l = 0; l < 4; ++l) {
+            const plan_pair& q = P.pairs[P.point_at[g + l < P.points ? g + l : P.points - 1]];
+            a0[l] = q.a0, a1[l] = q.a1, b0[l] = q.b0;
         }
+        const Lanes r = point_distance(gather(s, b0), gather(s, a0), gather(s, a1));
+        for (int l = 0; l < 4 && g + l < P.points; ++l) d[P.point_at[g + l]] = r[l];
+    }
+    float m = 1.0f;
+    for (int k = 0; k < P.n; ++k) {
+        const plan_pair& q = P.pairs[k];
+        const float r = s.r[q.ra] + s.r[q.rb];
+        if (d[k] - r < m) m = d[k] - r;
+        if (contact(r, d[k], q.strict)) break;
     }
     return m;
 }
@@ -411,7 +434,8 @@ Lanes capsule_clearance4(const capsule_family& f, const capsule_chain& chain, co
     LaneMask open = splat_bits(-1);
     for (int k = 0; k < P.n; ++k) {
         const plan_pair& p = P.pairs[k];
-        const Lanes d = segment_distance(s.p[p.a0], s.p[p.a1], s.p[p.b0], s.p[p.b1]);
+        const Lanes d = p.b0 == p.b1 ? point_distance(s.p[p.b0], s.p[p.a0], s.p[p.a1])
+                                     : segment_distance(s.p[p.a0], s.p[p.a1], s.p[p.b0], s.p[p.b1]);
         const Lanes r = splat(s.r[p.ra] + s.r[p.rb]);
         const Lanes v = d - r;
         m = (open & (v < m)) ? v : m;

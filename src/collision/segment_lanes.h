@@ -30,6 +30,8 @@ inline Lanes magnitude(Lanes x) {
 }
 
 inline bool not_(int m) { return !m; }
+inline bool all_of(int m) { return m != 0; }
+inline bool all_of(LaneMask m) { return all_lanes(m); }
 inline LaneMask not_(LaneMask m) { return ~m; }
 
 // a where m, else b; m a bool or a lane mask.
@@ -112,6 +114,21 @@ template <class T>
     // and |A - C| are the same bits.
     const T ac2 = dist2(A, C), ad2 = dist2(A, D), bc2 = dist2(B, C), bd2 = dist2(B, D);
     const from_point<T> a_cd(cd, A, ac2, ad2), b_cd(cd, B, bc2, bd2), c_ab(ab, C, ac2, bc2), d_ab(ab, D, ad2, bd2);
+    T m2 = smaller(smaller(smaller(smaller(far2, a_cd.to_segment), b_cd.to_segment), c_ab.to_segment), d_ab.to_segment);
+    // Common perpendicular of lines that are not near parallel.
+    const v3<T> n = cross(ab.v, cd.v);
+    const T nn = dot(n, n);
+    const T sin2 = nn * ab.inv_vv * cd.inv_vv;
+    const v3<T> ac = sub(C, A);
+    const T inn = 1.0f / nn;
+    const v3<T> p1 = along(A, ab.v, dot(cross(ac, cd.v), n) * inn);
+    const v3<T> p2 = along(C, cd.v, dot(cross(ac, ab.v), n) * inn);
+    const T d2 = dist2(p1, p2);
+    const auto feet = between(p1, A, B) & between(p2, C, D) & (d2 < m2);
+    // Lines at an angle whose squared sine exceeds 1e-6 are neither points nor
+    // parallel in the sense below (their direction cosines differ by 1e-3 at
+    // least): nothing more to tell apart.
+    if (all_of(sin2 > 1e-6f)) return root(pick(feet, d2, m2));
     // Points: both, the first, the second.
     const T points = pick(ab0 & cd0, ac2, pick(ab0, a_cd.to_segment, c_ab.to_segment));
     // Direction cosines compared with their sign.
@@ -122,20 +139,21 @@ template <class T>
     T off = root(a_cd.to_foot);
     off = pick(magnitude(off) < 1e-9f, zero, off);
     const T ends = smaller(smaller(smaller(smaller(far2, ac2), ad2), bc2), bd2);
-    T m2 = smaller(smaller(smaller(smaller(far2, a_cd.to_segment), b_cd.to_segment), c_ab.to_segment), d_ab.to_segment);
-    // Common perpendicular of lines that are not near parallel.
-    const v3<T> n = cross(ab.v, cd.v);
-    const T nn = dot(n, n);
-    const auto skew = nn * ab.inv_vv * cd.inv_vv > 1e-12f;
-    const v3<T> ac = sub(C, A);
-    const T inn = 1.0f / nn;
-    const v3<T> p1 = along(A, ab.v, dot(cross(ac, cd.v), n) * inn);
-    const v3<T> p2 = along(C, cd.v, dot(cross(ac, ab.v), n) * inn);
-    const T d2 = dist2(p1, p2);
-    const auto feet = between(p1, A, B) & between(p2, C, D) & (d2 < m2);
-    m2 = pick(skew & feet & not_(parallel), d2, m2);
+    m2 = pick((sin2 > 1e-12f) & feet & not_(parallel), d2, m2);
     m2 = pick(parallel & (off == zero), ends, m2);
     return root(pick(ab0 | cd0, points, m2));
+}
+
+// Distance from the point P to the segment AB, as d_paralle(A, B, P, P) and
+// p2l(P, A, B) give it, with only the work that case needs.
+template <class T>
+[[gnu::always_inline]] inline T point_distance(const seg_detail::v3<T>& P, const seg_detail::v3<T>& A,
+                                                const seg_detail::v3<T>& B) {
+    using namespace seg_detail;
+    const seg<T> ab(A, B);
+    const T pa2 = dist2(A, P);
+    const from_point<T> p(ab, P, pa2, dist2(B, P));
+    return root(pick(ab.inv_vv == T{}, pa2, p.to_segment));
 }
 
 }  // namespace zq
