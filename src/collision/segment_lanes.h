@@ -78,7 +78,10 @@ struct seg {
         const T vv = dot(v, v);
         inv_vv = pick(vv > 0.0f, 1.0f / vv, T{});
     }
-    [[gnu::always_inline]] v3<T> foot(const v3<T>& P) const { return along(A, v, -dot(v, sub(A, P)) * inv_vv); }
+    [[gnu::always_inline]] v3<T> foot(const v3<T>& P) const { return foot_from(sub(P, A)); }
+    // The foot of the point A + ap: A + k v with k = -(v . (A - P)) / (v . v);
+    // -(v . (A - P)) is v . (P - A) to the bit, as x - y is -(y - x).
+    [[gnu::always_inline]] v3<T> foot_from(const v3<T>& ap) const { return along(A, v, dot(v, ap) * inv_vv); }
 };
 
 // P against a segment, given the squared distances of P from its two ends:
@@ -87,8 +90,10 @@ struct seg {
 template <class T>
 struct from_point {
     T to_foot, to_segment;
-    [[gnu::always_inline]] from_point(const seg<T>& s, const v3<T>& P, T to_a, T to_b) {
-        const v3<T> F = s.foot(P);
+    [[gnu::always_inline]] from_point(const seg<T>& s, const v3<T>& P, T to_a, T to_b) : from_point(s, P, sub(P, s.A), to_a, to_b) {}
+    // The same with P - A given.
+    [[gnu::always_inline]] from_point(const seg<T>& s, const v3<T>& P, const v3<T>& ap, T to_a, T to_b) {
+        const v3<T> F = s.foot_from(ap);
         to_foot = dist2(P, F);
         to_segment = pick(between(F, s.A, s.B), to_foot, pick(to_a < to_b, to_a, to_b));
     }
@@ -113,13 +118,13 @@ template <class T>
     // The squared distances between end points serve every case: |C - A|
     // and |A - C| are the same bits.
     const T ac2 = dist2(A, C), ad2 = dist2(A, D), bc2 = dist2(B, C), bd2 = dist2(B, D);
-    const from_point<T> a_cd(cd, A, ac2, ad2), b_cd(cd, B, bc2, bd2), c_ab(ab, C, ac2, bc2), d_ab(ab, D, ad2, bd2);
+    const v3<T> ac = sub(C, A), ca = sub(A, C);
+    const from_point<T> a_cd(cd, A, ca, ac2, ad2), b_cd(cd, B, bc2, bd2), c_ab(ab, C, ac, ac2, bc2), d_ab(ab, D, ad2, bd2);
     T m2 = smaller(smaller(smaller(smaller(far2, a_cd.to_segment), b_cd.to_segment), c_ab.to_segment), d_ab.to_segment);
     // Common perpendicular of lines that are not near parallel.
     const v3<T> n = cross(ab.v, cd.v);
     const T nn = dot(n, n);
     const T sin2 = nn * ab.inv_vv * cd.inv_vv;
-    const v3<T> ac = sub(C, A);
     const T inn = 1.0f / nn;
     const v3<T> p1 = along(A, ab.v, dot(cross(ac, cd.v), n) * inn);
     const v3<T> p2 = along(C, cd.v, dot(cross(ac, ab.v), n) * inn);
