@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "collision/self_collision.h"
+#include "collision_reference.h"
 #include "collision/tool_envelope.h"
 #include "kinematics/sys_data.h"
 #include "zq_api.h"
@@ -42,33 +43,8 @@ const Family kFamilies[] = {
 };
 
 double segment_distance(const zq::point3& A, const zq::point3& B, const zq::point3& C, const zq::point3& D) {
-    const double p1[3] = {A.x, A.y, A.z}, p2[3] = {C.x, C.y, C.z};
-    const double d1[3] = {B.x - p1[0], B.y - p1[1], B.z - p1[2]}, d2[3] = {D.x - p2[0], D.y - p2[1], D.z - p2[2]};
-    auto dot = [](const double* u, const double* v) { return u[0] * v[0] + u[1] * v[1] + u[2] * v[2]; };
-    const double r[3] = {p1[0] - p2[0], p1[1] - p2[1], p1[2] - p2[2]};
-    const double a = dot(d1, d1), e = dot(d2, d2), f = dot(d2, r), c = dot(d1, r), b = dot(d1, d2);
-    auto clamp = [](double v) { return std::min(1.0, std::max(0.0, v)); };
-    double s = 0.0, t = 0.0;
-    if (a <= 1e-18 && e <= 1e-18) {
-    } else if (a <= 1e-18) {
-        t = clamp(f / e);
-    } else if (e <= 1e-18) {
-        s = clamp(-c / a);
-    } else {
-        const double den = a * e - b * b;
-        s = den > 1e-14 * a * e ? clamp((b * f - c * e) / den) : 0.0;
-        t = (b * s + f) / e;
-        if (t < 0.0) {
-            t = 0.0;
-            s = clamp(-c / a);
-        } else if (t > 1.0) {
-            t = 1.0;
-            s = clamp((b - c) / a);
-        }
-    }
-    double d = 0.0;
-    for (int k = 0; k < 3; ++k) d += std::pow(p1[k] + s * d1[k] - p2[k] - t * d2[k], 2);
-    return std::sqrt(d);
+    auto p = [](const zq::point3& q) { return collref::P3{q.x, q.y, q.z}; };
+    return collref::segment_distance(p(A), p(B), p(C), p(D));
 }
 
 void clear_envelope() {
