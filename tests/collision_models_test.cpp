@@ -76,6 +76,10 @@ TEST_F(CollisionModels, EveryFamilyTableStaysInItsBounds) {
         for (int code : f.codes) {
             EXPECT_TRUE(code < 0 || zq::capsule_family_of(code) == &f) << code;
         }
+        // The largest walk, five tool spheres joined by five capsules, fits the pair lists.
+        zq::capsule_scene full{};
+        full.nt = full.nk = 5;
+        EXPECT_LT(zq::list_pairs(f, full, nullptr, 0), 96);
     }
 }
 
