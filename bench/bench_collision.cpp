@@ -4,6 +4,7 @@
 // of one free pose are also measured by FCL, and its distances compared.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <random>
@@ -14,6 +15,7 @@
 #endif
 
 #include "collision/primitives.h"
+#include "collision/segment_lanes.h"
 #include "collision/self_collision.h"
 #include "kinematics/sys_data.h"
 #include "zq_api.h"
@@ -96,7 +98,7 @@ std::vector<zq::capsule_pair> pairs_of_open_pose(benchmark::State& state) {
     }
     const zq::capsule_family& f = *zq::capsule_family_of(zq::get_model_code());
     zq::capsule_scene scene;
-    zq::build_capsules(f, best, spheres, nt, &scene);
+    zq::build_capsules(f, zq::loaded_chain(), best, spheres, nt, &scene);
     std::vector<zq::capsule_pair> pairs(64);
     pairs.resize(zq::list_pairs(f, scene, pairs.data(), 64));
     return pairs;
@@ -167,6 +169,63 @@ void BM_PairsFcl(benchmark::State& state) {
 }
 #endif
 
+// The pairs as the check measures them: four at a time in vector lanes, the
+// pairs of two segments and those of a tool sphere and a segment apart.
+void BM_PairsOursLanes(benchmark::State& state) {
+    const std::vector<zq::capsule_pair> all = pairs_of_open_pose(state);
+    struct group {
+        bool point;
+        zq::seg_detail::v3<zq::Lanes> e[4];
+        zq::Lanes r;
+    };
+    std::vector<group> groups;
+    for (int point = 0; point < 2; ++point) {
+        std::vector<zq::capsule_pair> kind;
+        for (const zq::capsule_pair& p : all)
+            if ((zq::dap(p.b0, p.b1) == 0.0f) == (point == 1)) kind.push_back(p);
+        for (size_t g = 0; g < kind.size(); g += 4) {
+            group gr{point == 1, {}, {}};
+            for (size_t l = 0; l < 4; ++l) {
+                const zq::capsule_pair& p = kind[std::min(g + l, kind.size() - 1)];
+                const zq::point3 pts[4] = {p.a0, p.a1, p.b0, p.b1};
+                for (int e = 0; e < 4; ++e) gr.e[e].x[l] = pts[e].x, gr.e[e].y[l] = pts[e].y, gr.e[e].z[l] = pts[e].z;
+                gr.r[l] = p.ra + p.rb;
+            }
+            groups.push_back(gr);
+        }
+    }
+    for (auto _ : state) {
+        zq::Lanes m = zq::splat(1.0f);
+        for (const group& g : groups) {
+            const zq::Lanes d = g.point ? zq::point_distance(g.e[2], g.e[0], g.e[1])
+                                        : zq::segment_distance(g.e[0], g.e[1], g.e[2], g.e[3]);
+            m = (d - g.r < m) ? d - g.r : m;
+        }
+        benchmark::DoNotOptimize(m);
+    }
+    state.counters["pairs"] = double(all.size());
+}
+
+// Whole paths of free configurations in one call: configurations per second.
+void BM_SelfCollisionPath(benchmark::State& state) {
+    load(state);
+    const std::vector<float> q = samples_in_limits(11);
+    const int dof = zq::get_dof();
+    std::vector<float> path;
+    for (int s = 0; s < kSamples; ++s)
+        if (zq_algo_safety_robot_self_collision_detection(const_cast<float*>(&q[size_t(s) * 7])) == 0)
+            path.insert(path.end(), &q[size_t(s) * 7], &q[size_t(s) * 7] + dof);
+    const int count = int(path.size()) / dof;
+    int first = 0;
+    for (auto _ : state) {
+        zq_algo_self_collision_path(path.data(), count, &first);
+        benchmark::DoNotOptimize(first);
+    }
+    if (first != -1) state.SkipWithError("a sample of the free path is not free");
+    state.SetItemsProcessed(int64_t(state.iterations()) * count);
+    state.counters["configs"] = count;
+}
+
 void BM_SegmentDistance(benchmark::State& state) {
     std::mt19937 rng(9);
     std::uniform_real_distribution<float> u(-0.5f, 0.5f);
@@ -189,6 +248,8 @@ void BM_SegmentDistance(benchmark::State& state) {
 BENCHMARK(BM_SelfCollision) ARMS;
 BENCHMARK(BM_SelfCollisionFullWalk) ARMS;
 BENCHMARK(BM_PairsOurs) ARMS;
+BENCHMARK(BM_PairsOursLanes) ARMS;
+BENCHMARK(BM_SelfCollisionPath) ARMS;
 #ifdef ZQ_BENCH_FCL
 BENCHMARK(BM_PairsFcl) ARMS;
 #endif

@@ -6,5 +6,5 @@ target_include_directories(zq_sim_core INTERFACE $<INSTALL_INTERFACE:${CMAKE_INS
 if(DEFINED ZQ_INSTALL AND NOT ZQ_INSTALL)
   return()
 endif()
-install(TARGETS zq_sim_core EXPORT api_cppTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+install(TARGETS zq_sim_core zq_collision_core EXPORT api_cppTargets ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
 install(FILES ${PROJECT_SOURCE_DIR}/sim/zq_sim.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)

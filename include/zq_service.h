@@ -336,6 +336,8 @@ public:
      * @param[out] sphere receives it; a null pointer or an index outside 0 to 4 does nothing.
      */
     static void zq_algo_get_tool_envelope(int index, zq_tool_sphere_t* sphere);
+    static int zq_algo_self_collision_clearance(const float* q_deg, float* clearance);
+    static int zq_algo_self_collision_path(const float* q_deg, int count, int* first);
     // zq_commands.h
     /**
      * @brief Reads the product and controller versions and the versions of the software modules.

@@ -1483,6 +1483,24 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "        host, never blocks.\n"
      "\n"
      "Calls zq_algo_safety_robot_self_collision_detection."},
+    {"algo", "self_collision_clearance",
+     "Clearance of one configuration: how far the arm (and its tool) is from touching itself.\n"
+     "\n"
+     "One row gives the clearance in metres, a (k, n) array one per row; NaN for a row outside the joint\n"
+     "limits.\n"
+     "\n"
+     "The smallest distance less the radii over the capsule pairs of the arm's family, in metres, at most\n"
+     "1.0; zero or negative in contact. The capsules are measured in the order of the check, which ends at\n"
+     "the first pair in contact, so a negative value is the clearance met up to that pair.\n"
+     "zq_algo_safety_robot_self_collision_detection() reports contact exactly when this value is below\n"
+     "1e-5. An arm without a collision model gets 1.0.\n"
+     "\n"
+     "Raises:\n"
+     "    zq.Error: with the result code as `code` when it is not 0. Codes: 0 with the clearance written;\n"
+     "        1 when a joint is outside its limits (nothing computed, `clearance` untouched); -4 for a\n"
+     "        null pointer or a joint that is not finite.\n"
+     "\n"
+     "Calls zq_algo_self_collision_clearance."},
     {"algo", "set_tool_envelope",
      "Sets one sphere of the tool envelope that the self-collision check includes.\n"
      "\n"

@@ -717,6 +717,20 @@ PYBIND11_MODULE(_zq, m) {
             out.mutable_at(i) = zq::algo::self_collision(std::vector<float>(rows.data(i, 0), rows.data(i, 0) + rows.shape(1)));
         return single ? py::object(py::bool_(out.at(0))) : py::object(out);
     }, py::arg("joints"), "True where the joints leave their limits or the arm or tool touches itself.");
+    algo.def("self_collision_clearance", [](py::object q) {
+        const bool single = Array::ensure(q) && Array::ensure(q).ndim() == 1;
+        Array rows = rows_of(q, 0, "joints");
+        if (rows.shape(1) > 7) throw py::value_error("at most 7 joints");
+        py::array_t<double> out(rows.shape(0));
+        for (py::ssize_t i = 0; i < rows.shape(0); ++i) {
+            float a[7] = {}, c = 0.0f;
+            std::copy_n(rows.data(i, 0), rows.shape(1), a);
+            const int rc = zq_algo_self_collision_clearance(a, &c);
+            if (rc == -4) throw py::value_error("joints that are not finite");
+            out.mutable_at(i) = rc == 0 ? double(c) : std::numeric_limits<double>::quiet_NaN();
+        }
+        return single ? py::object(py::float_(out.at(0))) : py::object(out);
+    }, py::arg("joints"), "Clearance of the arm from itself, m (<= 0 in contact); NaN outside the joint limits.");
     algo.def("set_tool_envelope", [](int index, float radius, std::array<float, 3> centre) {
         zq::algo::set_tool_envelope(index, {radius, {centre[0], centre[1], centre[2]}});
     }, py::arg("index"), py::arg("radius"), py::arg("centre"), "Sphere `index` (0 to 4) of the tool envelope, flange frame, m.");

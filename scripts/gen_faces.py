@@ -76,6 +76,7 @@ PY_CALLS = [
     ("", "on_realtime", "zq_realtime_arm_state_call_back"),
     ("algo", "init_sys_data", "zq_algo_init_sys_data"), ("algo", "forward_kinematics", "zq_algo_forward_kinematics"),
     ("algo", "self_collision", "zq_algo_safety_robot_self_collision_detection"),
+    ("algo", "self_collision_clearance", "zq_algo_self_collision_clearance"),
     ("algo", "set_tool_envelope", "zq_algo_set_tool_envelope"),
     ("qp", "init", "zq_algo_ik_remote_init"), ("qp", "step", "zq_algo_ik_remote"),
 ] + [("qp", n, "zq_algo_" + n) for n in (
@@ -110,6 +111,8 @@ PY_NOTES = {
     ("algo", "forward_kinematics"): "One row of joints gives one pose x, y, z (m), rx, ry, rz (rad); a (k, n) "
                                     "array gives k rows.",
     ("algo", "self_collision"): "One row gives a bool, a (k, n) array one bool per row.",
+    ("algo", "self_collision_clearance"): "One row gives the clearance in metres, a (k, n) array one per row; "
+                                          "NaN for a row outside the joint limits.",
     ("algo", "set_tool_envelope"): "`radius` and `centre` (three numbers) make the sphere.",
     ("", "on_realtime"): "fn(report) runs on the library's UDP thread for every report; None stops the calls.",
 }

@@ -5,6 +5,8 @@ pkgs=(cmake g++ clang make pkg-config libcjson-dev libnlopt-dev libsuitesparse-d
       libgtest-dev libgmock-dev googletest libbenchmark-dev liborocos-kdl-dev libeigen3-dev doxygen
       pybind11-dev python3-dev python3-numpy python3-pytest python3-matplotlib dpkg-dev file
       libcpp-httplib-dev abigail-tools)
+# The collision benchmark's peer.
+pkgs+=(libfcl-dev)
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")

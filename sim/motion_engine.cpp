@@ -15,6 +15,7 @@
 #include <cjson/cJSON.h>
 
 #include "motion_profile.h"
+#include "self_contact.h"
 #include "simulator.h"
 #include "wire.h"
 
@@ -59,6 +60,7 @@ struct Segment {
     enum class Profile { Smooth, Linear, Brake } profile = Profile::Smooth;
     bool report = true;         // push "current_trajectory_state" at the end
     int connect = 0;            // trajectory_connect of the request
+    bool self_contact = false;  // cut short before the arm would touch itself
 };
 
 double clamp_speed(int v) { return std::clamp(v, 1, 100) / 100.0; }
@@ -169,8 +171,13 @@ struct MotionEngine::Impl {
             // The trajectory has ended.
             *joints = cur.to;
             current = cur.to;
-            if (cur.pose_type) pose = cur.pose_to;
+            if (cur.pose_type && !cur.self_contact) pose = cur.pose_to;
             running = false;
+            if (cur.self_contact) {
+                // The arm stops there: what was queued behind is dropped, the error filed.
+                queue.clear();
+                sim.update([](ArmConfig& arm) { file_arm_error(arm, kSelfContactError); });
+            }
             if (cur.status == std::string("slow_stop")) stopped_at = now;
             if (cur.report) report(now, cur.connect, out);
         }
@@ -195,6 +202,8 @@ struct MotionEngine::Impl {
         queue.pop_front();
         cur.from = current;
         if (cur.to.size() != current.size()) cur.to.resize(current.size(), 0.0);
+        // A move that would bring the arm into contact with itself ends where it is still free.
+        cur.to = contact.last_free(cur.from, cur.to, &cur.self_contact);
         double t = cur.cart_duration;
         if (cur.profile == Segment::Profile::Smooth) {
             for (std::size_t i = 0; i < current.size(); ++i) {
@@ -294,6 +303,7 @@ struct MotionEngine::Impl {
         limits = cfg.joints;
         dof = cfg.dof;
         generation = cfg.generation();
+        contact.configure(cfg);
         if (!running && !stream_dirty) current = cfg.joint_angles;  // a streamed set point is newer
     }
 
@@ -576,6 +586,15 @@ struct MotionEngine::Impl {
             sim.update([fault](ArmConfig& a) { a.state.err = {fault}; });
             return {};
         }
+        // A set point that brings the arm into contact with itself is not taken: the arm holds
+        // at the last free one.
+        bool touch = false;
+        contact.last_free(current, q, &touch);
+        if (touch) {
+            last_step.assign(q.size(), 0.0);
+            sim.update([](ArmConfig& a) { file_arm_error(a, kSelfContactError); });
+            return {};
+        }
         for (std::size_t i = 0; i < q.size(); ++i) last_step[i] = q[i] - current[i];
         current = std::move(q);
         if (now - last_stream_apply >= std::chrono::milliseconds(1)) {
@@ -687,6 +706,7 @@ struct MotionEngine::Impl {
     int dof = 6;
     int generation = 4;
     std::vector<JointLimits> limits;
+    SelfContact contact;          // the arm's capsules, for moves that would touch
     std::vector<double> current;  // joints, degrees, when no trajectory runs
     Pose pose{0.3, 0.0, 0.4, 3.141, 0.0, 0.0};
     std::vector<double> pending_joints;  // to apply after a command

@@ -7,6 +7,7 @@
 #include <limits>
 
 #include "collision/self_collision.h"
+#include "collision_reference.h"
 #include "collision/tool_envelope.h"
 #include "kinematics/sys_data.h"
 #include "zq_api.h"
@@ -42,33 +43,8 @@ const Family kFamilies[] = {
 };
 
 double segment_distance(const zq::point3& A, const zq::point3& B, const zq::point3& C, const zq::point3& D) {
-    const double p1[3] = {A.x, A.y, A.z}, p2[3] = {C.x, C.y, C.z};
-    const double d1[3] = {B.x - p1[0], B.y - p1[1], B.z - p1[2]}, d2[3] = {D.x - p2[0], D.y - p2[1], D.z - p2[2]};
-    auto dot = [](const double* u, const double* v) { return u[0] * v[0] + u[1] * v[1] + u[2] * v[2]; };
-    const double r[3] = {p1[0] - p2[0], p1[1] - p2[1], p1[2] - p2[2]};
-    const double a = dot(d1, d1), e = dot(d2, d2), f = dot(d2, r), c = dot(d1, r), b = dot(d1, d2);
-    auto clamp = [](double v) { return std::min(1.0, std::max(0.0, v)); };
-    double s = 0.0, t = 0.0;
-    if (a <= 1e-18 && e <= 1e-18) {
-    } else if (a <= 1e-18) {
-        t = clamp(f / e);
-    } else if (e <= 1e-18) {
-        s = clamp(-c / a);
-    } else {
-        const double den = a * e - b * b;
-        s = den > 1e-14 * a * e ? clamp((b * f - c * e) / den) : 0.0;
-        t = (b * s + f) / e;
-        if (t < 0.0) {
-            t = 0.0;
-            s = clamp(-c / a);
-        } else if (t > 1.0) {
-            t = 1.0;
-            s = clamp((b - c) / a);
-        }
-    }
-    double d = 0.0;
-    for (int k = 0; k < 3; ++k) d += std::pow(p1[k] + s * d1[k] - p2[k] - t * d2[k], 2);
-    return std::sqrt(d);
+    auto p = [](const zq::point3& q) { return collref::P3{q.x, q.y, q.z}; };
+    return collref::segment_distance(p(A), p(B), p(C), p(D));
 }
 
 void clear_envelope() {
@@ -100,6 +76,10 @@ TEST_F(CollisionModels, EveryFamilyTableStaysInItsBounds) {
         for (int code : f.codes) {
             EXPECT_TRUE(code < 0 || zq::capsule_family_of(code) == &f) << code;
         }
+        // The largest walk, five tool spheres joined by five capsules, fits the pair lists.
+        zq::capsule_scene full{};
+        full.nt = full.nk = 5;
+        EXPECT_LT(zq::list_pairs(f, full, nullptr, 0), 96);
     }
 }
 
@@ -113,7 +93,7 @@ TEST_F(CollisionModels, LastJointCapsuleEndsAtTheFlange) {
         float q[8] = {};
         for (int i = 0; i < zq::get_dof(); ++i) q[i] = float(fam.clear[i] * kDeg);
         zq::capsule_scene s;
-        zq::build_capsules(*f, q, nullptr, 0, &s);
+        zq::build_capsules(*f, zq::loaded_chain(), q, nullptr, 0, &s);
         const zq_pose_t flange = zq_algo_forward_kinematics(nullptr, fam.clear);
         const zq::point3 end = s.joint_b[f->nj - 1];
         EXPECT_NEAR(end.x, flange.position.x, 1e-5) << f->name;
@@ -160,7 +140,7 @@ TEST_F(CollisionModels, WalkedPairsMatchDoubleReference) {
         float q[8] = {};
         for (int i = 0; i < zq::get_dof(); ++i) q[i] = float(fam.clear[i] * kDeg);
         zq::capsule_scene s;
-        zq::build_capsules(f, q, tool, 2, &s);
+        zq::build_capsules(f, zq::loaded_chain(), q, tool, 2, &s);
         zq::capsule_pair pairs[64];
         const int n = zq::list_pairs(f, s, pairs, 64);
         ASSERT_TRUE(n >= 12 && n <= 64) << f.name;
@@ -193,7 +173,7 @@ TEST_F(CollisionModels, ToolCapsulesJoinSpheresThatStandApart) {
     const float q[8] = {};
     for (const Row& row : rows) {
         zq::capsule_scene s;
-        zq::build_capsules(f, q, row.s, row.n, &s);
+        zq::build_capsules(f, zq::loaded_chain(), q, row.s, row.n, &s);
         EXPECT_EQ(s.nt, row.n) << row.what;
         ASSERT_EQ(s.nk, row.capsules) << row.what;
         if (row.capsules == 0) continue;

@@ -715,6 +715,25 @@ inline bool self_collision(const std::vector<float>& q) {
     for (std::size_t i = 0; i < q.size(); ++i) a[i] = q[i];
     return zq_algo_safety_robot_self_collision_detection(a.data()) != 0;
 }
+// Clearance of the arm from itself, metres (zero or negative in contact); Error 1 when a joint
+// leaves its limits, -4 for more than 7 joints or a value that is not finite.
+inline float self_collision_clearance(const std::vector<float>& q) {
+    std::array<float, 7> a{};
+    if (q.size() > 7) throw Error(-4, "zq_algo_self_collision_clearance");
+    for (std::size_t i = 0; i < q.size(); ++i) a[i] = q[i];
+    float c = 0.0f;
+    const int rc = zq_algo_self_collision_clearance(a.data(), &c);
+    if (rc != 0) throw Error(rc, "zq_algo_self_collision_clearance");
+    return c;
+}
+// The first of `count` configurations (joint count angles each, one after another) in contact
+// or outside the limits; -1 when all are free.
+inline int self_collision_path(const std::vector<float>& q, int count) {
+    int first = -1;
+    const int rc = zq_algo_self_collision_path(q.data(), count, &first);
+    if (rc != 0) throw Error(rc, "zq_algo_self_collision_path");
+    return first;
+}
 inline void set_tool_envelope(int index, const zq_tool_sphere_t& s) { zq_algo_set_tool_envelope(index, s); }
 inline zq_tool_sphere_t tool_envelope(int index) {
     zq_tool_sphere_t s{};

@@ -145,6 +145,21 @@ def test_self_collision_on_rows(arm):
         zq.algo.self_collision(np.zeros((2, 8)))
 
 
+def test_self_collision_clearance_on_rows(arm):
+    arm.forward_kinematics([0, 0, 0, 0, 0, 0])  # loads this arm's model
+    limits = arm.joint_max_pos()
+    rows = np.zeros((3, 6))
+    rows[1, 0] = limits[0] + 5  # beyond a joint limit
+    rows[2, 1] = 30.0
+    clear = zq.algo.self_collision_clearance(rows)
+    assert clear.shape == (3,) and np.isnan(clear[1])
+    assert 0.0 < clear[0] <= 1.0 and 0.0 < clear[2] <= 1.0
+    assert zq.algo.self_collision_clearance(rows[0]) == clear[0]
+    assert list(zq.algo.self_collision(rows[[0, 2]])) == list(clear[[0, 2]] < 1e-5)
+    with pytest.raises(ValueError):
+        zq.algo.self_collision_clearance([0, 0, np.nan, 0, 0, 0])
+
+
 def test_command_families_records_and_bad_records(sim, arm):
     assert isinstance(arm.gripper_state(), zq.GripperState)
     assert repr(zq.GripperState()).startswith("GripperState(enable=0")

@@ -3877,6 +3877,26 @@ class algo:
         Calls zq_algo_safety_robot_self_collision_detection.
         """
     @staticmethod
+    def self_collision_clearance(joints: ArrayLike) -> Union[float, npt.NDArray[np.float64]]:
+        """Clearance of one configuration: how far the arm (and its tool) is from touching itself.
+
+        One row gives the clearance in metres, a (k, n) array one per row; NaN for a row outside the joint
+        limits.
+
+        The smallest distance less the radii over the capsule pairs of the arm's family, in metres, at most
+        1.0; zero or negative in contact. The capsules are measured in the order of the check, which ends at
+        the first pair in contact, so a negative value is the clearance met up to that pair.
+        zq_algo_safety_robot_self_collision_detection() reports contact exactly when this value is below
+        1e-5. An arm without a collision model gets 1.0.
+
+        Raises:
+            zq.Error: with the result code as `code` when it is not 0. Codes: 0 with the clearance written;
+                1 when a joint is outside its limits (nothing computed, `clearance` untouched); -4 for a
+                null pointer or a joint that is not finite.
+
+        Calls zq_algo_self_collision_clearance.
+        """
+    @staticmethod
     def set_tool_envelope(index: int, radius: float, centre: Sequence[float]) -> None:
         """Sets one sphere of the tool envelope that the self-collision check includes.
 

@@ -254,6 +254,14 @@ void ZQ_Service::zq_algo_get_tool_envelope(int index, zq_tool_sphere_t* sphere) 
     return ::zq_algo_get_tool_envelope(index, sphere);
 }
 
+int ZQ_Service::zq_algo_self_collision_clearance(const float* q_deg, float* clearance) {
+    return ::zq_algo_self_collision_clearance(q_deg, clearance);
+}
+
+int ZQ_Service::zq_algo_self_collision_path(const float* q_deg, int count, int* first) {
+    return ::zq_algo_self_collision_path(q_deg, count, first);
+}
+
 int ZQ_Service::zq_get_arm_software_info(zq_robot_handle* handle, zq_arm_software_version_t* info) {
     return ::zq_get_arm_software_info(handle, info);
 }

@@ -64,6 +64,8 @@
     X(zq_algo_safety_robot_self_collision_detection) \
     X(zq_algo_set_tool_envelope) \
     X(zq_algo_get_tool_envelope) \
+    X(zq_algo_self_collision_clearance) \
+    X(zq_algo_self_collision_path) \
     X(zq_get_arm_software_info) \
     X(zq_get_joint_software_version) \
     X(zq_get_tool_software_version) \
