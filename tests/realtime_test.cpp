@@ -434,8 +434,7 @@ TEST_F(RealtimeReports, AStoppedArmClearsThePendingCounters) {
     Report r;
     if (!wait_report([](const Report& x) { return x.lift_height == 9090 && x.arm_current_status == 9; }, &r, 2000))
         GTEST_SKIP() << "no report on the default port: another process holds it";
-    // The session is found by the report's sender address and the port of the listening entry's slot.
-    if (r.arm_port != port_) GTEST_SKIP() << "this arm's slot does not match the report's UDP entry";
+    EXPECT_EQ(r.arm_port, port_);
     EXPECT_EQ(__atomic_load_n(&arm_->pending_trajectory, __ATOMIC_ACQUIRE), 0);
     EXPECT_EQ(__atomic_load_n(&arm_->pending_program, __ATOMIC_ACQUIRE), 0);
 }
@@ -460,6 +459,58 @@ TEST_F(RealtimeReports, OversizedAndBrokenDatagramsReachTheCallbackAsMinusThree)
         EXPECT_TRUE(wait_report([](const Report& x) { return x.errCode == -3; }, &r, 1000));
     }
     ::close(fd);
+}
+
+// Several arms, each pushing to a UDP port of its own: every report names the TCP port of the arm
+// it came from, whatever the slots and listening entries. Without the UDP thread nothing arrives.
+class RealtimeArms : public zqtest::ArmTest {
+protected:
+    RealtimeArms() : ArmTest("ZQ52-6F-1.0") {}
+};
+
+TEST_F(RealtimeArms, EachReportNamesItsArmOnAnyPort) {
+    zq_realtime_arm_state_call_back(on_report);
+    zqsim::Simulator second(zqsim::ArmConfig::for_model("ZQ41-B-1.0"));
+    const int second_port = second.start(0);
+    ASSERT_GT(second_port, 0);
+    zq_robot_handle* other = zq_create_robot_arm("127.0.0.1", second_port);
+    ASSERT_NE(other, nullptr);
+    ASSERT_GT(other->id, 0);
+    struct Row {
+        zqsim::Simulator* sim;
+        zq_robot_handle* arm;
+        int tcp_port, udp_port, marker;
+    } rows[] = {{&sim_, arm_, port_, free_udp_port(), 5151}, {&second, other, second_port, report_port(), 6262}};
+    for (const Row& row : rows) {
+        const int marker = row.marker;
+        row.sim->update([marker](zqsim::ArmConfig& a) { a.state.peripherals.lift_height = marker; });
+        zq_realtime_push_config_t c = config(1, row.udp_port, "127.0.0.1", true);
+        c.lift_state = 1;
+        ASSERT_EQ(zq_set_realtime_push(row.arm, c), 0);
+    }
+    for (const Row& row : rows) {
+        const int marker = row.marker;
+        Report r;
+        const bool got = wait_report([marker](const Report& x) { return x.lift_height == marker; }, &r,
+                                     zqtest::mode() == ZQ_RECV_UDP_THREAD_MODE ? 2000 : 100);
+        if (zqtest::mode() != ZQ_RECV_UDP_THREAD_MODE) {
+            EXPECT_FALSE(got) << "a report without the UDP thread";
+            continue;
+        }
+        ASSERT_TRUE(got) << "no report from the arm on TCP port " << row.tcp_port;
+        EXPECT_EQ(r.arm_port, row.tcp_port) << "report on UDP port " << row.udp_port;
+        EXPECT_STREQ(r.arm_ip, "127.0.0.1");
+        // Every report of that marker names the same arm.
+        std::lock_guard<std::mutex> lock(g_mu);
+        for (const Report& x : g_reports) {
+            if (x.lift_height == marker) {
+                EXPECT_EQ(x.arm_port, row.tcp_port);
+            }
+        }
+    }
+    for (const Row& row : rows) ASSERT_EQ(zq_set_realtime_push(row.arm, config(1, row.udp_port, "127.0.0.1")), 0);
+    zq_delete_robot_arm(other);
+    second.stop();
 }
 
 }  // namespace
