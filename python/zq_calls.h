@@ -31,6 +31,8 @@ inline std::atomic<int>& workers_running() {
 // interrupted call.
 struct PyArm {
     std::shared_ptr<zq::Arm> arm;
+    std::string host;  // where it was connected, for its repr
+    int port = 0;
 
     zq::Arm& a() {
         if (!arm) throw zq::Error(-1, "the arm is closed");

@@ -267,6 +267,7 @@ TEST_F(MotionTest, MotionArmErrorEndsABlockingJointMove) {
 }
 
 TEST_F(MotionTest, MotionSimulatedArmShowsItsStatusAndSpeed) {
+    for (double v : sim_.config().state.joints.speed) EXPECT_EQ(v, 0.0);  // at rest
     const float target[6] = {20.0f, 0, 0, 0, 0, 0};
     ASSERT_EQ(zq_movej(arm_, target, 50, 0, 0, 0), 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(150));

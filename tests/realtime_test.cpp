@@ -233,25 +233,9 @@ bool wait_report(const std::function<bool(const Report&)>& match, Report* out, i
     });
 }
 
-// A UDP port that nothing listens on at the moment.
-int free_udp_port() {
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    socklen_t len = sizeof a;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(fd);
-    return ntohs(a.sin_port);
-}
-
 // The library listens on at most five UDP ports for the whole process, so the settings of the
 // request tests leave reports off, and the report tests share one port.
-int report_port() {
-    static const int port = free_udp_port();
-    return port;
-}
+int report_port() { return zqtest::report_test_port(0); }
 
 zq_realtime_push_config_t config(int cycle, int port, const char* ip, bool enable = false) {
     zq_realtime_push_config_t c{};
@@ -375,6 +359,7 @@ TEST_F(RealtimeReports, EverySectionReachesTheCallback) {
     sim_.update([](zqsim::ArmConfig& a) {
         a.joint_angles = {10.5, -20.25, 30, 40, 50, 60};
         a.state.peripherals.lift_height = 4242;  // marks this arm's reports
+        a.state.joints.speed[4] = 6.0;
         a.state.arm_status = "move_L";
         a.state.err = {0, 7};
     });
@@ -480,7 +465,7 @@ TEST_F(RealtimeArms, EachReportNamesItsArmOnAnyPort) {
         zqsim::Simulator* sim;
         zq_robot_handle* arm;
         int tcp_port, udp_port, marker;
-    } rows[] = {{&sim_, arm_, port_, free_udp_port(), 5151}, {&second, other, second_port, report_port(), 6262}};
+    } rows[] = {{&sim_, arm_, port_, zqtest::report_test_port(1), 5151}, {&second, other, second_port, report_port(), 6262}};
     for (const Row& row : rows) {
         const int marker = row.marker;
         row.sim->update([marker](zqsim::ArmConfig& a) { a.state.peripherals.lift_height = marker; });

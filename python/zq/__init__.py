@@ -13,11 +13,14 @@ whose ``code`` is the library's return code.
 import atexit as _atexit
 
 from . import _zq
-from ._zq import (Arm, Error, Pose, Report, Simulator, algo, init, on_realtime, qp, set_timeout, strerror,
-                  version, _shutdown)
+from ._zq import (Arm, Error, Pose, Report, Simulator, algo, init, on_realtime, qp, set_log_level, set_timeout,
+                  strerror, version, _shutdown)
 
-__all__ = ["Arm", "Error", "Pose", "Report", "Simulator", "algo", "init", "on_realtime", "qp", "set_timeout",
-           "strerror", "version"]
+# Levels of set_log_level: the library's lines of this severity and above reach standard error.
+LOG_DEBUG, LOG_INFO, LOG_WARNING, LOG_ERROR, LOG_NONE = 0, 1, 2, 3, 4
+
+__all__ = ["Arm", "Error", "Pose", "Report", "Simulator", "algo", "init", "on_realtime", "qp", "set_log_level",
+           "set_timeout", "strerror", "version", "LOG_DEBUG", "LOG_INFO", "LOG_WARNING", "LOG_ERROR", "LOG_NONE"]
 
 
 def _record_repr(self):
