@@ -32,7 +32,7 @@ const char kUsage[] =
     "                         (-B, -ZF, -6F, -6FB, -B-V, -6FB-V), e.g. ZQ52-6F-1.0\n"
     "  -c, --controller TEXT  controller version: 4.0, or a 3.x text such as 3.5.2 (default 4.0)\n"
     "  -d, --dof N            joint count, 1 to 10 (default: the model's)\n"
-    "  -l, --list-models      print the known families and exit\n"
+    "  -l, --list-models      print the known families with their joint counts and exit\n"
     "  -h, --help             print this text and exit\n"
     "  -V, --version          print the version and exit\n"
     "\n"
@@ -44,7 +44,8 @@ const char kUsage[] =
     "arm's error list (cleared by clear_system_err).\n";
 
 void list_models(std::FILE* to) {
-    for (const std::string& f : zqsim::known_families()) std::fprintf(to, "  %s\n", f.c_str());
+    for (const std::string& f : zqsim::known_families())
+        std::fprintf(to, "  %-8s %d joints\n", f.c_str(), zqsim::ArmConfig::for_model(f).dof);
 }
 
 bool parse_int(const char* text, int lo, int hi, int* out) {
