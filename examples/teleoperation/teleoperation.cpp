@@ -6,6 +6,7 @@
 // period, and the controller refuses that set point. So the target is ramped here: it moves
 // along a smooth path that starts and ends at rest, and the joints follow it.
 //   zq_example_teleoperation --host 127.0.0.1 --port 8080   (moves the arm: use zq_sim first)
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -104,7 +105,10 @@ int main(int argc, char** argv) {
         }
         zq_movej_canfd(arm, set_point);
         std::memcpy(q, next, sizeof q);
-        due += std::chrono::microseconds(static_cast<int>(kPeriod * 1e6f));
+        // One period after the last, or at least half a period after this one when it came late:
+        // a burst to catch up would look like a sudden acceleration to the controller.
+        const auto period = std::chrono::microseconds(static_cast<int>(kPeriod * 1e6f));
+        due = std::max(due + period, std::chrono::steady_clock::now() + period / 2);
         std::this_thread::sleep_until(due);
     }
 
