@@ -19,16 +19,9 @@ int main(int argc, char** argv) {
     if (done >= 0) return done;
     zq_robot_handle* arm = connect_arm(host, port, ZQ_RECV_THREAD_MODE);
     if (!arm) return 1;
-    zq_robot_info_t info{};
-    zq_get_robot_info(arm, &info);
-    const int dof = info.arm_dof;
     float q[7] = {0};
-    if (zq_get_joint_degree(arm, q) != 0 || dof < 6 || dof > 7) {
-        std::fprintf(stderr, "cannot read the joints of a six- or seven-joint arm\n");
-        zq_delete_robot_arm(arm);
-        zq_destroy();
-        return 1;
-    }
+    const int dof = example::six_or_seven_joints(arm, q);
+    if (dof < 0) return 1;
     zq_algo_forward_kinematics(arm, q);  // any call with the handle loads the arm's model
 
     // A gripper of 6 cm radius whose centre is 10 cm ahead of the flange.

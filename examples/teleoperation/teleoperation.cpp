@@ -50,16 +50,9 @@ int main(int argc, char** argv) {
     if (done >= 0) return done;
     zq_robot_handle* arm = connect_arm(host, port, ZQ_RECV_THREAD_MODE);
     if (!arm) return 1;
-    zq_robot_info_t info{};
-    zq_get_robot_info(arm, &info);
-    const int dof = info.arm_dof;
     float q[8] = {0};
-    if (zq_get_joint_degree(arm, q) != 0 || dof < 6 || dof > 7) {
-        std::fprintf(stderr, "cannot read the joints of a six- or seven-joint arm\n");
-        zq_delete_robot_arm(arm);
-        zq_destroy();
-        return 1;
-    }
+    const int dof = example::six_or_seven_joints(arm, q);
+    if (dof < 0) return 1;
     // Away from the stretched, singular pose first: a blocking joint move to a working pose.
     const float ready6[8] = {0, 20, 70, 0, 90, 0}, ready7[8] = {0, 20, 0, 70, 0, 90, 0};
     std::memcpy(q, dof == 6 ? ready6 : ready7, sizeof q);
