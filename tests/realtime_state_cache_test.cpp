@@ -11,6 +11,7 @@
 #include <functional>
 #include <thread>
 
+#include "report_ports.h"
 #include "test_env.h"
 #include "zq_api.h"
 

@@ -17,6 +17,7 @@
 #include "session/realtime.h"
 #include "session/session.h"
 #include "sim_kinematics.h"
+#include "report_ports.h"
 #include "test_env.h"
 #include "zq_api.h"
 
