@@ -235,7 +235,7 @@ bool wait_report(const std::function<bool(const Report&)>& match, Report* out, i
 }
 
 // The library listens on at most five UDP ports for the whole process, so the settings of the
-// request tests leave reports off, and the report tests share one port.
+// request tests leave reports off, and the report tests share the two test ports.
 int report_port() { return zqtest::report_test_port(0); }
 
 zq_realtime_push_config_t config(int cycle, int port, const char* ip, bool enable = false) {
