@@ -2,7 +2,7 @@
 // connects to it, moves the arm and streams set points, and tells what
 // happened on the way.
 //
-//   zq_demo [--model PRODUCT_VERSION] [--mode 0|1|2]
+//   zq_demo [--model PRODUCT_VERSION] [--mode 0|1|2] [--port N] [--help]
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -16,6 +16,7 @@
 #include <string>
 #include <thread>
 
+#include "arm_models.h"
 #include "simulator.h"
 #include "zq_api.h"
 
@@ -105,16 +106,41 @@ int free_udp_port() {
 int main(int argc, char** argv) {
     std::string model = "ZQ41-B-1.0";
     int mode = ZQ_RECV_UDP_THREAD_MODE;
-    for (int i = 1; i + 1 < argc; i += 2) {
-        if (!std::strcmp(argv[i], "--model")) model = argv[i + 1];
-        if (!std::strcmp(argv[i], "--mode")) mode = std::atoi(argv[i + 1]);
+    int sim_port = 0;
+    const char* usage =
+        "usage: zq_demo [--model PRODUCT_VERSION] [--mode 0|1|2] [--port N]\n"
+        "Starts a simulated controller on 127.0.0.1, connects to it and moves its arm.\n"
+        "  --model TEXT  the simulated arm (default ZQ41-B-1.0; zq_sim --list-models)\n"
+        "  --mode N      thread mode of the library: 0, 1 or 2 (default 2, realtime reports too)\n"
+        "  --port N      TCP port of the simulator (default 0: a free one)\n"
+        "  --help        this text\n";
+    for (int i = 1; i < argc; ++i) {
+        const bool has_value = i + 1 < argc;
+        if (!std::strcmp(argv[i], "--help") || !std::strcmp(argv[i], "-h")) {
+            std::fputs(usage, stdout);
+            return 0;
+        } else if (has_value && !std::strcmp(argv[i], "--model")) {
+            model = argv[++i];
+        } else if (has_value && !std::strcmp(argv[i], "--mode")) {
+            mode = std::atoi(argv[++i]);
+        } else if (has_value && !std::strcmp(argv[i], "--port")) {
+            sim_port = std::atoi(argv[++i]);
+        } else {
+            std::fprintf(stderr, "zq_demo: bad argument '%s'\n%s", argv[i], usage);
+            return 2;
+        }
+    }
+    if (!zqsim::is_known_model(model)) {
+        std::fprintf(stderr, "zq_demo: unknown model '%s' (zq_sim --list-models names the known families)\n",
+                     model.c_str());
+        return 2;
     }
 
     // 1. A controller to talk to.
     zqsim::Simulator sim(zqsim::ArmConfig::for_model(model));  // its arm moves in real time
-    const int port = sim.start(0);
+    const int port = sim.start(sim_port);
     if (port < 0) {
-        std::fprintf(stderr, "simulator did not start\n");
+        std::fprintf(stderr, "simulator did not start on 127.0.0.1:%d\n", sim_port);
         return 1;
     }
     std::printf("simulated controller \"%s\" on 127.0.0.1:%d\n", model.c_str(), port);

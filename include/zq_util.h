@@ -55,9 +55,11 @@ ZQ_API void zq_set_log_sink(zq_log_sink_t sink, int level, void* user);
 
 /**
  * @brief The text of a command's return code.
- * @param code a return code of a controller command or move (1, 0, -1 ... -7).
+ * @param code a return code of a controller command or move (1, 0, -1 ... -7), or a code of
+ *             the arm's error list (above 1, e.g. 0x6101).
  * @return a static, NUL-terminated English text, e.g. "no reply within the time-out" for
- *         -2; "unknown return code" for any other value. Never NULL. Thread-safe.
+ *         -2; a controller error's text for a code above 1; "unknown return code" for any
+ *         other value. Never NULL. Thread-safe.
  *
  * The solvers (zq_algo_*) use some of the same numbers with their own meanings; see their
  * documentation.

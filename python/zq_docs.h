@@ -36,6 +36,9 @@ inline constexpr MethodDoc kMethodDocs[] = {
      "fn(report) runs on the library's UDP thread for every report; None stops the calls.\n"
      "\n"
      "Calls zq_realtime_arm_state_call_back."},
+    {"", "set_log_level",
+     "Lets the library's log lines of `level` and above reach standard error: zq.LOG_DEBUG, LOG_INFO,\n"
+     "LOG_WARNING, LOG_ERROR (the default), or LOG_NONE for silence."},
     {"", "set_timeout",
      "Sets the time-out of queries (default 500 ms) and of configuration commands (default 1000 ms) to\n"
      "`timeout_ms` milliseconds; the Modbus bus time-out stays. Waits end as soon as the reply arrives.\n"

@@ -11,6 +11,9 @@
 #include <cstdio>
 #include <cstring>
 #include <limits>
+#include <map>
+#include <mutex>
+#include <sstream>
 #include <memory>
 #include <optional>
 #include <type_traits>
@@ -18,6 +21,7 @@
 #include <thread>
 #include <vector>
 
+#include "arm_models.h"
 #include "simulator.h"
 #include "zq_calls.h"
 
@@ -85,6 +89,29 @@ Array rows_of(const py::handle& obj, py::ssize_t cols, const char* what) {
 
 // ---- the realtime callback: a Python function called on the UDP thread -----------------
 
+// A report with the joint count of its arm, so that its joint arrays hold that many entries.
+struct PyReport {
+    zq::Report r;
+    std::size_t joints;
+};
+
+// Joint counts of the arms connected from Python, by address and TCP port: a report names its arm
+// by both. An arm not found keeps all seven entries.
+std::mutex g_joint_counts_lock;
+std::map<std::pair<std::string, int>, std::size_t> g_joint_counts;
+
+void remember_joint_count(const std::string& host, int port, std::size_t joints) {
+    std::lock_guard<std::mutex> lock(g_joint_counts_lock);
+    g_joint_counts[{host, port}] = joints;
+}
+
+PyReport with_joint_count(const zq::Report& r) {
+    const std::string ip(r.arm_ip, strnlen(r.arm_ip, sizeof r.arm_ip));
+    std::lock_guard<std::mutex> lock(g_joint_counts_lock);
+    const auto it = g_joint_counts.find({ip, r.arm_port});
+    return PyReport{r, it == g_joint_counts.end() || it->second > 7 ? std::size_t{7} : it->second};
+}
+
 std::atomic<bool> g_python_alive{true};
 std::atomic<int> g_in_callback{0};
 py::function* g_realtime_fn = nullptr;  // under the GIL; freed at exit, before the interpreter
@@ -96,7 +123,7 @@ void call_realtime(const zq::Report& r) {
         if (g_python_alive.load() && g_realtime_fn) {
             py::function fn = *g_realtime_fn;
             try {
-                fn(r);
+                fn(with_joint_count(r));
             } catch (py::error_already_set& e) {
                 e.discard_as_unraisable("zq realtime callback");
             }
@@ -406,7 +433,11 @@ PYBIND11_MODULE(_zq, m) {
           py::arg("mode") = 2, "Starts the library once per process in a thread mode (2: realtime reports too).");
     m.def("version", &zq_api_version);
     m.def("set_timeout", &zq_set_timeout, py::arg("ms"));
-    m.def("strerror", &zq::Error::text, py::arg("code"));
+    m.def("strerror", &zq::Error::text, py::arg("code"),
+          "Text of a return code, or of a controller error code (above 1) of the arm's error list.");
+    m.def("set_log_level", [](int level) { zq_set_log_sink(nullptr, level, nullptr); }, py::arg("level"),
+          "The library's own lines on standard error from this level on: 0 debug, 1 info, 2 warning, "
+          "3 error (the default), 4 none.");
     m.def("on_realtime", &set_realtime_callback, py::arg("fn"),
           "Calls fn(report) for every realtime report, on the library's UDP thread; None stops it.");
     m.def("_shutdown", &shutdown);
@@ -430,27 +461,37 @@ PYBIND11_MODULE(_zq, m) {
                    std::to_string(p.euler.ry) + ", " + std::to_string(p.euler.rz) + ")";
         });
 
-    py::class_<zq::Report>(m, "Report")
-        .def_readonly("err_code", &zq::Report::errCode)
-        .def_property_readonly("arm_ip", [](const zq::Report& r) { return text(r.arm_ip, sizeof r.arm_ip); })
-        .def_readonly("arm_port", &zq::Report::arm_port)
-        .def_property_readonly("joint_position", [](const zq::Report& r) { return to_array(r.joint_position); })
-        .def_property_readonly("joint_speed", [](const zq::Report& r) { return to_array(r.joint_speed); })
-        .def_property_readonly("joint_current", [](const zq::Report& r) { return to_array(r.joint_current); })
-        .def_property_readonly("joint_temperature", [](const zq::Report& r) { return to_array(r.joint_temperature); })
-        .def_property_readonly("joint_voltage", [](const zq::Report& r) { return to_array(r.joint_voltage); })
-        .def_property_readonly("joint_err_code", [](const zq::Report& r) { return to_array(r.joint_err_code); })
-        .def_property_readonly("force", [](const zq::Report& r) { return to_array(r.force); })
-        .def_property_readonly("zero_force", [](const zq::Report& r) { return to_array(r.zero_force); })
-        .def_property_readonly("err", [](const zq::Report& r) {
-            const int n = r.err_len < 0 ? 0 : (r.err_len > 24 ? 24 : r.err_len);
-            return std::vector<int32_t>(r.err, r.err + n);
+    // Joint arrays hold as many entries as the arm has joints.
+    py::class_<PyReport>(m, "Report")
+        .def_property_readonly("err_code", [](const PyReport& p) { return p.r.errCode; })
+        .def_property_readonly("arm_ip", [](const PyReport& p) { return text(p.r.arm_ip, sizeof p.r.arm_ip); })
+        .def_property_readonly("arm_port", [](const PyReport& p) { return p.r.arm_port; })
+        .def_property_readonly("joint_position", [](const PyReport& p) { return to_array(p.r.joint_position, p.joints); })
+        .def_property_readonly("joint_speed", [](const PyReport& p) { return to_array(p.r.joint_speed, p.joints); })
+        .def_property_readonly("joint_current", [](const PyReport& p) { return to_array(p.r.joint_current, p.joints); })
+        .def_property_readonly("joint_temperature",
+                               [](const PyReport& p) { return to_array(p.r.joint_temperature, p.joints); })
+        .def_property_readonly("joint_voltage", [](const PyReport& p) { return to_array(p.r.joint_voltage, p.joints); })
+        .def_property_readonly("joint_err_code", [](const PyReport& p) { return to_array(p.r.joint_err_code, p.joints); })
+        .def_property_readonly("force", [](const PyReport& p) { return to_array(p.r.force); })
+        .def_property_readonly("zero_force", [](const PyReport& p) { return to_array(p.r.zero_force); })
+        .def_property_readonly("err", [](const PyReport& p) {
+            const int n = p.r.err_len < 0 ? 0 : (p.r.err_len > 24 ? 24 : p.r.err_len);
+            return std::vector<int32_t>(p.r.err, p.r.err + n);
         })
-        .def_readonly("waypoint", &zq::Report::waypoint)
-        .def_readonly("arm_current_status", &zq::Report::arm_current_status)
-        .def_readonly("lift_height", &zq::Report::lift_height)
-        .def_readonly("lift_pos", &zq::Report::lift_pos)
-        .def_readonly("expand_pos", &zq::Report::expand_pos);
+        .def_property_readonly("waypoint", [](const PyReport& p) { return p.r.waypoint; })
+        .def_property_readonly("arm_current_status", [](const PyReport& p) { return p.r.arm_current_status; })
+        .def_property_readonly("lift_height", [](const PyReport& p) { return p.r.lift_height; })
+        .def_property_readonly("lift_pos", [](const PyReport& p) { return p.r.lift_pos; })
+        .def_property_readonly("expand_pos", [](const PyReport& p) { return p.r.expand_pos; })
+        .def("__repr__", [](const PyReport& p) {
+            std::ostringstream o;
+            o << "Report(arm=" << text(p.r.arm_ip, sizeof p.r.arm_ip) << ":" << p.r.arm_port
+              << ", err_code=" << p.r.errCode << ", arm_current_status=" << p.r.arm_current_status << ", joint_position=[";
+            for (std::size_t i = 0; i < p.joints; ++i) o << (i ? ", " : "") << p.r.joint_position[i];
+            o << "])";
+            return o.str();
+        });
 
     zqpy::bind_records(m);
     py::class_<PyArm> arm(m, "Arm");
@@ -458,7 +499,9 @@ PYBIND11_MODULE(_zq, m) {
         .def(py::init([](const std::string& host, int port) {
                  zq::detail::check(zq_init(ZQ_RECV_UDP_THREAD_MODE), "zq_init");  // no-op once started
                  py::gil_scoped_release release;
-                 return PyArm(std::make_shared<zq::Arm>(host, port), host, port);
+                 PyArm a(std::make_shared<zq::Arm>(host, port), host, port);
+                 remember_joint_count(host, port, a.arm->joint_count());
+                 return a;
              }),
              py::arg("host"), py::arg("port"), "Connects; zq.Error if the controller cannot be reached.")
         .def_property_readonly("address", [](const PyArm& s) { return py::make_tuple(s.host, s.port); },
@@ -473,6 +516,11 @@ PYBIND11_MODULE(_zq, m) {
             s.arm.reset();
         })
         .def_property_readonly("closed", [](const PyArm& s) { return !s.arm; })
+        .def("__repr__", [](const PyArm& s) {
+            const std::string where = s.host + ":" + std::to_string(s.port);
+            if (!s.arm) return "<zq.Arm " + where + ", closed>";
+            return "<zq.Arm " + where + ", " + std::to_string(s.arm->joint_count()) + " joints>";
+        })
         .def_property_readonly("joint_count", [](PyArm& s) { return s.a().joint_count(); })
         .def("info", [](PyArm& s) {
             const zq_robot_info_t i = s.nogil([](zq::Arm& a) { return a.info(); });
@@ -587,7 +635,7 @@ PYBIND11_MODULE(_zq, m) {
              "Asks the controller for realtime reports to ip:port every cycle (joint speeds and status included).")
         .def("latest_state", [](PyArm& s) {
             const zq::State st = s.nogil([](zq::Arm& a) { return a.latest_state(); });
-            return py::make_tuple(st.report, st.age_ms);
+            return py::make_tuple(PyReport{st.report, s.a().joint_count()}, st.age_ms);
         }, "The last realtime report of this arm and its age in ms; zq.Error -2 when none arrived yet.")
         // kinematics of this arm: rows of joints in, rows of x, y, z, rx, ry, rz out
         .def("forward_kinematics", [](PyArm& s, py::object q) {
@@ -664,9 +712,19 @@ PYBIND11_MODULE(_zq, m) {
     // ---- the in-process controller simulator ----
     py::class_<zqsim::Simulator>(m, "Simulator")
         .def(py::init([](const std::string& model) {
+                 if (!zqsim::is_known_model(model)) {
+                     std::string known;
+                     for (const std::string& f : zqsim::known_families()) known += (known.empty() ? "" : ", ") + f;
+                     throw py::value_error("unknown model '" + model + "'; known families: " + known);
+                 }
                  return std::make_unique<zqsim::Simulator>(zqsim::ArmConfig::for_model(model));
              }),
-             py::arg("model") = "ZQ41-B-1.0")
+             py::arg("model") = "ZQ41-B-1.0", "A simulated controller of `model`; ValueError for an unknown family.")
+        .def("__repr__", [](const zqsim::Simulator& s) {
+            const zqsim::ArmConfig c = s.config();
+            const std::string where = s.port() < 0 ? "not started" : "port " + std::to_string(s.port());
+            return "<zq.Simulator " + c.product_version + ", " + std::to_string(c.dof) + " joints, " + where + ">";
+        })
         .def("start", &zqsim::Simulator::start, py::arg("port") = 0, py::call_guard<py::gil_scoped_release>(),
              "Listens on 127.0.0.1; returns the port (0: an ephemeral one).")
         .def("stop", &zqsim::Simulator::stop, py::call_guard<py::gil_scoped_release>())

@@ -39,6 +39,23 @@ status=0
 status=0
 "$sim" --bogus 2>/dev/null >/dev/null || status=$?
 [ "$status" -eq 2 ] || { echo "unknown option not refused"; exit 1; }
+"$sim" --list-models | grep -Eq '^  ZQ41 +6 joints$' || { echo "--list-models gives no joint counts"; exit 1; }
+
+echo "-- zq_demo command line"
+demo="$build/examples/zq_demo"
+if [ -x "$demo" ]; then
+    "$demo" --help | grep -q '^usage: zq_demo .*--port'
+    status=0
+    "$demo" --bogus 2>/dev/null >/dev/null || status=$?
+    [ "$status" -eq 2 ] || { echo "zq_demo: unknown option not refused"; exit 1; }
+fi
+
+echo "-- the C++ face through pkg-config alone"
+pc_dir=$(dirname "$(find "$prefix" -name api_cpp.pc | head -n 1)")
+# shellcheck disable=SC2046
+g++ -std=c++17 -Wall -Wextra -Werror -Iexamples/common examples/cpp_face/cpp_face.cpp -o "$prefix/cpp_face_pc" \
+    $(PKG_CONFIG_PATH="$pc_dir" pkg-config --cflags --libs api_cpp)
+"$prefix/cpp_face_pc" --help >/dev/null
 
 echo "-- examples against zq_sim"
 "$sim" --port 0 >"$prefix/sim.out" &
@@ -50,8 +67,15 @@ for _ in $(seq 100); do
     sleep 0.05
 done
 [ -n "$port" ] || { echo "zq_sim did not start"; exit 1; }
-for name in session motion streaming; do
+for name in session motion streaming io gripper teleoperation collision cpp_face; do
+    echo "   $name"
     timeout 30 "$prefix/build/$name/zq_example_$name" --port "$port" >/dev/null
 done
+# Realtime reports to a UDP port other than the first one the library listens on (8089): each
+# report must still name its arm.
+udp=$(python3 -c 'import socket; s = socket.socket(socket.AF_INET, socket.SOCK_DGRAM); s.bind(("127.0.0.1", 0)); print(s.getsockname()[1])')
+[ "$udp" != 8089 ] || udp=8099
+echo "   realtime (UDP port $udp)"
+timeout 30 "$prefix/build/realtime/zq_example_realtime" --port "$port" --udp "$udp" >/dev/null
 timeout 30 "$prefix/build/sim_in_process/zq_example_sim_in_process" >/dev/null
 echo "examples: all built and ran"

@@ -124,6 +124,8 @@ PY_ONLY = {
                   "asks the controller for the arm's state 50 times a second) and returns the page's address; "
                   "port 0 picks a free port. The page only reads.",
     ("", "view_stop"): "Ends every view that view() started.",
+    ("", "set_log_level"): "Lets the library's log lines of `level` and above reach standard error: zq.LOG_DEBUG, "
+                           "LOG_INFO, LOG_WARNING, LOG_ERROR (the default), or LOG_NONE for silence.",
     ("Arm", "address"): "The controller's address and port, as given when the arm was connected.",
     ("Arm", "close"): "Deletes the arm's handle now; later calls raise zq.Error -1. Also on leaving a with block.",
     ("Arm", "info"): "What the library learned of the arm at connection: model, joint count, force type, "

@@ -29,7 +29,7 @@ struct JointReadings {
             current[i] = 0.25 + 0.125 * i;
             temperature[i] = 31.5 + i;
             voltage[i] = 48.25;
-            speed[i] = 1.5 * i;
+            speed[i] = 0.0;  // at rest; the motion engine writes them while the arm moves
             enabled[i] = 1;
             err_code[i] = 0;
             brake[i] = 0;

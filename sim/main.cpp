@@ -38,7 +38,7 @@ const char kUsage[] =
     "  -d, --dof N            joint count, 1 to 10 (default: the model's)\n"
     "  -v, --view PORT        also serve a live 3D view of the arm on http://127.0.0.1:PORT\n"
     "                         (0 picks a free port; the page's address is the second line)\n"
-    "  -l, --list-models      print the known families and exit\n"
+    "  -l, --list-models      print the known families with their joint counts and exit\n"
     "  -h, --help             print this text and exit\n"
     "  -V, --version          print the version and exit\n"
     "\n"
@@ -50,7 +50,8 @@ const char kUsage[] =
     "arm's error list (cleared by clear_system_err).\n";
 
 void list_models(std::FILE* to) {
-    for (const std::string& f : zqsim::known_families()) std::fprintf(to, "  %s\n", f.c_str());
+    for (const std::string& f : zqsim::known_families())
+        std::fprintf(to, "  %-8s %d joints\n", f.c_str(), zqsim::ArmConfig::for_model(f).dof);
 }
 
 bool parse_int(const char* text, int lo, int hi, int* out) {

@@ -42,6 +42,7 @@ constexpr int kStreamGapMs = 100;
 constexpr double kStreamSpeedRoom = 1.1, kStreamAccRoom = 2.0;
 constexpr int kStreamSpeedError = 0x6101;  // a set point beyond a joint's speed limit
 constexpr int kStreamAccError = 0x6102;    // a set point beyond a joint's acceleration limit
+constexpr int kUnreachableError = 0x6201;  // a Cartesian target outside the arm's reach
 constexpr int kStopShownMs = 200;         // "stop" and "slow_stop" are reported this long, then "idle"
 
 // One trajectory: where the joints go, what the trajectory query reports, how long it takes.
@@ -61,6 +62,9 @@ struct Segment {
     bool report = true;         // push "current_trajectory_state" at the end
     int connect = 0;            // trajectory_connect of the request
     bool self_contact = false;  // cut short before the arm would touch itself
+    // An error code: the target cannot be reached, so the move ends where it starts, after the
+    // shortest planned time, with this code in the arm's error list and a report that it failed.
+    int fault = 0;
 };
 
 double clamp_speed(int v) { return std::clamp(v, 1, 100) / 100.0; }
@@ -179,7 +183,7 @@ struct MotionEngine::Impl {
                 sim.update([](ArmConfig& arm) { file_arm_error(arm, kSelfContactError); });
             }
             if (cur.status == std::string("slow_stop")) stopped_at = now;
-            if (cur.report) report(now, cur.connect, out);
+            if (cur.report) report(now, cur.connect, out, cur.fault == 0);
         }
         if (!running && !head_runnable() && arm_status != "idle") {
             if (!stop_shown() || now - stopped_at >= std::chrono::milliseconds(kStopShownMs)) {
@@ -214,6 +218,13 @@ struct MotionEngine::Impl {
         }
         // A planned trajectory takes a few controller cycles even when the arm is there already.
         if (cur.profile == Segment::Profile::Smooth) cur.duration = std::max(t, kMinMoveSeconds);
+        if (cur.fault != 0) {
+            const int fault = cur.fault;
+            cur.to = cur.from;
+            cur.pose_type = false;
+            cur.duration = kMinMoveSeconds;  // the controller's planning cycles
+            sim.update([fault](ArmConfig& a) { a.state.err = {fault}; });
+        }
         started = now;
         paused_for = Clock::duration::zero();
         running = true;
@@ -237,14 +248,14 @@ struct MotionEngine::Impl {
         return q;
     }
 
-    void report(Clock::time_point now, int connect, std::vector<std::string>* out) {
+    void report(Clock::time_point now, int connect, std::vector<std::string>* out, bool succeeded) {
         if (lose != 0) {
             if (lose > 0) --lose;
             return;
         }
         cJSON* r = cJSON_CreateObject();
         cJSON_AddStringToObject(r, "state", "current_trajectory_state");
-        cJSON_AddBoolToObject(r, "trajectory_state", true);
+        cJSON_AddBoolToObject(r, "trajectory_state", succeeded);
         cJSON_AddNumberToObject(r, "device", device);
         cJSON_AddNumberToObject(r, "trajectory_connect", connect ? 1 : 0);
         std::string line = wire::print_and_delete(r);
@@ -338,9 +349,9 @@ struct MotionEngine::Impl {
         s.pose_type = std::string(type) != "movej";
         s.pose_to = to;
         s.speed = clamp_speed(v);
-        // The joints of the target; where the arm cannot reach it, they stay.
+        // The joints of the target; where the arm cannot reach it, the move fails.
         s.to = planned_joints();
-        solve_tool_pose(chain, to, s.to);
+        if (!solve_tool_pose(chain, to, s.to)) s.fault = kUnreachableError;
         s.cart_duration = std::max(smooth_duration(distance(from, to), kLineSpeed * s.speed, kLineAcc * s.speed),
                                    smooth_duration(rotation_angle(from, to), kAngularSpeed * s.speed, kAngularAcc * s.speed));
         return s;

@@ -4,8 +4,9 @@
 // A move is acknowledged at once ("receive_state") and then runs: a joint move interpolates
 // the joints with a smooth profile at the commanded share `v` (percent) of each joint's speed
 // and acceleration limits; a pose move solves the arm's own kinematics for the joints of its
-// target (where the arm cannot reach it, the joints stay) and takes its time from the
-// Cartesian distance and the joints' limits, whichever is longer. At its end the
+// target and takes its time from the Cartesian distance and the joints' limits, whichever is
+// longer; a target the arm cannot reach ends the move at once where it starts, with 0x6201 in
+// the arm's error list and "trajectory_state" false in its report. At its end the
 // controller pushes {"state":"current_trajectory_state","trajectory_state":true,"device":0,
 // "trajectory_connect":0|1}. Moves sent with "trajectory_connect" 1 wait for the move that
 // closes the chain and then run back to back. The joint angles live in the simulator's

@@ -1,6 +1,7 @@
 // The level-aware log sink beside the plain one, and the texts of the return codes.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "platform/log.h"
+#include "zq/arm.hpp"
 #include "zq_api.h"
 
 namespace {
@@ -67,8 +69,8 @@ TEST_F(LogSink, LongLinesAreCutAndTheOtherSinksReplaceIt) {
     EXPECT_EQ(seen.lines.size(), 1u);
 }
 
-TEST(ResultText, EveryCommandCodeHasItsOwnTextAndOthersAreUnknown) {
-    const std::string unknown = zq_strerror(12345);
+TEST(ResultText, EveryCommandAndControllerCodeHasItsOwnTextAndOthersAreUnknown) {
+    const std::string unknown = zq_strerror(-12345);
     EXPECT_EQ(unknown, "unknown return code");
     EXPECT_EQ(std::string(zq_strerror(-2)), "no reply within the time-out");
     std::vector<std::string> texts;
@@ -79,7 +81,14 @@ TEST(ResultText, EveryCommandCodeHasItsOwnTextAndOthersAreUnknown) {
         texts.push_back(t);
     }
     EXPECT_EQ(std::string(zq_strerror(-8)), unknown);
-    EXPECT_EQ(std::string(zq_strerror(2)), unknown);
+    // Above 1: codes of the arm's error list, never a command's text.
+    for (int code : {2, 0x5001, 0x6101, 0x6102, 0x6201}) {
+        const std::string t = zq_strerror(code);
+        EXPECT_EQ(t.rfind("controller error", 0), 0u) << code;
+        EXPECT_EQ(std::find(texts.begin(), texts.end(), t), texts.end()) << code;
+    }
+    EXPECT_NE(std::string(zq_strerror(0x6101)), zq_strerror(0x6102));
+    EXPECT_EQ(std::string(zq::Error::text(0x6201)), zq_strerror(0x6201));
 }
 
 }  // namespace

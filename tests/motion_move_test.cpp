@@ -156,6 +156,31 @@ TEST_F(MotionTest, MotionRefusedMoveReturnsOneAndCountsNothing) {
     EXPECT_FALSE(motion_.busy());
 }
 
+// A pose out of the arm's reach: the controller takes the command, the move ends at once with an
+// error in the arm's list and a failed report, the arm stays, and the blocking call says 1.
+TEST_F(MotionTest, MotionUnreachablePoseFailsAtOnce) {
+    const zq_pose_t far{{3.0f, 0.0f, 0.0f}, {0.0f, 0.0f, 0.0f, 0.0f}, {3.141f, 0.0f, 0.0f}};
+    const struct {
+        const char* name;
+        int (*call)(zq_robot_handle*, const zq_pose_t&);
+    } kMoves[] = {
+        {"movel", [](zq_robot_handle* a, const zq_pose_t& p) { return zq_movel(a, p, 50, 0, 0, block()); }},
+        {"movej_p", [](zq_robot_handle* a, const zq_pose_t& p) { return zq_movej_p(a, p, 50, 0, 0, block()); }},
+        {"moves", [](zq_robot_handle* a, const zq_pose_t& p) { return zq_moves(a, p, 50, 0, 0, block()); }},
+    };
+    for (const auto& m : kMoves) {
+        SCOPED_TRACE(m.name);
+        sim_.update([](zqsim::ArmConfig& arm) { arm.state.err = {0}; });
+        const std::vector<double> before = sim_.config().joint_angles;
+        const auto t0 = Clock::now();
+        EXPECT_EQ(m.call(arm_, far), 1);
+        EXPECT_LT(seconds_since(t0), 2.0);
+        EXPECT_EQ(sim_.config().state.err, std::vector<int>{0x6201});
+        EXPECT_EQ(sim_.config().joint_angles, before);
+        EXPECT_FALSE(motion_.busy());
+    }
+}
+
 TEST_F(MotionTest, MotionUnansweredMoveTimesOut) {
     zq_set_timeout(100);
     sim_.drop_reply("movel", 1);
@@ -202,7 +227,7 @@ TEST_F(MotionTest, MotionPoseMovesReportTheirTypeWhileRunning) {
     // Start bent over the table, tool down, a few centimetres from the targets.
     sim_.update([](zqsim::ArmConfig& a) { a.joint_angles = {0, -20, -70, 0, -90, 0}; });
     zq_pose_t pose{};
-    pose.position = {0.35f, 0.05f, 0.4f};
+    pose.position = {0.35f, 0.05f, 0.35f};
     pose.euler = {3.141f, 0.0f, 0.0f};
     ASSERT_EQ(zq_movel(arm_, pose, 50, 0, 0, 0), 0);
     zq_arm_current_trajectory_e type = ZQ_TRAJECTORY_NONE;
@@ -242,6 +267,7 @@ TEST_F(MotionTest, MotionArmErrorEndsABlockingJointMove) {
 }
 
 TEST_F(MotionTest, MotionSimulatedArmShowsItsStatusAndSpeed) {
+    for (double v : sim_.config().state.joints.speed) EXPECT_EQ(v, 0.0);  // at rest
     const float target[6] = {20.0f, 0, 0, 0, 0, 0};
     ASSERT_EQ(zq_movej(arm_, target, 50, 0, 0, 0), 0);
     std::this_thread::sleep_for(std::chrono::milliseconds(150));

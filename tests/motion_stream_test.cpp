@@ -1,8 +1,13 @@
 // Pass-through streaming: wire bytes, the quaternion rule, the smoothing warning and the
-// current streaming gate.
+// current streaming gate; the QP teleoperation service's steps streamed to the arm.
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
 #include "log_capture.h"
 #include "motion/stream.h"
 #include "motion_env.h"
+#include "sim_kinematics.h"
 
 namespace {
 
@@ -136,6 +141,81 @@ TEST_F(MotionStreamTest, MotionStreamCurrentNeedsItsSwitch) {
     arm_->controller_version = 5;
     EXPECT_EQ(zq_get_current_canfd_enable(arm_, &on), -1);
     arm_->controller_version = 4;
+}
+
+}  // namespace
+
+namespace {
+
+using zqtest::MotionTest;
+
+zq_Mat_t mat_of_pose(const zq_pose_t& p) {
+    const zq_matrix_t m = zq_algo_pos2matrix(p);
+    zq_Mat_t out{};
+    out.rows = out.cols = 4;
+    for (int r = 0; r < 4; ++r)
+        for (int c = 0; c < 4; ++c) out.data[r][c] = m.data[r][c];
+    return out;
+}
+
+// The QP teleoperation service limits each step to the joints' speed limits over its period and
+// nothing more: a target that jumps starts a joint at its full speed limit from rest, which the
+// controller refuses; the same way on a smooth ramp is followed to the end without an error.
+TEST_F(MotionTest, MotionQpStepsJumpAtFullSpeedAndFollowARamp) {
+    constexpr float kDt = 0.01f;
+    float q[8] = {0, 20, 70, 0, 90, 0};
+    sim_.update([](zqsim::ArmConfig& a) { a.joint_angles = {0, 20, 70, 0, 90, 0}; });
+    zq_algo_forward_kinematics(arm_, q);  // loads the arm's model
+    const zq_pose_t start = zq_algo_forward_kinematics(nullptr, q);
+    zq_algo_ik_remote_init(kDt, 1);
+    const std::vector<zqsim::JointLimits> lim = sim_.config().joints;
+
+    zq_pose_t far = start;
+    far.position.y += 0.02f;
+    float cur[8], out[8] = {0};
+    std::memcpy(cur, q, sizeof cur);
+    ASSERT_EQ(zq_algo_ik_remote(mat_of_pose(far), cur, out), 0);
+    double largest = 0;  // share of each joint's step limit, (limit in rad/s - 0.0087) x dT
+    for (int j = 0; j < 6; ++j) {
+        const double limit = (lim[static_cast<std::size_t>(j)].max_speed * M_PI / 180.0 - 0.0087) * kDt;
+        largest = std::max(largest, std::fabs(out[j] - q[j]) * M_PI / 180.0 / limit);
+    }
+    EXPECT_NEAR(largest, 1.0, 1e-3);
+    zq_movej_canfd_mode_t set_point{};
+    set_point.joint = out;
+    set_point.follow = true;
+    ASSERT_EQ(zq_movej_canfd(arm_, set_point), 0);
+    std::vector<int> err;
+    for (int i = 0; i < 200 && (err = sim_.config().state.err) == std::vector<int>{0}; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(err == std::vector<int>{0x6101} || err == std::vector<int>{0x6102}) << err[0];
+    EXPECT_NEAR(sim_.config().joint_angles[1], 20.0, 1e-9);  // refused: the arm stays
+
+    // The ramp: minimum jerk over one second, one step per period, from rest again.
+    sim_.update([](zqsim::ArmConfig& a) { a.state.err = {0}; });
+    std::this_thread::sleep_for(std::chrono::milliseconds(150));  // a new stream
+    set_point.joint = out;
+    auto due = std::chrono::steady_clock::now();
+    for (int i = 1; i <= 120; ++i) {
+        const double s = std::min(1.0, i * kDt / 1.0);
+        zq_pose_t target = start;
+        target.position.y += static_cast<float>(0.02 * s * s * s * (10 - 15 * s + 6 * s * s));
+        std::memcpy(cur, q, sizeof cur);
+        ASSERT_EQ(zq_algo_ik_remote(mat_of_pose(target), cur, out), 0) << i;
+        ASSERT_EQ(zq_movej_canfd(arm_, set_point), 0);
+        std::memcpy(q, out, sizeof q);
+        // Late (a loaded host): no burst to catch up, whose short intervals the controller would
+        // take for a sudden acceleration.
+        due = std::max(due + std::chrono::milliseconds(10), std::chrono::steady_clock::now() + std::chrono::milliseconds(5));
+        std::this_thread::sleep_until(due);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    EXPECT_EQ(sim_.config().state.err, std::vector<int>{0});
+    const zqsim::ArmConfig c = sim_.config();
+    const zqsim::Pose end = zqsim::tool_pose(c, c.joint_angles);  // the simulator's own kinematics
+    EXPECT_NEAR(end.y - start.position.y, 0.02, 1e-3);
+    EXPECT_NEAR(end.x, start.position.x, 1e-3);
+    EXPECT_NEAR(end.z, start.position.z, 1e-3);
 }
 
 }  // namespace

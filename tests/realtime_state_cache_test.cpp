@@ -11,6 +11,7 @@
 #include <functional>
 #include <thread>
 
+#include "report_ports.h"
 #include "test_env.h"
 #include "zq_api.h"
 
@@ -18,22 +19,7 @@ namespace {
 
 using Report = zq_realtime_arm_joint_state_t;
 
-// A UDP port that nothing listens on at the moment; one for the whole process, since the
-// library listens on at most five.
-int cache_port() {
-    static const int port = [] {
-        int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-        socklen_t len = sizeof a;
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-        ::close(fd);
-        return static_cast<int>(ntohs(a.sin_port));
-    }();
-    return port;
-}
+int cache_port() { return zqtest::report_test_port(1); }
 
 zq_realtime_push_config_t push(int port, bool enable) {
     zq_realtime_push_config_t c{};

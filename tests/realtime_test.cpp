@@ -17,6 +17,7 @@
 #include "session/realtime.h"
 #include "session/session.h"
 #include "sim_kinematics.h"
+#include "report_ports.h"
 #include "test_env.h"
 #include "zq_api.h"
 
@@ -233,25 +234,9 @@ bool wait_report(const std::function<bool(const Report&)>& match, Report* out, i
     });
 }
 
-// A UDP port that nothing listens on at the moment.
-int free_udp_port() {
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    socklen_t len = sizeof a;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(fd);
-    return ntohs(a.sin_port);
-}
-
 // The library listens on at most five UDP ports for the whole process, so the settings of the
-// request tests leave reports off, and the report tests share one port.
-int report_port() {
-    static const int port = free_udp_port();
-    return port;
-}
+// request tests leave reports off, and the report tests share the two test ports.
+int report_port() { return zqtest::report_test_port(0); }
 
 zq_realtime_push_config_t config(int cycle, int port, const char* ip, bool enable = false) {
     zq_realtime_push_config_t c{};
@@ -375,6 +360,7 @@ TEST_F(RealtimeReports, EverySectionReachesTheCallback) {
     sim_.update([](zqsim::ArmConfig& a) {
         a.joint_angles = {10.5, -20.25, 30, 40, 50, 60};
         a.state.peripherals.lift_height = 4242;  // marks this arm's reports
+        a.state.joints.speed[4] = 6.0;
         a.state.arm_status = "move_L";
         a.state.err = {0, 7};
     });
@@ -434,8 +420,7 @@ TEST_F(RealtimeReports, AStoppedArmClearsThePendingCounters) {
     Report r;
     if (!wait_report([](const Report& x) { return x.lift_height == 9090 && x.arm_current_status == 9; }, &r, 2000))
         GTEST_SKIP() << "no report on the default port: another process holds it";
-    // The session is found by the report's sender address and the port of the listening entry's slot.
-    if (r.arm_port != port_) GTEST_SKIP() << "this arm's slot does not match the report's UDP entry";
+    EXPECT_EQ(r.arm_port, port_);
     EXPECT_EQ(__atomic_load_n(&arm_->pending_trajectory, __ATOMIC_ACQUIRE), 0);
     EXPECT_EQ(__atomic_load_n(&arm_->pending_program, __ATOMIC_ACQUIRE), 0);
 }
@@ -460,6 +445,58 @@ TEST_F(RealtimeReports, OversizedAndBrokenDatagramsReachTheCallbackAsMinusThree)
         EXPECT_TRUE(wait_report([](const Report& x) { return x.errCode == -3; }, &r, 1000));
     }
     ::close(fd);
+}
+
+// Several arms, each pushing to a UDP port of its own: every report names the TCP port of the arm
+// it came from, whatever the slots and listening entries. Without the UDP thread nothing arrives.
+class RealtimeArms : public zqtest::ArmTest {
+protected:
+    RealtimeArms() : ArmTest("ZQ52-6F-1.0") {}
+};
+
+TEST_F(RealtimeArms, EachReportNamesItsArmOnAnyPort) {
+    zq_realtime_arm_state_call_back(on_report);
+    zqsim::Simulator second(zqsim::ArmConfig::for_model("ZQ41-B-1.0"));
+    const int second_port = second.start(0);
+    ASSERT_GT(second_port, 0);
+    zq_robot_handle* other = zq_create_robot_arm("127.0.0.1", second_port);
+    ASSERT_NE(other, nullptr);
+    ASSERT_GT(other->id, 0);
+    struct Row {
+        zqsim::Simulator* sim;
+        zq_robot_handle* arm;
+        int tcp_port, udp_port, marker;
+    } rows[] = {{&sim_, arm_, port_, zqtest::report_test_port(1), 5151}, {&second, other, second_port, report_port(), 6262}};
+    for (const Row& row : rows) {
+        const int marker = row.marker;
+        row.sim->update([marker](zqsim::ArmConfig& a) { a.state.peripherals.lift_height = marker; });
+        zq_realtime_push_config_t c = config(1, row.udp_port, "127.0.0.1", true);
+        c.lift_state = 1;
+        ASSERT_EQ(zq_set_realtime_push(row.arm, c), 0);
+    }
+    for (const Row& row : rows) {
+        const int marker = row.marker;
+        Report r;
+        const bool got = wait_report([marker](const Report& x) { return x.lift_height == marker; }, &r,
+                                     zqtest::mode() == ZQ_RECV_UDP_THREAD_MODE ? 2000 : 100);
+        if (zqtest::mode() != ZQ_RECV_UDP_THREAD_MODE) {
+            EXPECT_FALSE(got) << "a report without the UDP thread";
+            continue;
+        }
+        ASSERT_TRUE(got) << "no report from the arm on TCP port " << row.tcp_port;
+        EXPECT_EQ(r.arm_port, row.tcp_port) << "report on UDP port " << row.udp_port;
+        EXPECT_STREQ(r.arm_ip, "127.0.0.1");
+        // Every report of that marker names the same arm.
+        std::lock_guard<std::mutex> lock(g_mu);
+        for (const Report& x : g_reports) {
+            if (x.lift_height == marker) {
+                EXPECT_EQ(x.arm_port, row.tcp_port);
+            }
+        }
+    }
+    for (const Row& row : rows) ASSERT_EQ(zq_set_realtime_push(row.arm, config(1, row.udp_port, "127.0.0.1")), 0);
+    zq_delete_robot_arm(other);
+    second.stop();
 }
 
 }  // namespace

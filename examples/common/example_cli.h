@@ -51,4 +51,17 @@ inline zq_robot_handle* connect_arm(const std::string& host, int port, zq_thread
     return arm;
 }
 
+// The joint count of a six- or seven-joint arm, with its joints (degrees) in q[0..7]; -1 after
+// printing why not, having deleted the arm and stopped the library.
+inline int six_or_seven_joints(zq_robot_handle* arm, float* q) {
+    zq_robot_info_t info{};
+    zq_get_robot_info(arm, &info);
+    const int dof = info.arm_dof;
+    if (zq_get_joint_degree(arm, q) == 0 && dof >= 6 && dof <= 7) return dof;
+    std::fprintf(stderr, "cannot read the joints of a six- or seven-joint arm\n");
+    zq_delete_robot_arm(arm);
+    zq_destroy();
+    return -1;
+}
+
 }  // namespace example

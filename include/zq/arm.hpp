@@ -35,20 +35,7 @@ public:
     int code() const noexcept { return code_; }
 
     // The meaning of a command's return code.
-    static const char* text(int code) {
-        switch (code) {
-            case 0: return "success";
-            case 1: return "the controller refused, or the move did not succeed";
-            case -1: return "unknown handle, arm disconnected, or send failed";
-            case -2: return "no reply within the time-out";
-            case -3: return "the reply could not be parsed";
-            case -4: return "refused by the library (bad argument or unsupported)";
-            case -5: return "the single-thread wait for the move ran out of rounds";
-            case -6: return "the move ended without a final report";
-            case -7: return "not available on controller version 3";
-            default: return code > 0 ? "the reply could not be parsed" : "unknown return code";
-        }
-    }
+    static const char* text(int code) { return zq_strerror(code); }
 
 private:
     int code_;
@@ -289,7 +276,11 @@ public:
     // The last report of this arm; Error -2 when none arrived yet.
     State latest_state() const {
         State s{};
-        detail::check(zq_get_realtime_arm_state(h_, &s.report, &s.age_ms), "zq_get_realtime_arm_state");
+        const int rc = zq_get_realtime_arm_state(h_, &s.report, &s.age_ms);
+        if (rc == -2)
+            throw Error(rc, "zq_get_realtime_arm_state",
+                        "no realtime report of this arm yet (set_realtime_push, thread mode 2)");
+        detail::check(rc, "zq_get_realtime_arm_state");
         return s;
     }
 
@@ -698,9 +689,24 @@ private:
 // Kinematics on the process-wide arm model, without a controller.
 namespace algo {
 inline void init_sys_data(zq_robot_arm_model_e model, zq_force_type_e force) { zq_algo_init_sys_data(model, force); }
+// True once an arm model is loaded (init_sys_data, or a connected arm): before that the chain
+// has no links and every result would be zero.
+inline bool model_loaded() {
+    const zq_dh_t dh = zq_algo_get_dh();
+    for (int i = 0; i < 8; ++i) {
+        if (dh.d[i] != 0.0f || dh.a[i] != 0.0f || dh.alpha[i] != 0.0f || dh.offset[i] != 0.0f) return true;
+    }
+    return false;
+}
+// Throws zq::Error -4 from `call` while no model is loaded.
+inline void require_model(const char* call) {
+    if (!model_loaded())
+        throw Error(-4, call, "no arm model loaded: call init_sys_data or connect an arm first");
+}
 inline Pose forward_kinematics(const std::vector<float>& q) {
     std::array<float, 7> a{};
     if (q.size() > 7) throw Error(-4, "zq_algo_forward_kinematics");
+    require_model("zq_algo_forward_kinematics");
     for (std::size_t i = 0; i < q.size(); ++i) a[i] = q[i];
     return zq_algo_forward_kinematics(nullptr, a.data());
 }
@@ -712,6 +718,7 @@ inline Pose matrix2pos(const zq_matrix_t& m) { return zq_algo_matrix2pos(m); }
 inline bool self_collision(const std::vector<float>& q) {
     std::array<float, 7> a{};
     if (q.size() > 7) throw Error(-4, "zq_algo_safety_robot_self_collision_detection");
+    require_model("zq_algo_safety_robot_self_collision_detection");
     for (std::size_t i = 0; i < q.size(); ++i) a[i] = q[i];
     return zq_algo_safety_robot_self_collision_detection(a.data()) != 0;
 }

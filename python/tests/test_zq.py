@@ -82,7 +82,7 @@ def test_realtime_callback_and_latest_state(sim, arm):
     try:
         with pytest.raises(zq.Error) as e:
             arm.latest_state()
-        assert e.value.code == -2
+        assert e.value.code == -2 and "no realtime report" in str(e.value)
         arm.set_realtime_push(free_udp_port(), cycle=1)
         assert seen.wait(2.0)
         deadline = time.monotonic() + 2.0
@@ -93,9 +93,42 @@ def test_realtime_callback_and_latest_state(sim, arm):
         report, age = arm.latest_state()
         assert report.err_code == 0 and report.arm_ip == "127.0.0.1"
         assert 0 <= age < 1000
-        np.testing.assert_allclose(report.joint_position[:6], [7, 8, 9, 10, 11, 12], atol=1e-3)
+        np.testing.assert_allclose(report.joint_position, [7, 8, 9, 10, 11, 12], atol=1e-3)  # six joints, six entries
+        assert report.arm_port == sim.port
+        np.testing.assert_array_equal(report.joint_speed, np.zeros(6))  # at rest
+        assert "127.0.0.1:%d" % sim.port in repr(report)
     finally:
         zq.on_realtime(None)
+
+
+def test_reprs_unknown_models_log_level_and_error_texts(sim, arm, capfd):
+    assert repr(sim) == "<zq.Simulator ZQ41-B-1.0, 6 joints, port %d>" % sim.port
+    assert repr(arm) == "<zq.Arm 127.0.0.1:%d, 6 joints>" % sim.port
+    with pytest.raises(ValueError, match="ZQ41"):
+        zq.Simulator("ZQ99-typo")
+    # The library's own lines on standard error follow the log level.
+    capfd.readouterr()
+    for level, heard in ((zq.LOG_NONE, False), (zq.LOG_ERROR, True)):
+        zq.set_log_level(level)
+        with pytest.raises(zq.Error):
+            arm.set_realtime_push(free_udp_port(), cycle=0)
+        assert ("invaild cycle" in capfd.readouterr().err) == heard
+    # Controller error codes have texts of their own.
+    texts = {zq.strerror(c) for c in (0x6101, 0x6102, 0x6201)}
+    assert len(texts) == 3 and all(t.startswith("controller error") for t in texts)
+    assert zq.strerror(-3) not in texts
+    arm.close()
+    assert repr(arm) == "<zq.Arm 127.0.0.1:%d, closed>" % sim.port
+
+
+def test_kinematics_before_any_model_raise():
+    # A process of its own: in this one an arm model is loaded already.
+    import subprocess
+    import sys
+    code = ("import zq\n"
+            "try:\n    zq.algo.forward_kinematics([0.0] * 6)\nexcept zq.Error as e:\n    print(e.code, e)\n")
+    out = subprocess.run([sys.executable, "-c", code], capture_output=True, text=True, timeout=60).stdout
+    assert out.startswith("-4 ") and "no arm model" in out
 
 
 def test_kinematics_round_trip_on_arrays(arm):

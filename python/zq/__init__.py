@@ -17,11 +17,14 @@ import shutil as _shutil
 import subprocess as _subprocess
 
 from . import _zq
-from ._zq import (Arm, Error, Pose, Report, Simulator, algo, init, on_realtime, qp, set_timeout, strerror,
-                  version, _shutdown)
+from ._zq import (Arm, Error, Pose, Report, Simulator, algo, init, on_realtime, qp, set_log_level, set_timeout,
+                  strerror, version, _shutdown)
 
-__all__ = ["Arm", "Error", "Pose", "Report", "Simulator", "algo", "init", "on_realtime", "qp", "set_timeout",
-           "strerror", "version", "view", "view_stop"]
+# Levels of set_log_level: the library's lines of this severity and above reach standard error.
+LOG_DEBUG, LOG_INFO, LOG_WARNING, LOG_ERROR, LOG_NONE = 0, 1, 2, 3, 4
+
+__all__ = ["Arm", "Error", "Pose", "Report", "Simulator", "algo", "init", "on_realtime", "qp", "set_log_level",
+           "set_timeout", "strerror", "version", "view", "view_stop", "LOG_DEBUG", "LOG_INFO", "LOG_WARNING", "LOG_ERROR", "LOG_NONE"]
 
 
 def _record_repr(self):

@@ -58,6 +58,16 @@ def view(arm: "Arm", port: int = 8000, bind: str = "127.0.0.1") -> str:
     """
 def view_stop() -> None:
     """Ends every view that view() started."""
+def set_log_level(level: int) -> None:
+    """Lets the library's log lines of `level` and above reach standard error: zq.LOG_DEBUG, LOG_INFO,
+    LOG_WARNING, LOG_ERROR (the default), or LOG_NONE for silence.
+    """
+
+LOG_DEBUG: int
+LOG_INFO: int
+LOG_WARNING: int
+LOG_ERROR: int
+LOG_NONE: int
 
 class Pose:
     def __init__(self, x: float = 0, y: float = 0, z: float = 0, rx: float = 0, ry: float = 0, rz: float = 0) -> None: ...

@@ -219,6 +219,25 @@ zq_robot_handle* find_handle_by_address(const char* ip, int port) {
     return nullptr;
 }
 
+int report_arm_port(const char* ip, int udp_port, int entry_slot) {
+    if (!ip) return 0;
+    std::shared_lock<pf::RwLock> lock(g_pool_lock);
+    auto pushes_here = [&](const SessionRef& s) {
+        return s && s->socket && s->handle.udp_port == udp_port &&
+               std::strncmp(s->socket->ip, ip, sizeof s->socket->ip) == 0;
+    };
+    // The slot with the listening entry's number, when that arm does push here from this address;
+    // otherwise the first arm at this address that pushes to this port.
+    const int slot_port = port_table(entry_slot);
+    for (auto& s : g_slots) {
+        if (pushes_here(s) && s->socket->port == slot_port) return slot_port;
+    }
+    for (auto& s : g_slots) {
+        if (pushes_here(s)) return s->socket->port;
+    }
+    return 0;
+}
+
 int generation_gate(const zq_robot_handle* handle, int version, int refusal) {
     std::shared_lock<pf::RwLock> lock(g_pool_lock);
     if (!find_session(handle)) return -1;

@@ -20,11 +20,23 @@ constexpr ResultText kTexts[] = {
     {-7, "not available on controller version 3"},
 };
 
+// Codes of the arm's error list (zq_get_current_arm_state, realtime reports) that the
+// library knows; any other code above 1 is still a controller's error code.
+constexpr ResultText kControllerTexts[] = {
+    {0x6101, "controller error: a set point beyond a joint's speed limit"},
+    {0x6102, "controller error: a set point beyond a joint's acceleration limit"},
+    {0x6201, "controller error: the target pose is out of the arm's reach"},
+};
+
 }  // namespace
 
 extern "C" const char* zq_strerror(int code) {
     for (const ResultText& t : kTexts) {
         if (t.code == code) return t.text;
     }
+    for (const ResultText& t : kControllerTexts) {
+        if (t.code == code) return t.text;
+    }
+    if (code > 1) return "controller error code: see the controller's error list";
     return "unknown return code";
 }

@@ -98,6 +98,10 @@ int read_joint_count(const zq_robot_handle* handle);
 int set_joint_count(zq_robot_handle* handle, int dof);
 // The handle of the session whose socket has this address and port, or null.
 zq_robot_handle* find_handle_by_address(const char* ip, int port);
+// The TCP port of the arm that a report from `ip` on the UDP port `udp_port` comes from:
+// the arm of the listening entry's slot number when it pushes there, else the first arm
+// at that address that does; 0 when no session's controller pushes there from `ip`.
+int report_arm_port(const char* ip, int udp_port, int entry_slot);
 
 // Runs `f(handle)` under the exclusive pool lock if the handle is known.
 // Returns 0, or -1 for an unknown handle.

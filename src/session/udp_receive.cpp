@@ -42,7 +42,7 @@ void udp_receive_loop() {
             long got = platform::recv_datagram(fds[i], buf, kDatagramMax, ip, sizeof ip, &from_port);
             if (got <= 0) continue;
             buf[got] = '\0';
-            realtime_dispatch(buf, static_cast<int>(got), ip, port_table(entry[i]), ports[i]);
+            realtime_dispatch(buf, static_cast<int>(got), ip, report_arm_port(ip, ports[i], entry[i]), ports[i]);
         }
     }
     release_ports();
