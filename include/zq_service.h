@@ -336,7 +336,40 @@ public:
      * @param[out] sphere receives it; a null pointer or an index outside 0 to 4 does nothing.
      */
     static void zq_algo_get_tool_envelope(int index, zq_tool_sphere_t* sphere);
+    /**
+     * @brief Clearance of one configuration: how far the arm (and its tool) is
+     * from touching itself.
+     *
+     * The smallest distance less the radii over the capsule pairs of the arm's
+     * family, in metres, at most 1.0; zero or negative in contact. The capsules
+     * are measured in the order of the check, which ends at the first pair in
+     * contact, so a negative value is the clearance met up to that pair.
+     * zq_algo_safety_robot_self_collision_detection() reports contact exactly
+     * when this value is below 1e-5. An arm without a collision model gets 1.0.
+     *
+     * @param q_deg      joint angles in degrees, the arm's joint count of them
+     * @param clearance  receives the clearance in metres
+     * @return 0 with the clearance written; 1 when a joint is outside its limits
+     *         (nothing computed, `clearance` untouched); -4 for a null pointer or
+     *         a joint that is not finite.
+     */
     static int zq_algo_self_collision_clearance(const float* q_deg, float* clearance);
+    /**
+     * @brief The first configuration of a path that is in self-contact or
+     * outside the joint limits.
+     *
+     * `count` configurations are stored one after another, each with the arm's
+     * joint count of angles in degrees. Each one gets the answer of
+     * zq_algo_safety_robot_self_collision_detection(); several configurations
+     * are checked at once, so a long path costs far less than one call each.
+     *
+     * @param q_deg  count x joint count angles, degrees
+     * @param count  number of configurations, 0 or more
+     * @param first  receives the index of the first configuration in contact or
+     *               outside the limits, -1 when every one is free
+     * @return 0 with `first` written; -4 for a null pointer, a negative count or
+     *         an angle that is not finite (nothing checked).
+     */
     static int zq_algo_self_collision_path(const float* q_deg, int count, int* first);
     // zq_commands.h
     /**
@@ -2654,9 +2687,11 @@ public:
     static void zq_set_log_sink(zq_log_sink_t sink, int level, void* user);
     /**
      * @brief The text of a command's return code.
-     * @param code a return code of a controller command or move (1, 0, -1 ... -7).
+     * @param code a return code of a controller command or move (1, 0, -1 ... -7), or a code of
+     *             the arm's error list (above 1, e.g. 0x6101).
      * @return a static, NUL-terminated English text, e.g. "no reply within the time-out" for
-     *         -2; "unknown return code" for any other value. Never NULL. Thread-safe.
+     *         -2; a controller error's text for a code above 1; "unknown return code" for any
+     *         other value. Never NULL. Thread-safe.
      *
      * The solvers (zq_algo_*) use some of the same numbers with their own meanings; see their
      * documentation.

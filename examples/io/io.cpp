@@ -35,7 +35,8 @@ int main(int argc, char** argv) {
         std::printf("%s: %d (%s)\n", call, rc, zq_strerror(rc));
         if (rc != 0) ++failures;
     };
-    check("zq_set_IO_mode (digital output)", zq_set_IO_mode(arm, io, zq_io_config_t{1, 0, 0}));
+    const zq_io_config_t output_mode{1, 0, 0};
+    check("zq_set_IO_mode (digital output)", zq_set_IO_mode(arm, io, &output_mode));
     zq_io_get_t state{};
     check("zq_get_IO_state", zq_get_IO_state(arm, io, &state));
     std::printf("IO %d: mode %d, state %d\n", io, state.io_mode, state.io_state);
