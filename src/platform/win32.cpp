@@ -21,6 +21,8 @@
 #include <psapi.h>
 // clang-format on
 
+#include <malloc.h>
+
 #include <climits>
 #include <csignal>
 #include <cstdio>
@@ -120,6 +122,13 @@ int set_recv_timeout_ms(socket_t s, int ms) { return set_ms_option(s, SO_RCVTIME
 int set_reuse_address(socket_t s) {
     BOOL one = TRUE;
     return setsockopt(sys(s), SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&one), sizeof one) == 0 ? 0 : -1;
+}
+
+int set_exclusive_address(socket_t s) {
+    BOOL one = TRUE;
+    return setsockopt(sys(s), SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&one), sizeof one) == 0
+               ? 0
+               : -1;
 }
 
 int set_no_delay(socket_t s) {
@@ -446,6 +455,26 @@ uint64_t peak_memory_bytes() {
     counters.cb = sizeof counters;
     if (!GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters)) return 0;
     return static_cast<uint64_t>(counters.PeakWorkingSetSize);
+}
+
+// Walks the C runtime's heap: slow, for measurements only.
+uint64_t heap_in_use_bytes() {
+    _HEAPINFO info{};
+    uint64_t used = 0;
+    int rc;
+    while ((rc = _heapwalk(&info)) == _HEAPOK) {
+        if (info._useflag == _USEDENTRY) used += info._size;
+    }
+    return rc == _HEAPEND ? used : 0;
+}
+
+double process_cpu_seconds() {
+    FILETIME created, ended, kernel, user;
+    if (!GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user)) return 0.0;
+    auto seconds = [](const FILETIME& t) {  // 100 ns units
+        return static_cast<double>((static_cast<uint64_t>(t.dwHighDateTime) << 32) | t.dwLowDateTime) / 1e7;
+    };
+    return seconds(kernel) + seconds(user);
 }
 
 namespace {
