@@ -329,11 +329,20 @@ void Waker::drain() {
 namespace {
 
 // An fd_set of any size: Winsock reads the count and then that many sockets,
-// so the array behind the header may be longer than FD_SETSIZE.
+// so the array behind the header may be longer than FD_SETSIZE. Small sets,
+// the library's own, live on the stack.
 class SocketSet {
 public:
-    explicit SocketSet(size_t capacity) : words_(capacity + 1, 0) {}
-    fd_set* get() { return reinterpret_cast<fd_set*>(words_.data()); }
+    explicit SocketSet(size_t capacity) : words_(small_) {
+        if (capacity + 1 > kSmall) {
+            big_.resize(capacity + 1);
+            words_ = big_.data();
+        }
+        words_[0] = 0;
+    }
+    SocketSet(const SocketSet&) = delete;
+    SocketSet& operator=(const SocketSet&) = delete;
+    fd_set* get() { return reinterpret_cast<fd_set*>(words_); }
     void add(SOCKET s) {
         fd_set* set = get();
         set->fd_array[set->fd_count++] = s;
@@ -342,7 +351,10 @@ public:
     bool has(SOCKET s) { return FD_ISSET(s, get()) != 0; }
 
 private:
-    std::vector<SOCKET> words_;  // the first word holds the count
+    static constexpr size_t kSmall = 24;
+    SOCKET small_[kSmall];
+    std::vector<SOCKET> big_;
+    SOCKET* words_;  // the first word holds the count
 };
 static_assert(offsetof(fd_set, fd_array) == sizeof(SOCKET), "fd_set is a count and an array of sockets");
 
@@ -391,10 +403,16 @@ int wait_sockets(PollItem* items, int count, int timeout_ms, Waker* waker) {
 }
 
 int wait_readable(const socket_t* fds, int count, bool* ready, int timeout_ms, Waker* waker) {
-    std::vector<PollItem> items(static_cast<size_t>(count > 0 ? count : 0));
-    for (int i = 0; i < count; ++i) items[static_cast<size_t>(i)] = PollItem{fds[i], false, false, false};
-    int rc = wait_sockets(items.data(), count, timeout_ms, waker);
-    for (int i = 0; i < count; ++i) ready[i] = rc > 0 && items[static_cast<size_t>(i)].readable;
+    PollItem small[16];
+    std::vector<PollItem> big;
+    PollItem* items = small;
+    if (count > 16) {
+        big.resize(static_cast<size_t>(count));
+        items = big.data();
+    }
+    for (int i = 0; i < count; ++i) items[i] = PollItem{fds[i], false, false, false};
+    int rc = wait_sockets(items, count, timeout_ms, waker);
+    for (int i = 0; i < count; ++i) ready[i] = rc > 0 && items[i].readable;
     return rc;
 }
 
