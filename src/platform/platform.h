@@ -154,6 +154,9 @@ uint64_t peak_memory_bytes();
 uint64_t heap_in_use_bytes();
 // Processor time of the process, user and system, in seconds.
 double process_cpu_seconds();
+// Open file and socket descriptors of the process, -1 where the system
+// cannot tell them from its other handles.
+int open_descriptor_count();
 // Interrupt and terminate requests of a standalone program: block_stop_signals()
 // before any thread starts, then wait_stop_signal() returns the signal number.
 void block_stop_signals();
