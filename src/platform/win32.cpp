@@ -344,17 +344,19 @@ public:
     SocketSet& operator=(const SocketSet&) = delete;
     fd_set* get() { return reinterpret_cast<fd_set*>(words_); }
     void add(SOCKET s) {
-        fd_set* set = get();
-        set->fd_array[set->fd_count++] = s;
+        words_[1 + count_++] = s;
+        const u_int count = static_cast<u_int>(count_);
+        std::memcpy(words_, &count, sizeof count);  // the header's count
     }
-    bool empty() { return get()->fd_count == 0; }
-    bool has(SOCKET s) { return FD_ISSET(s, get()) != 0; }
+    bool empty() const { return count_ == 0; }
+    bool has(SOCKET s) { return FD_ISSET(s, get()) != 0; }  // after select: among the ready ones
 
 private:
     static constexpr size_t kSmall = 24;
     SOCKET small_[kSmall];
     std::vector<SOCKET> big_;
     SOCKET* words_;  // the first word holds the count
+    size_t count_ = 0;
 };
 static_assert(offsetof(fd_set, fd_array) == sizeof(SOCKET), "fd_set is a count and an array of sockets");
 
