@@ -65,6 +65,9 @@ int set_reuse_address(socket_t s);
 // Keeps others, even with address reuse, from binding this socket's port (where binding
 // does not already do so). Before bind.
 int set_exclusive_address(socket_t s);
+// For a listening socket, before bind: it may take its port again at once after a
+// restart, and no other socket may share the port while it holds it.
+int set_listener_address(socket_t s);
 int set_no_delay(socket_t s);
 int set_non_blocking(socket_t s);
 int connect_ipv4(socket_t s, uint32_t addr_be, int port);  // blocking; 0 on success

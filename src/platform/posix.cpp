@@ -58,6 +58,7 @@ int set_reuse_address(socket_t s) {
 }
 
 int set_exclusive_address(socket_t) { return 0; }  // a socket without address reuse holds its port
+int set_listener_address(socket_t s) { return set_reuse_address(s); }
 
 int set_no_delay(socket_t s) {
     int one = 1;

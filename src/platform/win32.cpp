@@ -131,6 +131,10 @@ int set_exclusive_address(socket_t s) {
                : -1;
 }
 
+// Address reuse here would let a second listener take the port; a port whose
+// old connections wait out their close can be bound again without it.
+int set_listener_address(socket_t s) { return set_exclusive_address(s); }
+
 int set_no_delay(socket_t s) {
     BOOL one = TRUE;
     return setsockopt(sys(s), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&one), sizeof one) == 0 ? 0 : -1;
