@@ -1,6 +1,5 @@
 // zq_sim: the simulated controller as a program. `zq_sim --help` describes it.
 #include <getopt.h>
-#include <signal.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -9,6 +8,7 @@
 #include <string>
 
 #include "arm_models.h"
+#include "platform/platform.h"
 #include "simulator.h"
 #ifdef ZQ_SIM_VIEW
 #include "sim_view.h"
@@ -133,12 +133,8 @@ int main(int argc, char** argv) {
         cfg.normalise();
     }
 
-    // Block the stop signals before any thread starts, so that only sigwait() sees them.
-    sigset_t stop_signals;
-    sigemptyset(&stop_signals);
-    sigaddset(&stop_signals, SIGINT);
-    sigaddset(&stop_signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
+    // Block the stop signals before any thread starts, so that only the wait below sees them.
+    zq::platform::block_stop_signals();
 
     zqsim::Simulator sim(cfg);
     sim.set_recording(false);
@@ -165,8 +161,7 @@ int main(int argc, char** argv) {
     if (view_port >= 0) std::fprintf(stderr, "zq_sim: built without the viewer; --view ignored\n");
 #endif
 
-    int sig = 0;
-    sigwait(&stop_signals, &sig);
+    const int sig = zq::platform::wait_stop_signal();
 #ifdef ZQ_SIM_VIEW
     view.reset();
 #endif

@@ -2,10 +2,6 @@
 // simulator reaching the callback over UDP.
 #include <gtest/gtest.h>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -14,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "loopback.h"
 #include "session/realtime.h"
 #include "session/session.h"
 #include "sim_kinematics.h"
@@ -428,11 +425,7 @@ TEST_F(RealtimeReports, AStoppedArmClearsThePendingCounters) {
 TEST_F(RealtimeReports, OversizedAndBrokenDatagramsReachTheCallbackAsMinusThree) {
     const int port = report_port();
     ASSERT_EQ(zq_set_realtime_push(arm_, config(200, port, "127.0.0.1", true)), 0);
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(static_cast<uint16_t>(port));
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    looptest::UdpSocket sender;
     const std::string big = full_report(",\"pad\":\"" + std::string(3000, 'x') + "\"");
     const std::string empty_err = R"({"joint_status":{},"waypoint":{"position":[0,0,0],"quat":[0,0,0,0],"euler":[0,0,0]},"err":[]})";
     for (const std::string* d : {&big, &empty_err}) {
@@ -440,11 +433,10 @@ TEST_F(RealtimeReports, OversizedAndBrokenDatagramsReachTheCallbackAsMinusThree)
             std::lock_guard<std::mutex> lock(g_mu);
             g_reports.clear();
         }
-        ::sendto(fd, d->data(), d->size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to);
+        sender.send_to(port, *d);
         Report r;
         EXPECT_TRUE(wait_report([](const Report& x) { return x.errCode == -3; }, &r, 1000));
     }
-    ::close(fd);
 }
 
 // Several arms, each pushing to a UDP port of its own: every report names the TCP port of the arm
