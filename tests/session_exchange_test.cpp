@@ -345,8 +345,8 @@ TEST(SessionCodePage, AsciiPassesBothWaysAndNullIsRefused) {
     char* b = gbk_to_utf8(a);
     ASSERT_NE(b, nullptr);
     EXPECT_STREQ(b, "point_1");
-    free(a);
-    free(b);
+    zq::platform::free_text(a);
+    zq::platform::free_text(b);
     EXPECT_EQ(utf8_to_gbk(nullptr), nullptr);
     EXPECT_EQ(gbk_to_utf8(""), nullptr);
 }

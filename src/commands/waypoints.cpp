@@ -16,19 +16,19 @@
 namespace zq {
 namespace {
 
-using Text = std::unique_ptr<char, void (*)(void*)>;
+using Text = std::unique_ptr<char, void (*)(char*)>;
 
 // The name in UTF-8, cut to the record's field; null for a null or empty
 // name or a failed conversion.
 Text wire_name(const char* name) {
     char local[sizeof(zq_waypoint_t::point_name)];
     copy_text(local, sizeof local, name);
-    return Text(local[0] ? gbk_to_utf8(local) : nullptr, std::free);
+    return Text(local[0] ? gbk_to_utf8(local) : nullptr, platform::free_text);
 }
 
 // A received name in the local code page, the raw text when that fails.
 void local_name(const char* wire, char* field, std::size_t size) {
-    Text converted(utf8_to_gbk(wire), std::free);
+    Text converted(utf8_to_gbk(wire), platform::free_text);
     copy_text(field, size, converted ? converted.get() : wire);
 }
 

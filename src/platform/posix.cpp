@@ -1,6 +1,8 @@
 // POSIX implementation of the platform layer.
 #include "platform/platform.h"
 
+#if !defined(_WIN32)
+
 #include <arpa/inet.h>
 #include <errno.h>
 #include <fcntl.h>
@@ -9,6 +11,8 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <time.h>
 #include <unistd.h>
@@ -17,11 +21,15 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 namespace zq::platform {
 
 int net_startup() { return 0; }
 void net_cleanup() {}
+void net_shutdown() {}
+NetUser::NetUser() = default;
+NetUser::~NetUser() = default;
 
 socket_t tcp_socket() { return ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0); }
 socket_t udp_socket() { return ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0); }
@@ -82,6 +90,47 @@ int bind_any(socket_t s, int port) {
     return ::bind(s, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
 }
 
+int bind_ipv4(socket_t s, uint32_t addr_be, int port) {
+    if (port < 0 || port > 65535) {
+        errno = EINVAL;
+        return -1;
+    }
+    sockaddr_in sa{};
+    sa.sin_family = AF_INET;
+    sa.sin_addr.s_addr = addr_be;
+    sa.sin_port = htons(static_cast<uint16_t>(port));
+    return ::bind(s, reinterpret_cast<sockaddr*>(&sa), sizeof sa);
+}
+
+uint32_t loopback_address() { return htonl(INADDR_LOOPBACK); }
+
+int listen_socket(socket_t s, int backlog) { return ::listen(s, backlog); }
+
+socket_t accept_connection(socket_t listener) {
+    int fd;
+    do {
+        fd = ::accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+    } while (fd < 0 && errno == EINTR);
+    if (fd < 0) return kInvalidSocket;
+    set_no_delay(fd);
+    return fd;
+}
+
+int local_port(socket_t s) {
+    sockaddr_in sa{};
+    socklen_t len = sizeof sa;
+    if (::getsockname(s, reinterpret_cast<sockaddr*>(&sa), &len) != 0) return -1;
+    return ntohs(sa.sin_port);
+}
+
+long send_datagram(socket_t s, uint32_t addr_be, int port, const void* data, size_t len) {
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_addr.s_addr = addr_be;
+    to.sin_port = htons(static_cast<uint16_t>(port));
+    return ::sendto(s, data, len, MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+}
+
 long send_bytes(socket_t s, const void* data, size_t len) { return ::send(s, data, len, MSG_NOSIGNAL); }
 
 long recv_bytes(socket_t s, void* buf, size_t cap) { return ::recv(s, buf, cap, 0); }
@@ -111,6 +160,7 @@ void shutdown_socket(socket_t s) {
 
 int last_error() { return errno; }
 bool is_would_block(int error) { return error == EAGAIN || error == EWOULDBLOCK; }
+bool is_interrupted(int error) { return error == EINTR; }
 
 void print_system_error(const char* text) {
     int e = errno;
@@ -128,6 +178,9 @@ Waker::~Waker() {
     if (fds_[1] >= 0) ::close(fds_[1]);
     fds_[0] = fds_[1] = -1;
 }
+
+socket_t Waker::fd() { return fds_[0]; }
+bool Waker::ok() { return fds_[0] >= 0; }
 
 void Waker::wake() {
     if (fds_[1] < 0) return;
@@ -180,6 +233,30 @@ int wait_readable(const socket_t* fds, int count, bool* ready, int timeout_ms, W
     return readable;
 }
 
+int wait_sockets(PollItem* items, int count, int timeout_ms, Waker* waker) {
+    std::vector<pollfd> pfd;
+    pfd.reserve(static_cast<size_t>(count) + 1);
+    for (int i = 0; i < count; ++i) {
+        items[i].readable = items[i].writable = false;
+        short events = POLLIN;
+        if (items[i].want_write) events |= POLLOUT;
+        pfd.push_back(pollfd{socket_valid(items[i].s) ? items[i].s : -1, events, 0});
+    }
+    const bool with_waker = waker && waker->ok();
+    if (with_waker) pfd.push_back(pollfd{waker->fd(), POLLIN, 0});
+    int rc = ::poll(pfd.data(), static_cast<nfds_t>(pfd.size()), timeout_ms);
+    if (rc < 0) return errno == EINTR ? 0 : -1;
+    if (with_waker && pfd.back().revents) waker->drain();
+    int ready = 0;
+    for (int i = 0; i < count; ++i) {
+        const short re = pfd[static_cast<size_t>(i)].revents;
+        items[i].readable = (re & (POLLIN | POLLERR | POLLHUP)) != 0;
+        items[i].writable = (re & POLLOUT) != 0;
+        if (items[i].readable || items[i].writable) ++ready;
+    }
+    return ready;
+}
+
 int wait_readable_one(socket_t s, int timeout_ms) {
     pollfd p{};
     p.fd = s;
@@ -221,6 +298,37 @@ LocalTime local_time() {
     return LocalTime{t.tm_year + 1900, t.tm_mon + 1, t.tm_mday, t.tm_hour, t.tm_min, t.tm_sec};
 }
 
+// ---- process ------------------------------------------------------------
+
+long process_id() { return static_cast<long>(::getpid()); }
+
+uint64_t peak_memory_bytes() {
+    rusage ru{};
+    if (getrusage(RUSAGE_SELF, &ru) != 0) return 0;
+    return static_cast<uint64_t>(ru.ru_maxrss) * 1024u;  // kilobytes on this system
+}
+
+static sigset_t stop_signal_set() {
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, SIGINT);
+    sigaddset(&set, SIGTERM);
+    return set;
+}
+
+void block_stop_signals() {
+    sigset_t set = stop_signal_set();
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+}
+
+int wait_stop_signal() {
+    sigset_t set = stop_signal_set();
+    int sig = 0;
+    while (sigwait(&set, &sig) != 0) {
+    }
+    return sig;
+}
+
 // ---- code pages ---------------------------------------------------------
 
 // Runs one iconv conversion of a whole buffer; returns the output length or -1.
@@ -234,7 +342,7 @@ static long convert_all(iconv_t cd, const char* in, size_t in_len, char* out, si
     return static_cast<long>(out_cap - room);
 }
 
-static const char* narrow_code_page() {
+const char* narrow_code_page_name() {
     const char* cs = nl_langinfo(CODESET);
     return (cs && *cs) ? cs : "ASCII";
 }
@@ -267,7 +375,7 @@ char* utf8_to_narrow(const char* text, ConvertStage* stage, int* error) {
         *stage = ConvertStage::kToWide;
         return nullptr;
     }
-    iconv_t to_narrow = iconv_open(narrow_code_page(), "WCHAR_T");
+    iconv_t to_narrow = iconv_open(narrow_code_page_name(), "WCHAR_T");
     if (to_narrow == reinterpret_cast<iconv_t>(-1)) {
         *error = errno;
         std::free(wide);
@@ -299,7 +407,7 @@ char* utf8_to_narrow(const char* text, ConvertStage* stage, int* error) {
 char* narrow_to_utf8(const char* text) {
     if (!text || !*text) return nullptr;
     size_t len = std::strlen(text);
-    iconv_t cd = iconv_open("UTF-8", narrow_code_page());
+    iconv_t cd = iconv_open("UTF-8", narrow_code_page_name());
     if (cd == reinterpret_cast<iconv_t>(-1)) return nullptr;
     size_t cap = len * 4 + 8;
     char* out = static_cast<char*>(std::calloc(1, cap + 1));
@@ -320,3 +428,5 @@ char* narrow_to_utf8(const char* text) {
 void free_text(char* text) { std::free(text); }
 
 }  // namespace zq::platform
+
+#endif  // !_WIN32

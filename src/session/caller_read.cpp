@@ -71,7 +71,7 @@ int wait_reading_stream(zq_robot_session& s, const char* key, char* out, int cap
     // A callback runs on the receive thread while it routes this very
     // stream: a command it calls waits in the FIFO, as the receive thread
     // itself cannot serve it.
-    bool may_read = !on_library_thread() && s.socket && s.socket->fd > 0;
+    bool may_read = !on_library_thread() && s.socket && pf::socket_set(s.socket->fd);
     std::unique_lock<pf::Mutex> lock(fifo.lock);
     for (;;) {
         int n = fifo.take(key, out, capacity);

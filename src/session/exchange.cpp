@@ -101,7 +101,7 @@ int assemble_lines(zq_robot_session& s, const char* key, const char* bytes, int 
 // `key` comes (its length), the deadline passes (-1) or the stream ends
 // (kReaderClosed).
 int read_socket_for(zq_robot_session& s, const char* key, char* out, int capacity, Clock::time_point deadline) {
-    if (!s.socket || s.socket->fd <= 0) return kReaderClosed;
+    if (!s.socket || !pf::socket_set(s.socket->fd)) return kReaderClosed;
     std::vector<char> chunk;
     chunk.swap(s.unread);
     int n = assemble_lines(s, key, chunk.data(), static_cast<int>(chunk.size()), out, capacity);

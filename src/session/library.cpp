@@ -171,7 +171,7 @@ void mark_deleted(zq_robot_session& session) {
     if (session.socket) {
         session.socket->abandoned.store(true);
         // A single-thread reader blocked on the socket wakes with end of stream.
-        if (session.socket->fd > 0) pf::shutdown_socket(session.socket->fd);
+        if (pf::socket_set(session.socket->fd)) pf::shutdown_socket(session.socket->fd);
     }
     if (session.fifo_handle) {
         std::lock_guard<pf::Mutex> lock(session.fifo_handle->lock);
@@ -243,6 +243,7 @@ int zq_init(zq_thread_mode_e mode) {
     if (g_initialised.load()) return 0;
     std::lock_guard<pf::Mutex> threads(g_threads_lock);
     if (g_initialised.load()) return 0;
+    pf::net_startup();  // each open checks it again, and reports a failure
     {
         std::unique_lock<pf::RwLock> lock(g_pool_lock);
         g_mode.store(mode);
@@ -291,6 +292,7 @@ int zq_destroy(void) {
     abandon_sends(nullptr);
     stop_threads();
     clear_pool();
+    pf::net_shutdown();
     return 0;
 }
 
@@ -323,7 +325,7 @@ zq_robot_handle* zq_create_robot_arm(const char* ip, int port) {
         if (session->socket) session->socket->zq_socket_open(session->socket);
         handle = &session->handle;
         set_slot(slot, session);
-        if (!session->socket || session->socket->fd <= 0) {
+        if (!session->socket || !pf::socket_set(session->socket->fd)) {
             log_error("[zq_create_robot_arm] socket connect err!\n");
             atomic_set(handle->id, -1);
             return handle;

@@ -13,7 +13,12 @@ namespace {
 
 void stderr_sink(const char* fmt, va_list args) { std::vfprintf(stderr, fmt, args); }
 
-std::atomic<zq_log_callback_t> g_sink{stderr_sink};
+// The sink in a record of its own: some systems' va_list carries attributes
+// that a template argument would drop.
+struct LogCallback {
+    zq_log_callback_t fn;
+};
+std::atomic<LogCallback> g_sink{LogCallback{stderr_sink}};
 std::atomic<int> g_level{3};
 platform::Mutex g_file_lock;
 // The sink of zq_set_log_sink: while set, it takes every line instead of g_sink.
@@ -67,7 +72,7 @@ void emit(int level, const char* fmt, va_list args) {
             return;
         }
     }
-    zq_log_callback_t sink = g_sink.load(std::memory_order_acquire);
+    zq_log_callback_t sink = g_sink.load(std::memory_order_acquire).fn;
     if (sink) sink(fmt, args);
 }
 
@@ -94,7 +99,7 @@ extern "C" {
 
 void zq_set_log_call_back(zq_log_callback_t sink, int level) {
     zq::clear_level_sink();
-    zq::g_sink.store(sink ? sink : zq::stderr_sink, std::memory_order_release);
+    zq::g_sink.store(zq::LogCallback{sink ? sink : zq::stderr_sink}, std::memory_order_release);
     zq::g_level.store(level, std::memory_order_relaxed);
 }
 
@@ -116,7 +121,7 @@ void zq_set_log_save(const char* path) {
         zq::g_file = f;
     }
     zq::clear_level_sink();
-    zq::g_sink.store(zq::file_sink, std::memory_order_release);
+    zq::g_sink.store(zq::LogCallback{zq::file_sink}, std::memory_order_release);
     zq::g_level.store(0, std::memory_order_relaxed);
 }
 

@@ -188,7 +188,7 @@ void serve(zq_robot_session& s, bool readable, char* chunk) {
 
 void socket_receive_loop(platform::Waker* waker) {
     SessionRef sessions[kMaxSessions];
-    int fds[kMaxSessions];
+    platform::socket_t fds[kMaxSessions];
     bool ready[kMaxSessions];
     char chunk[kChunk];
     while (!stopping()) {
@@ -198,13 +198,15 @@ void socket_receive_loop(platform::Waker* waker) {
         for (int i = 0; i < n; ++i) {
             zq_robot_session& s = *sessions[i];
             if (s.left_for_receiver.load(std::memory_order_acquire)) serve(s, false, chunk);
-            fds[i] = s.socket->fd > 0 && !s.peer_closed.load(std::memory_order_acquire) ? s.socket->fd : -1;
-            if (fds[i] >= 0 && (s.caller_reading.load(std::memory_order_acquire) ||
+            fds[i] = platform::socket_set(s.socket->fd) && !s.peer_closed.load(std::memory_order_acquire)
+                         ? s.socket->fd
+                         : platform::kInvalidSocket;
+            if (platform::socket_valid(fds[i]) && (s.caller_reading.load(std::memory_order_acquire) ||
                                 now_us - s.caller_done_us.load(std::memory_order_relaxed) < static_cast<uint64_t>(kRecheckMs) * 1000)) {
                 // A waiting caller reads this socket, or did so just now and
                 // likely will again; look again shortly, so that what comes
                 // while no caller reads waits about a millisecond or two.
-                fds[i] = -1;
+                fds[i] = platform::kInvalidSocket;
                 timeout_ms = kRecheckMs;
             }
         }

@@ -18,16 +18,17 @@ constexpr int kSendTimeoutMs = 3;
 int socket_open(zq_socket_t* self) {
     if (pf::net_startup() != 0) return -1;
     pf::socket_t fd = pf::tcp_socket();
-    if (fd < 1 || fd > 100000) {
-        if (fd >= 0) pf::close_socket(fd);
-        self->fd = -1;
+    const long long number = pf::socket_number(fd);
+    if (number < 1 || number > 100000) {
+        pf::close_socket(fd);
+        self->fd = pf::kInvalidSocket;
         return -1;
     }
     // The send time-out is set once connected: on this system it would bound
     // the connect as well, and a controller slow to accept would be refused.
     uint32_t addr = 0;
     if (!pf::parse_ipv4(self->ip, &addr) || pf::connect_ipv4(fd, addr, self->port) != 0) {
-        self->fd = -1;
+        self->fd = pf::kInvalidSocket;
         pf::close_socket(fd);
         return -3;
     }
@@ -47,7 +48,7 @@ int socket_open(zq_socket_t* self) {
         return -4;
     }
     self->fd = fd;
-    return fd;
+    return static_cast<int>(number);
 }
 
 int socket_send(zq_socket_t* self, const char* data, int len) {
@@ -92,8 +93,8 @@ int socket_recv(zq_socket_t* self, char* buf, int cap) {
 }
 
 int socket_close(zq_socket_t* self) {
-    if (self->fd >= 0) pf::close_socket(self->fd);
-    self->fd = -1;
+    pf::close_socket(self->fd);
+    self->fd = pf::kInvalidSocket;
     return 0;
 }
 
@@ -103,7 +104,7 @@ zq_socket_t* socket_make(const char* ip, int port) {
     if (!ip || port < 1 || std::strlen(ip) >= 21) return nullptr;
     zq_socket_t* s = new (std::nothrow) zq_socket_t();
     if (!s) return nullptr;
-    s->fd = -1;
+    s->fd = pf::kInvalidSocket;
     std::snprintf(s->ip, sizeof s->ip, "%s", ip);
     s->port = port;
     s->zq_socket_open = socket_open;

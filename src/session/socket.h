@@ -4,11 +4,13 @@
 #include <atomic>
 #include <cstdint>
 
+#include "platform/platform.h"
+
 extern "C" {
 
 typedef struct zq_socket_t zq_socket_t;
 struct zq_socket_t {
-    int32_t fd;   // descriptor, -1 until connected
+    zq::platform::socket_t fd;  // descriptor, invalid until connected
     char ip[20];  // controller address as text, zero-filled
     int32_t port;
     int (*zq_socket_open)(zq_socket_t* self);

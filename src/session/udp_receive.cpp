@@ -28,7 +28,8 @@ void release_ports() {
 
 void udp_receive_loop() {
     udp_listener_set_polled(true);
-    int fds[5], ports[5], entry[5];
+    platform::socket_t fds[5];
+    int ports[5], entry[5];
     bool ready[5];
     char buf[kDatagramMax + 1];
     while (!stopping() && udp_listener()) {

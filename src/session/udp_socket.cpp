@@ -18,17 +18,17 @@ zq_udp_socket_t* g_listener = nullptr;
 // Guards the entries against the UDP thread's snapshot, and the descriptors
 // whose close waits until the UDP thread no longer polls them.
 pf::Mutex g_lock;
-std::vector<int> g_retired;
+std::vector<pf::socket_t> g_retired;
 bool g_deferred_close = false;
 // Lives as long as the process: threads may still wake it during exit.
 pf::Waker& g_waker = *new pf::Waker();
 
-int udp_open(int port) {
+pf::socket_t udp_open(int port) {
     if (pf::net_startup() != 0) std::printf("WSAStartup ERROR\n");
     pf::socket_t fd = pf::udp_socket();
-    if (fd < 0) {
+    if (!pf::socket_valid(fd)) {
         pf::print_system_error("socket creation failed");
-        return -2;
+        return pf::kInvalidSocket;
     }
     const char* failure = nullptr;
     if (pf::set_recv_timeout_ms(fd, kRecvTimeoutMs) != 0) {
@@ -41,15 +41,15 @@ int udp_open(int port) {
     if (failure) {
         pf::print_system_error(failure);
         pf::close_socket(fd);
-        return -2;
+        return pf::kInvalidSocket;
     }
     return fd;
 }
 
 // Closes a descriptor of the listener, or hands it to the UDP thread when
 // that thread may be polling it. Caller holds g_lock.
-void udp_close(int fd) {
-    if (fd > 0) {
+void udp_close(pf::socket_t fd) {
+    if (pf::socket_set(fd)) {
         if (g_deferred_close) {
             g_retired.push_back(fd);
         } else {
@@ -69,8 +69,8 @@ int udp_add_port(zq_udp_socket_t* self, int port) {
     }
     for (auto& e : self->entries) {
         if (e.count != 0) continue;
-        int fd = udp_open(port);
-        if (fd > 0) {
+        pf::socket_t fd = udp_open(port);
+        if (pf::socket_set(fd)) {
             e.fd = fd;
             e.port = port;
             e.count = 1;
@@ -88,7 +88,7 @@ int udp_remove_port(zq_udp_socket_t* self, int port) {
     for (auto& e : self->entries) {
         if (e.port == port) --e.count;
         if (e.count < 1) {
-            if (e.fd > 0) g_waker.wake();
+            if (pf::socket_set(e.fd)) g_waker.wake();
             udp_close(e.fd);
             e = udp_port_entry{};
         }
@@ -123,18 +123,18 @@ void udp_listener_set_polled(bool polled) {
 }
 
 void udp_listener_close_retired_locked() {
-    for (int fd : g_retired) pf::close_socket(fd);
+    for (pf::socket_t fd : g_retired) pf::close_socket(fd);
     g_retired.clear();
 }
 
-int udp_listener_snapshot(int* fds, int* ports, int* entry_index) {
+int udp_listener_snapshot(pf::socket_t* fds, int* ports, int* entry_index) {
     std::lock_guard<pf::Mutex> lock(g_lock);
     udp_listener_close_retired_locked();
     int n = 0;
     if (!g_listener) return 0;
     for (int i = 0; i < 5; ++i) {
         const auto& e = g_listener->entries[i];
-        if (e.count > 0 && e.fd > 0) {
+        if (e.count > 0 && pf::socket_set(e.fd)) {
             fds[n] = e.fd;
             ports[n] = e.port;
             entry_index[n] = i;

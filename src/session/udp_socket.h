@@ -8,7 +8,7 @@
 extern "C" {
 
 typedef struct {
-    int32_t fd;
+    zq::platform::socket_t fd;  // 0 in a free entry
     int32_t port;
     int32_t count;  // references; 0 means a free entry
 } udp_port_entry;
@@ -31,7 +31,7 @@ zq_udp_socket_t* udp_listener();
 // Copies the descriptors of the used entries (at most 5) under the listener's
 // own lock, with their entry numbers, and closes descriptors removed since the last snapshot; returns
 // the count. Only the UDP thread calls it, between two polls.
-int udp_listener_snapshot(int* fds, int* ports, int* entry_index);
+int udp_listener_snapshot(platform::socket_t* fds, int* ports, int* entry_index);
 // While the UDP thread polls, removed descriptors are closed by its next
 // snapshot rather than at once, so that it never polls a reused descriptor.
 void udp_listener_set_polled(bool polled);
