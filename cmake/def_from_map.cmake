@@ -8,6 +8,7 @@
 # own archive.
 #   cmake -DMAP=api_cpp.map -DARCHIVE=libapi_cpp_internal.a -DCJSON_ARCHIVE=libcjson.a
 #         -DNM=nm -DCXXFILT=c++filt -DDLL=api_cpp.dll -DOUT=api_cpp.def -P def_from_map.cmake
+cmake_policy(VERSION 3.16)
 foreach(var MAP ARCHIVE CJSON_ARCHIVE NM CXXFILT DLL OUT)
   if(NOT DEFINED ${var})
     message(FATAL_ERROR "def_from_map: ${var} is not set")
