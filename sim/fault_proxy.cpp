@@ -1,12 +1,6 @@
 #include "fault_proxy.h"
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
+#include "platform/platform.h"
 
 #include <atomic>
 #include <chrono>
@@ -20,38 +14,36 @@
 namespace zqsim {
 namespace {
 
-int listen_loopback() {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) return -1;
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0 || ::listen(fd, 16) != 0) {
-        ::close(fd);
-        return -1;
+namespace pf = zq::platform;
+
+pf::socket_t listen_loopback() {
+    const pf::socket_t fd = pf::tcp_socket();
+    if (!pf::socket_valid(fd)) return pf::kInvalidSocket;
+    if (pf::bind_ipv4(fd, pf::loopback_address(), 0) != 0 || pf::listen_socket(fd, 16) != 0) {
+        pf::close_socket(fd);
+        return pf::kInvalidSocket;
     }
     return fd;
 }
 
-int connect_loopback(int port) {
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) return -1;
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_port = htons(static_cast<uint16_t>(port));
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    if (::connect(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) != 0) {
-        ::close(fd);
-        return -1;
+pf::socket_t connect_loopback(int port) {
+    const pf::socket_t fd = pf::tcp_socket();
+    if (!pf::socket_valid(fd)) return pf::kInvalidSocket;
+    if (pf::connect_ipv4(fd, pf::loopback_address(), port) != 0) {
+        pf::close_socket(fd);
+        return pf::kInvalidSocket;
     }
-    int one = 1;
-    ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+    pf::set_no_delay(fd);
     return fd;
 }
 
-void write_all(int fd, const char* p, size_t n) {
+void write_all(pf::socket_t fd, const char* p, size_t n) {
     while (n > 0) {
-        const ssize_t w = ::send(fd, p, n, MSG_NOSIGNAL);
+        const long w = pf::send_bytes(fd, p, n);
+        if (w < 0 && pf::is_would_block(pf::last_error())) {  // accepted sockets do not block
+            pf::sleep_ms(1);
+            continue;
+        }
         if (w <= 0) return;  // the other side went away: the pair closes on its next read
         p += w;
         n -= static_cast<size_t>(w);
@@ -63,7 +55,7 @@ void pause_ms(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms
 // One proxied connection: the client's socket and the controller's, and the
 // bytes of each direction not yet cut into messages.
 struct Pair {
-    int client = -1, server = -1;
+    pf::socket_t client = pf::kInvalidSocket, server = pf::kInvalidSocket;
     std::mt19937_64 rng;
     std::string pending[2];  // 0: towards the controller, 1: towards the client
 };
@@ -73,8 +65,9 @@ struct Pair {
 struct FaultProxy::Impl {
     int target;
     FaultPlan plan;
-    int listener = -1;
-    int wake[2] = {-1, -1};
+    pf::NetUser net;
+    pf::socket_t listener = pf::kInvalidSocket;
+    pf::Waker waker;
     std::thread thread;
     std::atomic<bool> stop{false};
     mutable std::mutex counts_lock;
@@ -90,7 +83,7 @@ struct FaultProxy::Impl {
     }
 
     // Forwards one message (CR LF included) through the plan.
-    void forward_message(Pair& p, int to, std::string msg) {
+    void forward_message(Pair& p, pf::socket_t to, std::string msg) {
         if (chance(p, plan.drop)) {
             count(&FaultCounts::dropped);
             return;
@@ -121,9 +114,10 @@ struct FaultProxy::Impl {
 
     // Reads from `from` and forwards every whole message to `to`; false when
     // the pair is done.
-    bool forward(Pair& p, int from, int to, std::string& pending) {
+    bool forward(Pair& p, pf::socket_t from, pf::socket_t to, std::string& pending) {
         char buf[4096];
-        const ssize_t n = ::recv(from, buf, sizeof buf, 0);
+        const long n = pf::recv_bytes(from, buf, sizeof buf);
+        if (n < 0 && pf::is_would_block(pf::last_error())) return true;
         if (n <= 0) return false;
         if (chance(p, plan.reset)) {
             count(&FaultCounts::resets);
@@ -145,34 +139,37 @@ struct FaultProxy::Impl {
     void run() {
         std::vector<Pair> pairs;
         while (!stop.load()) {
-            std::vector<pollfd> fds = {{wake[0], POLLIN, 0}, {listener, POLLIN, 0}};
+            std::vector<pf::PollItem> fds = {{listener, false, false, false}};
             for (const Pair& p : pairs) {
-                fds.push_back({p.client, POLLIN, 0});
-                fds.push_back({p.server, POLLIN, 0});
+                fds.push_back({p.client, false, false, false});
+                fds.push_back({p.server, false, false, false});
             }
-            if (::poll(fds.data(), fds.size(), -1) < 0) continue;
-            if (fds[0].revents) break;
+            if (pf::wait_sockets(fds.data(), static_cast<int>(fds.size()), -1, &waker) < 0) {
+                pf::sleep_ms(1);
+                continue;
+            }
+            if (stop.load()) break;
             std::vector<Pair> alive;
             for (size_t i = 0; i < pairs.size(); ++i) {
                 Pair& p = pairs[i];
-                const pollfd& c = fds[2 + 2 * i];
-                const pollfd& s = fds[3 + 2 * i];
+                const pf::PollItem& c = fds[1 + 2 * i];
+                const pf::PollItem& s = fds[2 + 2 * i];
                 bool ok = true;
-                if (c.revents) ok = forward(p, p.client, p.server, p.pending[0]);
-                if (ok && s.revents) ok = forward(p, p.server, p.client, p.pending[1]);
+                if (c.readable) ok = forward(p, p.client, p.server, p.pending[0]);
+                if (ok && s.readable) ok = forward(p, p.server, p.client, p.pending[1]);
                 if (ok) {
                     alive.push_back(std::move(p));
                 } else {
-                    ::close(p.client);
-                    ::close(p.server);
+                    pf::close_socket(p.client);
+                    pf::close_socket(p.server);
                 }
             }
             pairs.swap(alive);
-            if (fds[1].revents & POLLIN) {
-                const int client = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
-                const int server = client >= 0 ? connect_loopback(target) : -1;
-                if (server < 0) {
-                    if (client >= 0) ::close(client);
+            if (fds[0].readable) {
+                const pf::socket_t client = pf::accept_connection(listener);
+                const pf::socket_t server = pf::socket_valid(client) ? connect_loopback(target) : pf::kInvalidSocket;
+                if (!pf::socket_valid(server)) {
+                    pf::close_socket(client);
                 } else {
                     Pair p;
                     p.client = client;
@@ -183,8 +180,8 @@ struct FaultProxy::Impl {
             }
         }
         for (Pair& p : pairs) {
-            ::close(p.client);
-            ::close(p.server);
+            pf::close_socket(p.client);
+            pf::close_socket(p.server);
         }
     }
 };
@@ -198,28 +195,22 @@ FaultProxy::~FaultProxy() { stop(); }
 
 int FaultProxy::start() {
     if (impl_->thread.joinable()) return -1;
-    impl_->listener = listen_loopback();
-    if (impl_->listener < 0 || ::pipe2(impl_->wake, O_CLOEXEC) != 0) return -1;
-    sockaddr_in a{};
-    socklen_t len = sizeof a;
-    ::getsockname(impl_->listener, reinterpret_cast<sockaddr*>(&a), &len);
+    if (!impl_->net.ok() || !impl_->waker.ok()) return -1;
+    if (!pf::socket_valid(impl_->listener)) impl_->listener = listen_loopback();
+    const int port = pf::socket_valid(impl_->listener) ? pf::local_port(impl_->listener) : -1;
+    if (port < 0) return -1;
     impl_->stop = false;
     impl_->thread = std::thread([this] { impl_->run(); });
-    return ntohs(a.sin_port);
+    return port;
 }
 
 void FaultProxy::stop() {
     if (!impl_->thread.joinable()) return;
     impl_->stop = true;
-    const char c = 1;
-    if (::write(impl_->wake[1], &c, 1) < 0) {
-        // the pipe is ours and empty: a failed write leaves only the stop flag
-    }
+    impl_->waker.wake();
     impl_->thread.join();
-    ::close(impl_->listener);
-    ::close(impl_->wake[0]);
-    ::close(impl_->wake[1]);
-    impl_->listener = impl_->wake[0] = impl_->wake[1] = -1;
+    pf::close_socket(impl_->listener);
+    impl_->listener = pf::kInvalidSocket;
 }
 
 FaultCounts FaultProxy::counts() const {

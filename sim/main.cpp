@@ -1,6 +1,5 @@
 // zq_sim: the simulated controller as a program. `zq_sim --help` describes it.
 #include <getopt.h>
-#include <signal.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -8,6 +7,7 @@
 #include <string>
 
 #include "arm_models.h"
+#include "platform/platform.h"
 #include "simulator.h"
 
 #ifndef ZQ_SIM_VERSION
@@ -121,12 +121,8 @@ int main(int argc, char** argv) {
         cfg.normalise();
     }
 
-    // Block the stop signals before any thread starts, so that only sigwait() sees them.
-    sigset_t stop_signals;
-    sigemptyset(&stop_signals);
-    sigaddset(&stop_signals, SIGINT);
-    sigaddset(&stop_signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
+    // Block the stop signals before any thread starts, so that only the wait below sees them.
+    zq::platform::block_stop_signals();
 
     zqsim::Simulator sim(cfg);
     sim.set_recording(false);
@@ -139,8 +135,7 @@ int main(int argc, char** argv) {
                 cfg.product_version.c_str(), cfg.controller_version.c_str(), cfg.dof, bound);
     std::fflush(stdout);
 
-    int sig = 0;
-    sigwait(&stop_signals, &sig);
+    const int sig = zq::platform::wait_stop_signal();
     sim.stop();
     std::printf("zq_sim: stopped by signal %d\n", sig);
     return 0;

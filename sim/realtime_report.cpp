@@ -1,17 +1,13 @@
 #include "sim_kinematics.h"
 #include "realtime_report.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <array>
 #include <cmath>
 #include <cstddef>
 #include <utility>
 #include <vector>
 
+#include "platform/platform.h"
 #include "wire.h"
 
 namespace zqsim {
@@ -192,17 +188,17 @@ void RealtimeSender::kick() {
 }
 
 void RealtimeSender::run() {
-    const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
+    namespace pf = zq::platform;
+    const pf::NetUser net;
+    const pf::socket_t fd = net.ok() ? pf::udp_socket() : pf::kInvalidSocket;
     std::string report, ip;
     for (;;) {
         int port = 0, period_ms = 100;
-        const bool on = fd >= 0 && source_(report, ip, port, period_ms);
+        const bool on = pf::socket_valid(fd) && source_(report, ip, port, period_ms);
         if (on && ip.compare(0, 4, "127.") == 0 && port > 0 && port < 65536) {
-            sockaddr_in to{};
-            to.sin_family = AF_INET;
-            to.sin_port = htons(static_cast<uint16_t>(port));
-            if (::inet_pton(AF_INET, ip.c_str(), &to.sin_addr) == 1) {
-                ::sendto(fd, report.data(), report.size(), 0, reinterpret_cast<const sockaddr*>(&to), sizeof to);
+            uint32_t to = 0;
+            if (pf::parse_ipv4(ip.c_str(), &to)) {
+                pf::send_datagram(fd, to, port, report.data(), report.size());
                 SentHook hook;
                 {
                     std::lock_guard<std::mutex> lock(mu_);
@@ -216,7 +212,7 @@ void RealtimeSender::run() {
         kick_ = false;
         if (stop_) break;
     }
-    if (fd >= 0) ::close(fd);
+    pf::close_socket(fd);
 }
 
 }  // namespace zqsim

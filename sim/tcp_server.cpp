@@ -1,19 +1,12 @@
 #include "tcp_server.h"
 
-#include <arpa/inet.h>
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 
 #include "line_framer.h"
 
 namespace zqsim {
+
+namespace pf = zq::platform;
 
 namespace {
 
@@ -22,15 +15,11 @@ constexpr int kReadsPerRound = 16;             // per connection, so that one bu
 constexpr std::size_t kMaxOutput = 64u << 20;  // a peer that reads nothing is cut off beyond this
 constexpr int kIdlePollMs = 1000;
 
-void set_nonblocking(int fd) {
-    ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL, 0) | O_NONBLOCK);
-}
-
 }  // namespace
 
 struct TcpServer::Connection {
     int id = -1;
-    int fd = -1;
+    pf::socket_t fd = pf::kInvalidSocket;
     LineFramer framer;
     std::string out;
     bool dead = false;
@@ -39,13 +28,14 @@ struct TcpServer::Connection {
     void flush() {
         std::size_t done = 0;
         while (done < out.size()) {
-            const ssize_t n = ::send(fd, out.data() + done, out.size() - done, MSG_NOSIGNAL);
+            const long n = pf::send_bytes(fd, out.data() + done, out.size() - done);
+            const int error = n < 0 ? pf::last_error() : 0;
             if (n > 0) {
                 done += static_cast<std::size_t>(n);
-            } else if (n < 0 && errno == EINTR) {
+            } else if (n < 0 && pf::is_interrupted(error)) {
                 continue;
             } else {
-                if (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK) dead = true;
+                if (n < 0 && !pf::is_would_block(error)) dead = true;
                 break;
             }
         }
@@ -66,29 +56,23 @@ int TcpServer::start(int port) {
         if (!stop_.load()) return -1;  // still running
         stop();                        // asked to end from its own thread earlier: finish that
     }
-    const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd < 0) return -1;
-    const int one = 1;
-    ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
-    sockaddr_in addr{};
-    addr.sin_family = AF_INET;
-    addr.sin_port = htons(static_cast<uint16_t>(port));
-    addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof addr;
-    int fds[2] = {-1, -1};
-    if (::bind(fd, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0 || ::listen(fd, 16) != 0 ||
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&addr), &len) != 0 ||
-        ::pipe2(fds, O_NONBLOCK | O_CLOEXEC) != 0) {
-        ::close(fd);
+    if (!net_.ok()) return -1;
+    const pf::socket_t fd = pf::tcp_socket();
+    if (!pf::socket_valid(fd)) return -1;
+    pf::set_reuse_address(fd);
+    auto waker = std::make_unique<pf::Waker>();
+    const int bound = pf::bind_ipv4(fd, pf::loopback_address(), port) == 0 && pf::listen_socket(fd, 16) == 0
+                          ? pf::local_port(fd)
+                          : -1;
+    if (bound < 0 || !waker->ok() || pf::set_non_blocking(fd) != 0) {
+        pf::close_socket(fd);
         return -1;
     }
-    set_nonblocking(fd);
     {
         std::lock_guard<std::mutex> lock(mu_);
         listen_fd_ = fd;
-        wake_r_ = fds[0];
-        wake_w_ = fds[1];
-        port_ = ntohs(addr.sin_port);
+        waker_ = std::move(waker);
+        port_ = bound;
         accepted_ = 0;
         open_.clear();
         queue_.clear();
@@ -104,10 +88,9 @@ void TcpServer::stop() {
     if (!thread_.joinable() || thread_.get_id() == std::this_thread::get_id()) return;
     thread_.join();
     std::lock_guard<std::mutex> lock(mu_);
-    for (int* fd : {&listen_fd_, &wake_r_, &wake_w_}) {
-        if (*fd >= 0) ::close(*fd);
-        *fd = -1;
-    }
+    pf::close_socket(listen_fd_);
+    listen_fd_ = pf::kInvalidSocket;
+    waker_.reset();
     queue_.clear();
     open_.clear();
     port_ = -1;
@@ -163,7 +146,7 @@ std::vector<int> TcpServer::targets(int connection) const {
 void TcpServer::enqueue(int connection, bool close, std::string bytes, int delay_ms, bool push) {
     {
         std::lock_guard<std::mutex> lock(mu_);
-        if (wake_w_ < 0) return;  // not running
+        if (!waker_) return;  // not running
         const auto due = Clock::now() + std::chrono::milliseconds(std::max(delay_ms, 0));
         for (int id : targets(connection))
             queue_.emplace(std::make_pair(due, seq_++), Item{id, close, bytes, push});
@@ -173,22 +156,19 @@ void TcpServer::enqueue(int connection, bool close, std::string bytes, int delay
 
 void TcpServer::wake() {
     std::lock_guard<std::mutex> lock(mu_);
-    if (wake_w_ >= 0) {
-        const char b = 1;
-        // A full pipe already holds a wake-up.
-        [[maybe_unused]] ssize_t n = ::write(wake_w_, &b, 1);
-    }
+    if (waker_) waker_->wake();
 }
 
 void TcpServer::run() {
-    int listen_fd, wake_r;
+    pf::socket_t listen_fd;
+    pf::Waker* waker;
     {
         std::lock_guard<std::mutex> lock(mu_);
         listen_fd = listen_fd_;
-        wake_r = wake_r_;
+        waker = waker_.get();
     }
     std::map<int, Connection> conns;  // by id; owned by this thread
-    std::vector<pollfd> fds;
+    std::vector<pf::PollItem> fds;
     std::vector<int> ids;
 
     auto publish_open = [&] {
@@ -210,31 +190,20 @@ void TcpServer::run() {
         }
         fds.clear();
         ids.clear();
-        fds.push_back(pollfd{listen_fd, POLLIN, 0});
-        fds.push_back(pollfd{wake_r, POLLIN, 0});
+        fds.push_back(pf::PollItem{listen_fd, false, false, false});
         for (auto& c : conns) {
-            short events = POLLIN;
-            if (!c.second.out.empty()) events |= POLLOUT;
-            fds.push_back(pollfd{c.second.fd, events, 0});
+            fds.push_back(pf::PollItem{c.second.fd, !c.second.out.empty(), false, false});
             ids.push_back(c.first);
         }
-        const int ready = ::poll(fds.data(), fds.size(), timeout);
+        const int ready = pf::wait_sockets(fds.data(), static_cast<int>(fds.size()), timeout, waker);
         if (stop_.load()) break;
-        if (ready < 0 && errno != EINTR) break;
-
-        if (fds[1].revents & POLLIN) {
-            char drain[256];
-            while (::read(wake_r, drain, sizeof drain) > 0) {
-            }
-        }
+        if (ready < 0) break;
 
         bool changed = false;
-        if (fds[0].revents & POLLIN) {
+        if (fds[0].readable) {
             for (int i = 0; i < 64; ++i) {
-                const int fd = ::accept4(listen_fd, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-                if (fd < 0) break;
-                const int one = 1;
-                ::setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
+                const pf::socket_t fd = pf::accept_connection(listen_fd);
+                if (!pf::socket_valid(fd)) break;
                 int id;
                 {
                     std::lock_guard<std::mutex> lock(mu_);
@@ -248,26 +217,27 @@ void TcpServer::run() {
         }
 
         for (std::size_t i = 0; i < ids.size(); ++i) {
-            const short re = fds[i + 2].revents;
-            if (re == 0) continue;
+            const pf::PollItem& re = fds[i + 1];
+            if (!re.readable && !re.writable) continue;
             auto it = conns.find(ids[i]);
             if (it == conns.end()) continue;
             Connection& c = it->second;
-            if (re & POLLOUT) c.flush();
-            if (re & (POLLIN | POLLHUP | POLLERR)) {
+            if (re.writable) c.flush();
+            if (re.readable) {
                 char buf[kReadChunk];
                 for (int r = 0; r < kReadsPerRound && !c.dead; ++r) {
-                    const ssize_t n = ::recv(c.fd, buf, sizeof buf, 0);
+                    const long n = pf::recv_bytes(c.fd, buf, sizeof buf);
+                    const int error = n < 0 ? pf::last_error() : 0;
                     if (n > 0) {
                         if (cb_.on_bytes) cb_.on_bytes(c.id, buf, static_cast<std::size_t>(n));
                         c.framer.feed(buf, static_cast<std::size_t>(n), [&](std::string line) {
                             if (cb_.on_line) cb_.on_line(c.id, line);
                         });
                         if (static_cast<std::size_t>(n) < sizeof buf) break;
-                    } else if (n < 0 && errno == EINTR) {
+                    } else if (n < 0 && pf::is_interrupted(error)) {
                         continue;
                     } else {
-                        if (n == 0 || (errno != EAGAIN && errno != EWOULDBLOCK)) c.dead = true;
+                        if (n == 0 || !pf::is_would_block(error)) c.dead = true;
                         break;
                     }
                 }
@@ -299,7 +269,7 @@ void TcpServer::run() {
 
         for (auto it = conns.begin(); it != conns.end();) {
             if (it->second.dead) {
-                ::close(it->second.fd);
+                pf::close_socket(it->second.fd);
                 it = conns.erase(it);
                 changed = true;
             } else {
@@ -309,7 +279,7 @@ void TcpServer::run() {
         if (changed) publish_open();
     }
 
-    for (auto& c : conns) ::close(c.second.fd);
+    for (auto& c : conns) pf::close_socket(c.second.fd);
     conns.clear();
     publish_open();
 }

@@ -11,11 +11,14 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
+
+#include "platform/platform.h"
 
 namespace zqsim {
 
@@ -80,8 +83,9 @@ class TcpServer {
     std::vector<int> open_;  // ids of open connections, in accept order
     int accepted_ = 0;
     int port_ = -1;
-    int listen_fd_ = -1;
-    int wake_r_ = -1, wake_w_ = -1;
+    zq::platform::NetUser net_;
+    zq::platform::socket_t listen_fd_ = zq::platform::kInvalidSocket;
+    std::unique_ptr<zq::platform::Waker> waker_;  // while running
     std::atomic<bool> stop_{false};
     std::atomic<Clock::rep> last_push_written_{0};
     std::thread thread_;
