@@ -38,6 +38,9 @@ cmake --build build-ci --target docs >/dev/null
 echo "== service class, exported symbols, relocated install and packages"
 bash scripts/check_package.sh build-ci
 
+echo "== Windows: cross build, DLL exports and imports, ZIP package, tests under Wine"
+bash scripts/windows.sh build-windows
+
 echo "== AddressSanitizer and UndefinedBehaviorSanitizer"
 # With clang the stage also checks float-to-integer casts and implicit integer
 # truncations and sign changes. Enumeration ranges are left out: a C caller may
