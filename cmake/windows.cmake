@@ -48,3 +48,16 @@ if(ZQ_INSTALL)
   # cJSON's header: its functions come from api_cpp.dll.
   install(FILES ${CJSON_INCLUDE_DIR}/cjson/cJSON.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/cjson COMPONENT dev)
 endif()
+
+# The wire benchmarks alone (query round trip, streaming rate), for figures
+# under Wine next to Linux (bench/wine_wire.py); the other benchmarks need
+# peers that are not built for Windows.
+option(ZQ_BUILD_WIRE_BENCH "Build bench_session and bench_motion for Windows" OFF)
+if(ZQ_BUILD_WIRE_BENCH AND TARGET zq_sim_core)
+  find_package(benchmark REQUIRED)
+  foreach(name session motion)
+    add_executable(bench_${name} ${PROJECT_SOURCE_DIR}/bench/bench_${name}.cpp)
+    target_include_directories(bench_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
+    target_link_libraries(bench_${name} PRIVATE api_cpp_internal zq_sim_core benchmark::benchmark)
+  endforeach()
+endif()

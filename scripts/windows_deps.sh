@@ -24,31 +24,46 @@ compiler=$(version_of g++-mingw-w64-x86-64-posix)
 key=$(printf '%s\n' "$cjson" "$nlopt" "$suitesparse" "$gtest" "$compiler" | tr -c 'A-Za-z0-9.+\n' '_' |
       tr '\n' '-' | sed 's/-$//')
 prefix=$build/deps/$key
-if [ -f "$prefix/.complete" ]; then
+# Google Benchmark only for the wire figures under Wine (ZQ_WINDOWS_BENCH=1).
+bench=""
+[ "${ZQ_WINDOWS_BENCH:-0}" = 0 ] || bench=$(version_of libbenchmark-dev)
+bench_stamp=$prefix/.complete-$(printf '%s' "$bench" | tr -c 'A-Za-z0-9.+' '_')
+if [ -f "$prefix/.complete" ] && { [ -z "$bench" ] || [ -f "$bench_stamp" ]; }; then
     echo "$prefix"
     exit 0
 fi
-echo "windows deps: building $cjson $nlopt $suitesparse $gtest into $prefix" >&2
-rm -rf "$prefix" "$build/deps/work"
 work=$build/deps/work
-mkdir -p "$work" "$prefix"
+rm -rf "$work"
+mkdir -p "$work"
+packages=("$cjson" "$nlopt" "$suitesparse")
+if [ -f "$prefix/.complete" ]; then
+    packages=()
+else
+    echo "windows deps: building $cjson $nlopt $suitesparse $gtest into $prefix" >&2
+    rm -rf "$prefix"
+fi
+[ -z "$bench" ] || packages+=("$bench")
+mkdir -p "$prefix"
 
 # The source packages need a deb-src entry; add one beside each Debian entry
 # of the system (deb822 .sources files or one-line .list files).
-if ! apt-get source --print-uris "$cjson" >/dev/null 2>&1; then
+if ! apt-get source --print-uris "${packages[0]}" >/dev/null 2>&1; then
     SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO=sudo
     list=/etc/apt/sources.list.d/zq-deb-src
     for f in /etc/apt/sources.list.d/*.sources; do
         [ -f "$f" ] || continue
         awk 'BEGIN{RS=""; ORS="\n\n"} /URIs:[^\n]*debian/ && /Types:[^\n]*deb/ && !/Types:[^\n]*deb-src/ {
                  sub(/Types:[^\n]*/, "Types: deb-src"); print }' "$f"
-    done | $SUDO tee "$list.sources" >/dev/null
+    done >"$work/deb-src.sources"
     cat /etc/apt/sources.list /etc/apt/sources.list.d/*.list 2>/dev/null |
-        sed -n 's/^deb \(.*debian.*\)/deb-src \1/p' | $SUDO tee "$list.list" >/dev/null
+        sed -n 's/^deb \(.*debian.*\)/deb-src \1/p' >"$work/deb-src.list"
+    for kind in sources list; do
+        [ ! -s "$work/deb-src.$kind" ] || $SUDO cp "$work/deb-src.$kind" "$list.$kind"
+    done
     $SUDO apt-get update -qq
 fi
-(cd "$work" && apt-get source -qq "$cjson" "$nlopt" "$suitesparse" >/dev/null 2>&1) ||
-    (cd "$work" && apt-get source "$cjson" "$nlopt" "$suitesparse")
+(cd "$work" && apt-get source -qq "${packages[@]}" >/dev/null 2>&1) ||
+    (cd "$work" && apt-get source "${packages[@]}")
 dir_of() { find "$work" -maxdepth 1 -type d -name "$1-*" | head -n 1; }
 
 configure_build_install() {  # name, source dir, cmake arguments...
@@ -60,6 +75,17 @@ configure_build_install() {  # name, source dir, cmake arguments...
     cmake --build "$work/build-$name" -j"$jobs" >>"$work/$name.log"
     cmake --install "$work/build-$name" >>"$work/$name.log"
 }
+
+if [ -n "$bench" ]; then
+    configure_build_install benchmark "$(dir_of benchmark)" -DBENCHMARK_ENABLE_TESTING=OFF \
+        -DBENCHMARK_ENABLE_GTEST_TESTS=OFF -DBENCHMARK_ENABLE_WERROR=OFF
+    touch "$bench_stamp"
+fi
+if [ -f "$prefix/.complete" ]; then
+    rm -rf "$work"
+    echo "$prefix"
+    exit 0
+fi
 
 # cJSON: a static library; the api_cpp DLL links it and exports its functions.
 configure_build_install cjson "$(dir_of cjson)" -DENABLE_CJSON_TEST=OFF -DENABLE_CJSON_UTILS=OFF \
