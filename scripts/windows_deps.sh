@@ -78,7 +78,8 @@ configure_build_install() {  # name, source dir, cmake arguments...
 
 if [ -n "$bench" ]; then
     configure_build_install benchmark "$(dir_of benchmark)" -DBENCHMARK_ENABLE_TESTING=OFF \
-        -DBENCHMARK_ENABLE_GTEST_TESTS=OFF -DBENCHMARK_ENABLE_WERROR=OFF
+        -DBENCHMARK_ENABLE_GTEST_TESTS=OFF -DBENCHMARK_ENABLE_WERROR=OFF \
+        -DGIT_VERSION="$(printf %s "$bench" | sed "s/.*=\(.*\)-.*/\1/")"
     touch "$bench_stamp"
 fi
 if [ -f "$prefix/.complete" ]; then
