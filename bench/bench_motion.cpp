@@ -6,8 +6,6 @@
 //   second simulator and reads the push, in the same loop.
 // The library starts once per process: ZQ_BENCH_MODE (0, 1, 2; default 2) picks the thread mode.
 #include <benchmark/benchmark.h>
-#include <malloc.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <chrono>
@@ -17,6 +15,7 @@
 #include <vector>
 
 #include "motion_engine.h"
+#include "platform/platform.h"
 #include "sim_client.h"
 #include "simulator.h"
 #include "zq_api.h"
@@ -30,11 +29,7 @@ int bench_mode() {
     return m ? std::atoi(m) : 2;
 }
 
-long max_rss_kb() {
-    rusage u{};
-    getrusage(RUSAGE_SELF, &u);
-    return u.ru_maxrss;
-}
+long max_rss_kb() { return static_cast<long>(zq::platform::peak_memory_bytes() / 1024); }
 
 // One moving simulated arm and its connection.
 struct MovingArm {
@@ -54,7 +49,7 @@ struct MovingArm {
 };
 
 // Bytes of heap in use by the whole process (library and simulator).
-long heap_in_use() { return static_cast<long>(mallinfo2().uordblks); }
+long heap_in_use() { return static_cast<long>(zq::platform::heap_in_use_bytes()); }
 
 double percentile(std::vector<double>& v, double p) {
     if (v.empty()) return 0;

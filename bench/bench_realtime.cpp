@@ -3,9 +3,6 @@
 //   datagram to callback, from the simulator's send to the application's callback on the
 //   library's UDP thread (thread mode 2), median and 99th percentile.
 #include <benchmark/benchmark.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -16,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "loopback.h"
 #include "session/realtime.h"
 #include "realtime_report.h"
 #include "simulator.h"
@@ -71,17 +69,7 @@ void on_report(zq_realtime_arm_joint_state_t r) {
     g_cv.notify_all();
 }
 
-int free_udp_port() {
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    socklen_t len = sizeof a;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(fd);
-    return ntohs(a.sin_port);
-}
+int free_udp_port() { return looptest::unused_udp_port(); }
 
 double percentile(std::vector<double> v, double p) {
     if (v.empty()) return 0.0;

@@ -6,7 +6,6 @@
 // The library starts once per process: ZQ_BENCH_MODE (0, 1, 2; default 2)
 // picks the thread mode.
 #include <benchmark/benchmark.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
@@ -17,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/platform.h"
 #include "sim_client.h"
 #include "simulator.h"
 #include "zq_api.h"
@@ -161,12 +161,7 @@ void BM_FiveSessionsFourThreadsEach(benchmark::State& state) {
 }
 BENCHMARK(BM_FiveSessionsFourThreadsEach)->Iterations(1)->UseRealTime();
 
-double cpu_seconds() {
-    rusage ru{};
-    getrusage(RUSAGE_SELF, &ru);
-    return static_cast<double>(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
-           static_cast<double>(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
-}
+double cpu_seconds() { return zq::platform::process_cpu_seconds(); }
 
 // Process CPU (library threads and the five idle simulators, which send no
 // realtime reports) over two idle seconds.

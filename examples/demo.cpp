@@ -10,13 +10,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
 #include <string>
 #include <thread>
 
 #include "simulator.h"
+#include "zq_sim.h"
 #include "zq_api.h"
 
 namespace {
@@ -87,18 +85,6 @@ void print_joints(const char* label, zq_robot_handle* arm, int dof) {
     std::printf("\n");
 }
 
-// A UDP port that nothing listens on at the moment, for this arm's reports.
-int free_udp_port() {
-    const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    const bool ok = fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
-                    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) == 0;
-    if (fd >= 0) ::close(fd);
-    return ok ? ntohs(a.sin_port) : -1;
-}
 
 }  // namespace
 
@@ -150,7 +136,7 @@ int main(int argc, char** argv) {
     zq_realtime_push_config_t push{};
     push.cycle = 20;  // 20 x 5 ms
     push.enable = 1;
-    push.port = free_udp_port();
+    push.port = zqsim::SimulatedController::free_udp_port();  // for this arm's reports
     push.force_coordinate = -1;
     std::snprintf(push.ip, sizeof push.ip, "127.0.0.1");
     push.joint_speed = push.lift_state = push.expand_state = push.hand_state = push.aloha_state = push.plus_base =

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "arm_models.h"
+#include "platform/platform.h"
 #include "simulator.h"
 
 namespace zqsim {
@@ -27,6 +28,15 @@ SimulatedController::~SimulatedController() { sim_->stop(); }
 int SimulatedController::start(int port) { return sim_->start(port); }
 void SimulatedController::stop() { sim_->stop(); }
 int SimulatedController::port() const { return sim_->port(); }
+
+int SimulatedController::free_udp_port() {
+    namespace pf = zq::platform;
+    const pf::NetUser net;
+    const pf::socket_t s = net.ok() ? pf::udp_socket() : pf::kInvalidSocket;
+    const int port = pf::socket_valid(s) && pf::bind_ipv4(s, pf::loopback_address(), 0) == 0 ? pf::local_port(s) : -1;
+    pf::close_socket(s);
+    return port;
+}
 
 std::vector<double> SimulatedController::joints() const { return sim_->config().joint_angles; }
 void SimulatedController::set_joints(const std::vector<double>& degrees) {

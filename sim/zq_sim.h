@@ -82,6 +82,9 @@ public:
     static std::vector<std::string> models();
     /** @return true when `model` names a known family. */
     static bool known_model(const std::string& model);
+    /** @return a UDP port on 127.0.0.1 that nothing listens on at the moment (for the
+     *  realtime reports of zq_set_realtime_push), or -1. */
+    static int free_udp_port();
 
     /** The full simulator, for scripting beyond this header (simulator.h, not installed). */
     Simulator& simulator();

@@ -2,9 +2,8 @@
 // the simulated controller.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <cstdio>
+#include <filesystem>
 #include <cstring>
 #include <fstream>
 #include <functional>
@@ -13,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/platform.h"
 #include "test_env.h"
 #include "zq_api.h"
 
@@ -26,14 +26,20 @@ std::string slurp(const std::string& path) {
 class CommandsPrograms : public zqtest::ArmTest {
 protected:
     void SetUp() override {
-        char tmpl[] = "/tmp/zq_programs_XXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir_ = tmpl;
+        static int serial = 0;
+        const std::filesystem::path dir = std::filesystem::temp_directory_path() /
+                                          ("zq_programs_" + std::to_string(zq::platform::process_id()) + "_" +
+                                           std::to_string(serial++));
+        std::error_code ec;
+        std::filesystem::remove_all(dir, ec);
+        ASSERT_TRUE(std::filesystem::create_directories(dir, ec)) << ec.message();
+        dir_ = dir.string();
         ArmTest::SetUp();
     }
     void TearDown() override {
         ArmTest::TearDown();
-        std::system(("rm -rf " + dir_).c_str());
+        std::error_code ec;
+        std::filesystem::remove_all(dir_, ec);
     }
     std::string write_file(const std::string& name, const std::string& bytes) {
         const std::string path = dir_ + "/" + name;

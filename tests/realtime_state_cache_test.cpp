@@ -2,15 +2,12 @@
 // out with their age.
 #include <gtest/gtest.h>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <cstdio>
 #include <functional>
 #include <thread>
 
+#include "loopback.h"
 #include "test_env.h"
 #include "zq_api.h"
 
@@ -21,17 +18,7 @@ using Report = zq_realtime_arm_joint_state_t;
 // A UDP port that nothing listens on at the moment; one for the whole process, since the
 // library listens on at most five.
 int cache_port() {
-    static const int port = [] {
-        int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-        socklen_t len = sizeof a;
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-        ::close(fd);
-        return static_cast<int>(ntohs(a.sin_port));
-    }();
+    static const int port = looptest::unused_udp_port();
     return port;
 }
 

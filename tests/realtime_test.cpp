@@ -2,10 +2,6 @@
 // simulator reaching the callback over UDP.
 #include <gtest/gtest.h>
 
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -14,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "loopback.h"
 #include "session/realtime.h"
 #include "session/session.h"
 #include "sim_kinematics.h"
@@ -234,17 +231,7 @@ bool wait_report(const std::function<bool(const Report&)>& match, Report* out, i
 }
 
 // A UDP port that nothing listens on at the moment.
-int free_udp_port() {
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-    socklen_t len = sizeof a;
-    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-    ::close(fd);
-    return ntohs(a.sin_port);
-}
+int free_udp_port() { return looptest::unused_udp_port(); }
 
 // The library listens on at most five UDP ports for the whole process, so the settings of the
 // request tests leave reports off, and the report tests share one port.
@@ -443,11 +430,7 @@ TEST_F(RealtimeReports, AStoppedArmClearsThePendingCounters) {
 TEST_F(RealtimeReports, OversizedAndBrokenDatagramsReachTheCallbackAsMinusThree) {
     const int port = report_port();
     ASSERT_EQ(zq_set_realtime_push(arm_, config(200, port, "127.0.0.1", true)), 0);
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(static_cast<uint16_t>(port));
-    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    looptest::UdpSocket sender;
     const std::string big = full_report(",\"pad\":\"" + std::string(3000, 'x') + "\"");
     const std::string empty_err = R"({"joint_status":{},"waypoint":{"position":[0,0,0],"quat":[0,0,0,0],"euler":[0,0,0]},"err":[]})";
     for (const std::string* d : {&big, &empty_err}) {
@@ -455,11 +438,10 @@ TEST_F(RealtimeReports, OversizedAndBrokenDatagramsReachTheCallbackAsMinusThree)
             std::lock_guard<std::mutex> lock(g_mu);
             g_reports.clear();
         }
-        ::sendto(fd, d->data(), d->size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to);
+        sender.send_to(port, *d);
         Report r;
         EXPECT_TRUE(wait_report([](const Report& x) { return x.errCode == -3; }, &r, 1000));
     }
-    ::close(fd);
 }
 
 }  // namespace

@@ -2,11 +2,6 @@
 // overflows, writes past the caller's arrays, unchecked input.
 #include <gtest/gtest.h>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
 #include <climits>
@@ -220,30 +215,25 @@ TEST(SessionFifo, AReusedEntryShowsNoOldTextUnderItsNewKey) {
 // the system, not by the send time-out. The listener's queue is full, so the
 // connection waits for the system's retry of its opening.
 TEST(ConnectTimeout, SlowAcceptIsNotCutShort) {
-    const int listener = ::socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    ASSERT_EQ(::bind(listener, reinterpret_cast<sockaddr*>(&a), sizeof a), 0);
-    ASSERT_EQ(::listen(listener, 0), 0);
-    socklen_t len = sizeof a;
-    ::getsockname(listener, reinterpret_cast<sockaddr*>(&a), &len);
-    const int filler = ::socket(AF_INET, SOCK_STREAM, 0);
-    ASSERT_EQ(::connect(filler, reinterpret_cast<sockaddr*>(&a), sizeof a), 0);
+    namespace pf = zq::platform;
+    const pf::NetUser net;
+    const pf::socket_t listener = pf::tcp_socket();
+    ASSERT_EQ(pf::bind_ipv4(listener, pf::loopback_address(), 0), 0);
+    ASSERT_EQ(pf::listen_socket(listener, 0), 0);
+    const int port = pf::local_port(listener);
+    const pf::socket_t filler = pf::tcp_socket();
+    ASSERT_EQ(pf::connect_ipv4(filler, pf::loopback_address(), port), 0);
     std::thread acceptor([&] {
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        for (int i = 0; i < 2; ++i) {
-            const int fd = ::accept(listener, nullptr, nullptr);
-            if (fd >= 0) ::close(fd);
-        }
+        for (int i = 0; i < 2; ++i) pf::close_socket(pf::accept_connection(listener));
     });
-    zq_socket_t* s = zq::socket_make("127.0.0.1", ntohs(a.sin_port));
+    zq_socket_t* s = zq::socket_make("127.0.0.1", port);
     ASSERT_NE(s, nullptr);
     EXPECT_GT(s->zq_socket_open(s), 0);
     acceptor.join();
     zq::socket_free(s);
-    ::close(filler);
-    ::close(listener);
+    pf::close_socket(filler);
+    pf::close_socket(listener);
 }
 
 // ---- destroy ----------------------------------------------------------------------------
@@ -255,7 +245,10 @@ TEST(SessionDestroyDeathTest, DestroyFromACallbackAndTheApplication) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
-            alarm(20);  // a hang ends the child by a signal
+            std::thread([] {  // a hang ends the child with another code
+                std::this_thread::sleep_for(std::chrono::seconds(20));
+                std::_Exit(3);
+            }).detach();
             zq_init(ZQ_RECV_UDP_THREAD_MODE);
             zqsim::Simulator sim(zqsim::ArmConfig::for_model("ZQ41-B-1.0"));
             const int port = sim.start(0);

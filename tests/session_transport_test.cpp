@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <mutex>
 #include <regex>
@@ -10,11 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
+#include "loopback.h"
 #include "session/socket.h"
 #include "session/udp_socket.h"
 #include "test_env.h"
@@ -27,9 +24,9 @@ TEST(SessionSocket, MakerRefusesBadArguments) {
     EXPECT_EQ(zq::socket_make("123456789012345678901", 80), nullptr);
     zq_socket_t* s = zq::socket_make("12345678901234567890", 80);  // 20 characters pass
     ASSERT_NE(s, nullptr);
-    EXPECT_EQ(s->fd, -1);
+    EXPECT_EQ(s->fd, zq::platform::kInvalidSocket);
     EXPECT_EQ(s->zq_socket_open(s), -3);  // no dotted address: the connect fails
-    EXPECT_EQ(s->fd, -1);
+    EXPECT_EQ(s->fd, zq::platform::kInvalidSocket);
     zq::socket_free(s);
 }
 
@@ -61,7 +58,7 @@ TEST(SessionSocket, OperationsCheckTheirArgumentsAndAClosedPeer) {
     for (int i = 0; i < 3; ++i) rc = s->zq_socket_send(s, line.data(), static_cast<int>(line.size()));
     EXPECT_EQ(rc, -2);
     EXPECT_EQ(s->zq_socket_close(s), 0);
-    EXPECT_EQ(s->fd, -1);
+    EXPECT_EQ(s->fd, zq::platform::kInvalidSocket);
     zq::socket_free(s);
 }
 
@@ -70,7 +67,7 @@ TEST(SessionUdp, PortsAreSharedCountedAndLimited) {
     ASSERT_NE(l, nullptr);
     // Ports unlikely to be in use, different for each test process.
     std::vector<int> ports;
-    for (int i = 0; i < 6; ++i) ports.push_back(40000 + (::getpid() % 2000) * 10 + i);
+    for (int i = 0; i < 6; ++i) ports.push_back(40000 + static_cast<int>(zq::platform::process_id() % 2000) * 10 + i);
     const int used_before = [&] {
         int n = 0;
         for (const auto& e : l->entries) n += e.count > 0;
@@ -98,17 +95,11 @@ TEST(SessionUdp, BindFailureLeavesTheEntryFree) {
     EXPECT_EQ(l->zq_udp_add_port(l, 70000), -1);  // no such port
     for (const auto& e : l->entries) EXPECT_NE(e.port, 70000);
     // A port that another socket holds exclusively.
-    int other = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in sa{};
-    sa.sin_family = AF_INET;
-    sa.sin_addr.s_addr = htonl(INADDR_ANY);
-    ASSERT_EQ(::bind(other, reinterpret_cast<sockaddr*>(&sa), sizeof sa), 0);
-    socklen_t len = sizeof sa;
-    ::getsockname(other, reinterpret_cast<sockaddr*>(&sa), &len);
-    const int taken = ntohs(sa.sin_port);
+    looptest::UdpSocket other(true, true);
+    const int taken = other.port();
+    ASSERT_GT(taken, 0);
     EXPECT_EQ(l->zq_udp_add_port(l, taken), -1);
     for (const auto& e : l->entries) EXPECT_NE(e.port, taken);
-    ::close(other);
 }
 
 std::mutex g_log_lock;
@@ -162,10 +153,9 @@ TEST_F(SessionLog, LevelsFilterAndTheSinkSeesEveryPassingLine) {
 }
 
 TEST_F(SessionLog, FileSinkWritesStampedLines) {
-    char path[] = "/tmp/zq_log_XXXXXX";
-    int fd = mkstemp(path);
-    ASSERT_GE(fd, 0);
-    close(fd);
+    const std::string name = (std::filesystem::temp_directory_path() /
+                              ("zq_log_" + std::to_string(zq::platform::process_id()))).string();
+    const char* path = name.c_str();
     zq_set_log_save(path);
     int mode;
     ASSERT_EQ(zq_get_arm_run_mode(arm_, &mode), 0);

@@ -2,49 +2,36 @@
 // with a time-out.
 #pragma once
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <string>
 
+#include "platform/platform.h"
+
 namespace simtest {
+
+namespace pf = zq::platform;
 
 class RawClient {
   public:
     explicit RawClient(int port) {
-        fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-        sockaddr_in addr{};
-        addr.sin_family = AF_INET;
-        addr.sin_port = htons(static_cast<uint16_t>(port));
-        addr.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        if (fd_ >= 0 && ::connect(fd_, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) {
-            ::close(fd_);
-            fd_ = -1;
-        }
-        if (fd_ >= 0) {
-            const int one = 1;
-            ::setsockopt(fd_, IPPROTO_TCP, TCP_NODELAY, &one, sizeof one);
-        }
+        fd_ = pf::tcp_socket();
+        if (pf::socket_valid(fd_) && pf::connect_ipv4(fd_, pf::loopback_address(), port) != 0) close();
+        if (pf::socket_valid(fd_)) pf::set_no_delay(fd_);
     }
     ~RawClient() { close(); }
     RawClient(const RawClient&) = delete;
     RawClient& operator=(const RawClient&) = delete;
 
-    bool ok() const { return fd_ >= 0; }
+    bool ok() const { return pf::socket_valid(fd_); }
     void close() {
-        if (fd_ >= 0) ::close(fd_);
-        fd_ = -1;
+        pf::close_socket(fd_);
+        fd_ = pf::kInvalidSocket;
     }
 
     bool send(const std::string& bytes) {
         std::size_t done = 0;
         while (done < bytes.size()) {
-            const ssize_t n = ::send(fd_, bytes.data() + done, bytes.size() - done, MSG_NOSIGNAL);
+            const long n = pf::send_bytes(fd_, bytes.data() + done, bytes.size() - done);
             if (n <= 0) return false;
             done += static_cast<std::size_t>(n);
         }
@@ -54,10 +41,9 @@ class RawClient {
     // Reads what arrives within `timeout_ms`, waiting for the first byte at most that long and
     // returning as soon as one read has delivered something.
     std::string read_some(int timeout_ms) {
-        pollfd p{fd_, POLLIN, 0};
-        if (::poll(&p, 1, timeout_ms) <= 0) return {};
+        if (pf::wait_readable_one(fd_, timeout_ms) <= 0) return {};
         char buf[65536];
-        const ssize_t n = ::recv(fd_, buf, sizeof buf, 0);
+        const long n = pf::recv_bytes(fd_, buf, sizeof buf);
         if (n <= 0) eof_ = true;
         return n > 0 ? std::string(buf, static_cast<std::size_t>(n)) : std::string();
     }
@@ -93,10 +79,9 @@ class RawClient {
                                   deadline - std::chrono::steady_clock::now())
                                   .count();
             if (left <= 0) return false;
-            pollfd p{fd_, POLLIN, 0};
-            if (::poll(&p, 1, static_cast<int>(left)) <= 0) continue;
+            if (pf::wait_readable_one(fd_, static_cast<int>(left)) <= 0) continue;
             char buf[4096];
-            const ssize_t n = ::recv(fd_, buf, sizeof buf, 0);
+            const long n = pf::recv_bytes(fd_, buf, sizeof buf);
             if (n <= 0)
                 eof_ = true;
             else
@@ -108,7 +93,8 @@ class RawClient {
     std::string& pending() { return pending_; }
 
   private:
-    int fd_ = -1;
+    pf::NetUser net_;  // first: the socket layer stands before the socket is made
+    pf::socket_t fd_ = pf::kInvalidSocket;
     bool eof_ = false;
     std::string pending_;
 };

@@ -1,17 +1,13 @@
 // The simulator's UDP state reports: the configured cycle, address and sections.
 #include <gtest/gtest.h>
 
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <string>
 #include <vector>
 
 #include <cjson/cJSON.h>
 
+#include "loopback.h"
 #include "realtime_report.h"
 #include "simulator.h"
 
@@ -21,31 +17,17 @@ using Clock = std::chrono::steady_clock;
 
 // A bound loopback UDP socket and its port.
 struct Listener {
-    int fd = -1;
-    int port = 0;
-    Listener() {
-        fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-        socklen_t len = sizeof a;
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-        port = ntohs(a.sin_port);
-    }
-    ~Listener() { ::close(fd); }
+    looptest::UdpSocket socket;
+    int port = socket.port();
     // Datagrams that arrive within `ms`.
     std::vector<std::string> collect(int ms) {
         std::vector<std::string> out;
         const auto until = Clock::now() + std::chrono::milliseconds(ms);
         while (Clock::now() < until) {
-            pollfd p{fd, POLLIN, 0};
             const int left = static_cast<int>(
                 std::chrono::duration_cast<std::chrono::milliseconds>(until - Clock::now()).count());
-            if (::poll(&p, 1, left > 0 ? left : 0) <= 0) continue;
-            char buf[4096];
-            const long n = ::recv(fd, buf, sizeof buf, 0);
-            if (n > 0) out.emplace_back(buf, static_cast<std::size_t>(n));
+            std::string d = socket.receive(left > 0 ? left : 0);
+            if (!d.empty()) out.push_back(std::move(d));
         }
         return out;
     }

@@ -2,16 +2,12 @@
 // asked for them, and streamed set points checked against the joints' limits.
 #include <gtest/gtest.h>
 
-#include <netinet/in.h>
-#include <poll.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <functional>
 #include <string>
 #include <thread>
 
+#include "loopback.h"
 #include "sim_client.h"
 #include "simulator.h"
 
@@ -19,24 +15,11 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// A UDP socket on an ephemeral loopback port; counts the datagrams of a time span.
+// A UDP socket on an ephemeral loopback port; tells whether datagrams come within a time span.
 struct UdpListener {
-    int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    int port = 0;
-    UdpListener() {
-        sockaddr_in a{};
-        a.sin_family = AF_INET;
-        a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-        ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a);
-        socklen_t len = sizeof a;
-        ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len);
-        port = ntohs(a.sin_port);
-    }
-    ~UdpListener() { ::close(fd); }
-    bool any_within(int ms) {
-        pollfd p{fd, POLLIN, 0};
-        return ::poll(&p, 1, ms) > 0;
-    }
+    looptest::UdpSocket socket;
+    int port = socket.port();
+    bool any_within(int ms) { return socket.readable_within(ms); }
 };
 
 bool eventually(const std::function<bool()>& cond, int ms = 1000) {

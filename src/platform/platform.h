@@ -62,6 +62,9 @@ bool parse_ipv4(const char* text, uint32_t* addr_be);
 int set_send_timeout_ms(socket_t s, int ms);
 int set_recv_timeout_ms(socket_t s, int ms);
 int set_reuse_address(socket_t s);
+// Keeps others, even with address reuse, from binding this socket's port (where binding
+// does not already do so). Before bind.
+int set_exclusive_address(socket_t s);
 int set_no_delay(socket_t s);
 int set_non_blocking(socket_t s);
 int connect_ipv4(socket_t s, uint32_t addr_be, int port);  // blocking; 0 on success
@@ -147,6 +150,10 @@ LocalTime local_time();
 long process_id();
 // Peak resident memory of the process in bytes, 0 when unknown.
 uint64_t peak_memory_bytes();
+// Bytes handed out by the C heap and not yet freed, 0 when unknown.
+uint64_t heap_in_use_bytes();
+// Processor time of the process, user and system, in seconds.
+double process_cpu_seconds();
 // Interrupt and terminate requests of a standalone program: block_stop_signals()
 // before any thread starts, then wait_stop_signal() returns the signal number.
 void block_stop_signals();

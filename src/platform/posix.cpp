@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <iconv.h>
 #include <langinfo.h>
+#include <malloc.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -54,6 +55,8 @@ int set_reuse_address(socket_t s) {
     int one = 1;
     return setsockopt(s, SOL_SOCKET, SO_REUSEADDR, &one, sizeof one);
 }
+
+int set_exclusive_address(socket_t) { return 0; }  // a socket without address reuse holds its port
 
 int set_no_delay(socket_t s) {
     int one = 1;
@@ -306,6 +309,21 @@ uint64_t peak_memory_bytes() {
     rusage ru{};
     if (getrusage(RUSAGE_SELF, &ru) != 0) return 0;
     return static_cast<uint64_t>(ru.ru_maxrss) * 1024u;  // kilobytes on this system
+}
+
+uint64_t heap_in_use_bytes() {
+#if defined(__GLIBC__) && (__GLIBC__ > 2 || (__GLIBC__ == 2 && __GLIBC_MINOR__ >= 33))
+    return static_cast<uint64_t>(mallinfo2().uordblks);
+#else
+    return 0;
+#endif
+}
+
+double process_cpu_seconds() {
+    rusage ru{};
+    if (getrusage(RUSAGE_SELF, &ru) != 0) return 0.0;
+    return static_cast<double>(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
+           static_cast<double>(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
 }
 
 static sigset_t stop_signal_set() {

@@ -21,6 +21,8 @@
 #include <psapi.h>
 // clang-format on
 
+#include <malloc.h>
+
 #include <climits>
 #include <csignal>
 #include <cstdio>
@@ -120,6 +122,13 @@ int set_recv_timeout_ms(socket_t s, int ms) { return set_ms_option(s, SO_RCVTIME
 int set_reuse_address(socket_t s) {
     BOOL one = TRUE;
     return setsockopt(sys(s), SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&one), sizeof one) == 0 ? 0 : -1;
+}
+
+int set_exclusive_address(socket_t s) {
+    BOOL one = TRUE;
+    return setsockopt(sys(s), SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&one), sizeof one) == 0
+               ? 0
+               : -1;
 }
 
 int set_no_delay(socket_t s) {
@@ -320,11 +329,20 @@ void Waker::drain() {
 namespace {
 
 // An fd_set of any size: Winsock reads the count and then that many sockets,
-// so the array behind the header may be longer than FD_SETSIZE.
+// so the array behind the header may be longer than FD_SETSIZE. Small sets,
+// the library's own, live on the stack.
 class SocketSet {
 public:
-    explicit SocketSet(size_t capacity) : words_(capacity + 1, 0) {}
-    fd_set* get() { return reinterpret_cast<fd_set*>(words_.data()); }
+    explicit SocketSet(size_t capacity) : words_(small_) {
+        if (capacity + 1 > kSmall) {
+            big_.resize(capacity + 1);
+            words_ = big_.data();
+        }
+        words_[0] = 0;
+    }
+    SocketSet(const SocketSet&) = delete;
+    SocketSet& operator=(const SocketSet&) = delete;
+    fd_set* get() { return reinterpret_cast<fd_set*>(words_); }
     void add(SOCKET s) {
         fd_set* set = get();
         set->fd_array[set->fd_count++] = s;
@@ -333,7 +351,10 @@ public:
     bool has(SOCKET s) { return FD_ISSET(s, get()) != 0; }
 
 private:
-    std::vector<SOCKET> words_;  // the first word holds the count
+    static constexpr size_t kSmall = 24;
+    SOCKET small_[kSmall];
+    std::vector<SOCKET> big_;
+    SOCKET* words_;  // the first word holds the count
 };
 static_assert(offsetof(fd_set, fd_array) == sizeof(SOCKET), "fd_set is a count and an array of sockets");
 
@@ -382,10 +403,16 @@ int wait_sockets(PollItem* items, int count, int timeout_ms, Waker* waker) {
 }
 
 int wait_readable(const socket_t* fds, int count, bool* ready, int timeout_ms, Waker* waker) {
-    std::vector<PollItem> items(static_cast<size_t>(count > 0 ? count : 0));
-    for (int i = 0; i < count; ++i) items[static_cast<size_t>(i)] = PollItem{fds[i], false, false, false};
-    int rc = wait_sockets(items.data(), count, timeout_ms, waker);
-    for (int i = 0; i < count; ++i) ready[i] = rc > 0 && items[static_cast<size_t>(i)].readable;
+    PollItem small[16];
+    std::vector<PollItem> big;
+    PollItem* items = small;
+    if (count > 16) {
+        big.resize(static_cast<size_t>(count));
+        items = big.data();
+    }
+    for (int i = 0; i < count; ++i) items[i] = PollItem{fds[i], false, false, false};
+    int rc = wait_sockets(items, count, timeout_ms, waker);
+    for (int i = 0; i < count; ++i) ready[i] = rc > 0 && items[i].readable;
     return rc;
 }
 
@@ -446,6 +473,26 @@ uint64_t peak_memory_bytes() {
     counters.cb = sizeof counters;
     if (!GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters)) return 0;
     return static_cast<uint64_t>(counters.PeakWorkingSetSize);
+}
+
+// Walks the C runtime's heap: slow, for measurements only.
+uint64_t heap_in_use_bytes() {
+    _HEAPINFO info{};
+    uint64_t used = 0;
+    int rc;
+    while ((rc = _heapwalk(&info)) == _HEAPOK) {
+        if (info._useflag == _USEDENTRY) used += info._size;
+    }
+    return rc == _HEAPEND ? used : 0;
+}
+
+double process_cpu_seconds() {
+    FILETIME created, ended, kernel, user;
+    if (!GetProcessTimes(GetCurrentProcess(), &created, &ended, &kernel, &user)) return 0.0;
+    auto seconds = [](const FILETIME& t) {  // 100 ns units
+        return static_cast<double>((static_cast<uint64_t>(t.dwHighDateTime) << 32) | t.dwLowDateTime) / 1e7;
+    };
+    return seconds(kernel) + seconds(user);
 }
 
 namespace {
