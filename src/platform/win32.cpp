@@ -343,11 +343,10 @@ public:
     SocketSet(const SocketSet&) = delete;
     SocketSet& operator=(const SocketSet&) = delete;
     fd_set* get() { return reinterpret_cast<fd_set*>(words_); }
-    void add(SOCKET s) {
-        fd_set* set = get();
-        set->fd_array[set->fd_count++] = s;
-    }
-    bool empty() { return get()->fd_count == 0; }
+    // Through the words, not the header: the compiler sizes an fd_set at
+    // FD_SETSIZE sockets and would see a small set's array overrun.
+    void add(SOCKET s) { words_[1 + words_[0]++] = s; }
+    bool empty() { return words_[0] == 0; }
     bool has(SOCKET s) { return FD_ISSET(s, get()) != 0; }
 
 private:
