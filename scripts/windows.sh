@@ -18,17 +18,8 @@ toolchain=$PWD/cmake/mingw-w64.cmake
 echo "-- packages"
 # The Linux packages whose source versions the Windows build uses, the cross
 # compilers, Wine, and dpkg-dev for apt-get source.
-pkgs=(cmake make g++ pkg-config dpkg-dev libcjson-dev libnlopt-dev libsuitesparse-dev googletest
-      g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64)
-missing=()
-for p in "${pkgs[@]}"; do
-    dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
-done
-if [ ${#missing[@]} -gt 0 ]; then
-    SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO=sudo
-    $SUDO apt-get update -qq
-    DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
-fi
+bash scripts/setup.sh cmake make g++ pkg-config dpkg-dev libcjson-dev libnlopt-dev libsuitesparse-dev googletest \
+    g++-mingw-w64-x86-64-posix gcc-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64 wine wine64
 
 echo "-- dependencies for the target"
 deps=$(bash scripts/windows_deps.sh "$build" | tail -n 1)
