@@ -59,7 +59,7 @@ int TcpServer::start(int port) {
     if (!net_.ok()) return -1;
     const pf::socket_t fd = pf::tcp_socket();
     if (!pf::socket_valid(fd)) return -1;
-    pf::set_reuse_address(fd);
+    pf::set_listener_address(fd);
     auto waker = std::make_unique<pf::Waker>();
     const int bound = pf::bind_ipv4(fd, pf::loopback_address(), port) == 0 && pf::listen_socket(fd, 16) == 0
                           ? pf::local_port(fd)

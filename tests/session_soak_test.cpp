@@ -5,10 +5,9 @@
 // (a few seconds by default; a developer runs it for minutes).
 #include <gtest/gtest.h>
 
-#include <dirent.h>
-
 #include <atomic>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
@@ -17,20 +16,14 @@
 #include <vector>
 
 #include "fault_proxy.h"
+#include "platform/platform.h"
 #include "test_env.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-int open_descriptors() {
-    int n = 0;
-    if (DIR* d = opendir("/proc/self/fd")) {
-        while (readdir(d)) ++n;
-        closedir(d);
-    }
-    return n;
-}
+int open_descriptors() { return zq::platform::open_descriptor_count(); }
 
 struct Link {
     std::unique_ptr<zqsim::Simulator> sim;
@@ -165,6 +158,10 @@ TEST(SessionSoak, FiveArmsThroughFaultyLinks) {
     EXPECT_GT(answered.load(), 20 * seconds);  // the links are poor, not dead
     EXPECT_GT(faults.dropped + faults.corrupted + faults.resets, 0);
     // Sockets of deleted arms close once the receive thread lets go of them.
+    if (open_descriptors() < 0) {
+        std::printf("open descriptors not counted: the system does not tell them from other handles\n");
+        return;
+    }
     int fds_after = open_descriptors();
     for (int i = 0; i < 100 && fds_after > fds_before; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

@@ -65,6 +65,9 @@ int set_reuse_address(socket_t s);
 // Keeps others, even with address reuse, from binding this socket's port (where binding
 // does not already do so). Before bind.
 int set_exclusive_address(socket_t s);
+// For a listening socket, before bind: it may take its port again at once after a
+// restart, and no other socket may share the port while it holds it.
+int set_listener_address(socket_t s);
 int set_no_delay(socket_t s);
 int set_non_blocking(socket_t s);
 int connect_ipv4(socket_t s, uint32_t addr_be, int port);  // blocking; 0 on success
@@ -154,6 +157,9 @@ uint64_t peak_memory_bytes();
 uint64_t heap_in_use_bytes();
 // Processor time of the process, user and system, in seconds.
 double process_cpu_seconds();
+// Open file and socket descriptors of the process, -1 where the system
+// cannot tell them from its other handles.
+int open_descriptor_count();
 // Interrupt and terminate requests of a standalone program: block_stop_signals()
 // before any thread starts, then wait_stop_signal() returns the signal number.
 void block_stop_signals();

@@ -4,6 +4,7 @@
 #if !defined(_WIN32)
 
 #include <arpa/inet.h>
+#include <dirent.h>
 #include <errno.h>
 #include <fcntl.h>
 #include <iconv.h>
@@ -57,6 +58,7 @@ int set_reuse_address(socket_t s) {
 }
 
 int set_exclusive_address(socket_t) { return 0; }  // a socket without address reuse holds its port
+int set_listener_address(socket_t s) { return set_reuse_address(s); }
 
 int set_no_delay(socket_t s) {
     int one = 1;
@@ -324,6 +326,16 @@ double process_cpu_seconds() {
     if (getrusage(RUSAGE_SELF, &ru) != 0) return 0.0;
     return static_cast<double>(ru.ru_utime.tv_sec + ru.ru_stime.tv_sec) +
            static_cast<double>(ru.ru_utime.tv_usec + ru.ru_stime.tv_usec) / 1e6;
+}
+
+// The entries of /proc/self/fd, "." and ".." and the listing's own included.
+int open_descriptor_count() {
+    DIR* d = opendir("/proc/self/fd");
+    if (!d) return -1;
+    int n = 0;
+    while (readdir(d)) ++n;
+    closedir(d);
+    return n;
 }
 
 static sigset_t stop_signal_set() {

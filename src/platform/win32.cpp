@@ -131,6 +131,10 @@ int set_exclusive_address(socket_t s) {
                : -1;
 }
 
+// Address reuse here would let a second listener take the port; a port whose
+// old connections wait out their close can be bound again without it.
+int set_listener_address(socket_t s) { return set_exclusive_address(s); }
+
 int set_no_delay(socket_t s) {
     BOOL one = TRUE;
     return setsockopt(sys(s), IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&one), sizeof one) == 0 ? 0 : -1;
@@ -343,17 +347,20 @@ public:
     SocketSet(const SocketSet&) = delete;
     SocketSet& operator=(const SocketSet&) = delete;
     fd_set* get() { return reinterpret_cast<fd_set*>(words_); }
-    // Through the words, not the header: the compiler sizes an fd_set at
-    // FD_SETSIZE sockets and would see a small set's array overrun.
-    void add(SOCKET s) { words_[1 + words_[0]++] = s; }
-    bool empty() { return words_[0] == 0; }
-    bool has(SOCKET s) { return FD_ISSET(s, get()) != 0; }
+    void add(SOCKET s) {
+        words_[1 + count_++] = s;
+        const u_int count = static_cast<u_int>(count_);
+        std::memcpy(words_, &count, sizeof count);  // the header's count
+    }
+    bool empty() const { return count_ == 0; }
+    bool has(SOCKET s) { return FD_ISSET(s, get()) != 0; }  // after select: among the ready ones
 
 private:
     static constexpr size_t kSmall = 24;
     SOCKET small_[kSmall];
     std::vector<SOCKET> big_;
     SOCKET* words_;  // the first word holds the count
+    size_t count_ = 0;
 };
 static_assert(offsetof(fd_set, fd_array) == sizeof(SOCKET), "fd_set is a count and an array of sockets");
 
@@ -493,6 +500,9 @@ double process_cpu_seconds() {
     };
     return seconds(kernel) + seconds(user);
 }
+
+// Sockets are handles among threads, events and the rest here.
+int open_descriptor_count() { return -1; }
 
 namespace {
 
