@@ -28,6 +28,10 @@ if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
 endif()
 file(RELATIVE_PATH ZQ_PC_TO_PREFIX /x/${CMAKE_INSTALL_LIBDIR}/pkgconfig /x)
 string(REGEX REPLACE "/$" "" ZQ_PC_TO_PREFIX "${ZQ_PC_TO_PREFIX}")
+set(ZQ_PC_REQUIRES libcjson)
+if(WIN32)  # api_cpp.dll carries cJSON
+  set(ZQ_PC_REQUIRES "")
+endif()
 configure_file(cmake/api_cpp.pc.in ${PROJECT_BINARY_DIR}/api_cpp.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/api_cpp.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 
@@ -52,4 +56,11 @@ set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libapi-cpp1 (= ${PROJECT_VERSION}), libcjson-dev")
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Shared library of api_cpp")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "Headers, CMake and pkg-config files of api_cpp, and the controller simulator")
+# Windows: one ZIP, bin/ (api_cpp.dll, zq_sim.exe), lib/ (import libraries,
+# package files), include/.
+if(WIN32)
+  set(CPACK_GENERATOR ZIP)
+  set(CPACK_PACKAGING_INSTALL_PREFIX "")
+  set(CPACK_SYSTEM_NAME win64)
+endif()
 include(CPack)

@@ -12,9 +12,13 @@
 #include <stdint.h>
 
 /** @def ZQ_API
- * @brief Marks the functions the library exports. */
-#if defined(_WIN32)
+ * @brief Marks the functions the library exports. On Windows the library's
+ * own sources (built with ZQ_EXPORTS) export them and its callers import
+ * them from api_cpp.dll. */
+#if defined(_WIN32) && defined(ZQ_EXPORTS)
 #define ZQ_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define ZQ_API __declspec(dllimport)
 #else
 #define ZQ_API __attribute__((visibility("default")))
 #endif

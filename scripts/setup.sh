@@ -7,6 +7,12 @@ pkgs=(cmake g++ clang make pkg-config libcjson-dev libnlopt-dev libsuitesparse-d
       libcpp-httplib-dev abigail-tools)
 # The collision benchmark's peer.
 pkgs+=(libfcl-dev)
+# With arguments, a stage's own packages instead, without their recommendations.
+flags=()
+if [ $# -gt 0 ]; then
+  pkgs=("$@")
+  flags=(--no-install-recommends)
+fi
 missing=()
 for p in "${pkgs[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed' || missing+=("$p")
@@ -14,5 +20,5 @@ done
 if [ ${#missing[@]} -gt 0 ]; then
   SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO=sudo
   $SUDO apt-get update -qq
-  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq "${missing[@]}" >/dev/null
+  DEBIAN_FRONTEND=noninteractive $SUDO apt-get install -y -qq "${flags[@]}" "${missing[@]}" >/dev/null
 fi

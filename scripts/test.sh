@@ -44,6 +44,9 @@ bash scripts/check_package.sh build-ci
 echo "== live 3D view: server tests, and the page in headless Chromium"
 bash scripts/view_test.sh build-ci  # reuses the plain build's library objects
 
+echo "== Windows: cross build, DLL exports and imports, ZIP package, tests under Wine"
+bash scripts/windows.sh build-windows
+
 echo "== AddressSanitizer and UndefinedBehaviorSanitizer"
 # With clang the stage also checks float-to-integer casts and implicit integer
 # truncations and sign changes. Enumeration ranges are left out: a C caller may
