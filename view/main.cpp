@@ -1,6 +1,5 @@
 // zq_view: one arm drawn live in the browser. `zq_view --help` describes it.
 #include <getopt.h>
-#include <signal.h>
 
 #include <atomic>
 #include <cstdio>
@@ -10,6 +9,7 @@
 #include <thread>
 
 #include "arm_models.h"
+#include "platform/platform.h"
 #include "simulator.h"
 #include "viewer.h"
 #include "zq_api.h"
@@ -151,11 +151,8 @@ int main(int argc, char** argv) {
         if (port <= 0 || port > 65535) return bad_usage("invalid arm address", arm_addr.c_str());
     }
 
-    sigset_t stop_signals;
-    sigemptyset(&stop_signals);
-    sigaddset(&stop_signals, SIGINT);
-    sigaddset(&stop_signals, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &stop_signals, nullptr);
+    // Stop signals blocked before any thread starts, so that only the wait below sees them.
+    zq::platform::block_stop_signals();
 
     for (int i = 0; i < spheres; ++i) zq_algo_set_tool_envelope(i, tool[i]);
     if (zq_init(opt.poll ? ZQ_RECV_THREAD_MODE : ZQ_RECV_UDP_THREAD_MODE) != 0) return 1;
@@ -180,8 +177,7 @@ int main(int argc, char** argv) {
             std::atomic<bool> stop{false};
             std::thread mover;
             if (demo && sim) mover = std::thread([&] { demo_loop(arm, stop); });
-            int sig = 0;
-            sigwait(&stop_signals, &sig);
+            zq::platform::wait_stop_signal();
             stop = true;
             if (mover.joinable()) {
                 zq_set_arm_stop(arm);

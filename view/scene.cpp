@@ -153,7 +153,7 @@ std::string Scene::frame_json(const Sample& s, long long seq) {
         return out;
     }
     zq::capsule_scene sc;
-    zq::build_capsules(*f, q, spheres, nt, &sc);
+    zq::build_capsules(*f, zq::loaded_chain(), q, spheres, nt, &sc);
     clearance_ = zq::self_collision_clearance(q);
 
     // Capsule ids: joint capsules, link capsules, tool capsules, tool spheres.

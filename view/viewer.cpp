@@ -1,10 +1,5 @@
 #include "viewer.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-#include <unistd.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -15,6 +10,7 @@
 
 #include <httplib.h>
 
+#include "platform/platform.h"
 #include "scene.h"
 #include "zq_commands.h"
 #include "zq_realtime.h"
@@ -36,15 +32,12 @@ constexpr int kStaleReportMs = 1000;   // a report older than this counts as non
 constexpr int kStreamWaitMs = 1000;    // a stream with nothing new writes a comment line
 
 int free_udp_port() {
-    const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    const bool ok = fd >= 0 && ::bind(fd, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
-                    ::getsockname(fd, reinterpret_cast<sockaddr*>(&a), &len) == 0;
-    if (fd >= 0) ::close(fd);
-    return ok ? ntohs(a.sin_port) : -1;
+    namespace pf = zq::platform;
+    pf::NetUser net;
+    const pf::socket_t fd = pf::udp_socket();
+    const int port = pf::socket_valid(fd) && pf::bind_ipv4(fd, pf::loopback_address(), 0) == 0 ? pf::local_port(fd) : -1;
+    pf::close_socket(fd);
+    return port;
 }
 
 bool read_file(const std::string& path, std::string* out) {
@@ -92,14 +85,10 @@ bool enable_reports(zq_robot_handle* arm, const char* arm_host) {
 }
 
 std::string default_web_dir() {
-    char exe[4096];
-    const ssize_t n = ::readlink("/proc/self/exe", exe, sizeof exe - 1);
-    if (n > 0) {
-        exe[n] = '\0';
-        std::string dir(exe);
-        dir.resize(dir.rfind('/'));
+    const std::string dir = zq::platform::executable_dir();
+    if (!dir.empty()) {
         const std::string installed = dir + "/../share/api_cpp/view";
-        if (::access((installed + "/index.html").c_str(), R_OK) == 0) return installed;
+        if (std::ifstream(installed + "/index.html").good()) return installed;
     }
     return ZQ_VIEW_BUILD_WEB;
 }

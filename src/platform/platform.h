@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <mutex>
 #include <shared_mutex>
 #include <thread>
@@ -151,6 +152,8 @@ LocalTime local_time();
 
 // ---- process ------------------------------------------------------------
 long process_id();
+// The folder of the running program's file, empty when unknown.
+std::string executable_dir();
 // Peak resident memory of the process in bytes, 0 when unknown.
 uint64_t peak_memory_bytes();
 // Bytes handed out by the C heap and not yet freed, 0 when unknown.

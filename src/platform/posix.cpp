@@ -307,6 +307,15 @@ LocalTime local_time() {
 
 long process_id() { return static_cast<long>(::getpid()); }
 
+std::string executable_dir() {
+    char path[4096];
+    const ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
+    if (n <= 0) return {};
+    const std::string file(path, static_cast<size_t>(n));
+    const size_t slash = file.rfind('/');
+    return slash == std::string::npos ? std::string() : file.substr(0, slash);
+}
+
 uint64_t peak_memory_bytes() {
     rusage ru{};
     if (getrusage(RUSAGE_SELF, &ru) != 0) return 0;

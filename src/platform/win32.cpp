@@ -474,6 +474,15 @@ LocalTime local_time() {
 
 long process_id() { return static_cast<long>(GetCurrentProcessId()); }
 
+std::string executable_dir() {
+    char path[MAX_PATH];
+    const DWORD n = GetModuleFileNameA(nullptr, path, MAX_PATH);
+    if (n == 0 || n >= MAX_PATH) return {};
+    const std::string file(path, n);
+    const size_t slash = file.find_last_of("\\/");
+    return slash == std::string::npos ? std::string() : file.substr(0, slash);
+}
+
 uint64_t peak_memory_bytes() {
     PROCESS_MEMORY_COUNTERS counters{};
     counters.cb = sizeof counters;
