@@ -1,11 +1,13 @@
 // zq_sim: the simulated controller as a program. `zq_sim --help` describes it.
 #include <getopt.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "arm_models.h"
 #include "platform/platform.h"
@@ -36,6 +38,8 @@ const char kUsage[] =
     "                         (-B, -ZF, -6F, -6FB, -B-V, -6FB-V), e.g. ZQ52-6F-1.0\n"
     "  -c, --controller TEXT  controller version: 4.0, or a 3.x text such as 3.5.2 (default 4.0)\n"
     "  -d, --dof N            joint count, 1 to 10 (default: the model's)\n"
+    "  -j, --joints A,B,...   the arm's joint angles at start, degrees, one per joint\n"
+    "                         (default: all 0)\n"
     "  -v, --view PORT        also serve a live 3D view of the arm on http://127.0.0.1:PORT\n"
     "                         (0 picks a free port; the page's address is the second line)\n"
     "  -l, --list-models      print the known families with their joint counts and exit\n"
@@ -62,6 +66,21 @@ bool parse_int(const char* text, int lo, int hi, int* out) {
     return true;
 }
 
+// A comma-separated list of finite numbers, at most ten.
+bool parse_joints(const char* text, std::vector<double>* out) {
+    out->clear();
+    const char* p = text;
+    for (;;) {
+        char* end = nullptr;
+        const double v = std::strtod(p, &end);
+        if (end == p || !std::isfinite(v) || out->size() == 10) return false;
+        out->push_back(v);
+        if (*end == '\0') return true;
+        if (*end != ',') return false;
+        p = end + 1;
+    }
+}
+
 int bad_usage(const char* what, const char* value) {
     std::fprintf(stderr, "zq_sim: %s '%s'\nTry 'zq_sim --help' for more information.\n", what, value);
     return 2;
@@ -75,17 +94,18 @@ int main(int argc, char** argv) {
     std::string model = "ZQ41-B-1.0";
     std::string controller = "4.0";
     int view_port = -1;
+    std::vector<double> joints;
 
     static const option kOptions[] = {
         {"port", required_argument, nullptr, 'p'},     {"model", required_argument, nullptr, 'm'},
         {"controller", required_argument, nullptr, 'c'}, {"dof", required_argument, nullptr, 'd'},
         {"list-models", no_argument, nullptr, 'l'},    {"help", no_argument, nullptr, 'h'},
-        {"view", required_argument, nullptr, 'v'},
+        {"view", required_argument, nullptr, 'v'},     {"joints", required_argument, nullptr, 'j'},
         {"version", no_argument, nullptr, 'V'},        {nullptr, 0, nullptr, 0},
     };
     opterr = 0;  // the messages below replace getopt's own
     for (;;) {
-        const int c = getopt_long(argc, argv, ":p:m:c:d:v:lhV", kOptions, nullptr);
+        const int c = getopt_long(argc, argv, ":p:m:c:d:v:j:lhV", kOptions, nullptr);
         if (c == -1) break;
         switch (c) {
             case 'p':
@@ -102,6 +122,9 @@ int main(int argc, char** argv) {
                 break;
             case 'v':
                 if (!parse_int(optarg, 0, 65535, &view_port)) return bad_usage("invalid view port", optarg);
+                break;
+            case 'j':
+                if (!parse_joints(optarg, &joints)) return bad_usage("invalid joint angles", optarg);
                 break;
             case 'l':
                 list_models(stdout);
@@ -131,6 +154,10 @@ int main(int argc, char** argv) {
     if (dof > 0) {
         cfg.dof = dof;
         cfg.normalise();
+    }
+    if (!joints.empty()) {
+        if (joints.size() != static_cast<size_t>(cfg.dof)) return bad_usage("joint angles not one per joint", "--joints");
+        for (size_t i = 0; i < joints.size(); ++i) cfg.joint_angles[i] = joints[i];
     }
 
     // Block the stop signals before any thread starts, so that only the wait below sees them.
