@@ -376,7 +376,8 @@ TEST(CollisionFamilies, LaneDistanceIsTheScalarDistanceBitForBit) {
         for (int l = 0; l < 4 && g + l < int(cases.size()); ++l) {
             const auto& c = cases[g + l];
             const float s = zq::d_paralle(c[0], c[1], c[2], c[3]);
-            ASSERT_EQ(std::memcmp(&s, &d[l], 4), 0) << "case " << g + l << ": " << s << " vs " << d[l];
+            const float lane = d[l];
+            ASSERT_EQ(std::memcmp(&s, &lane, 4), 0) << "case " << g + l << ": " << s << " vs " << lane;
         }
     }
 }
