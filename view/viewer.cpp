@@ -1,5 +1,6 @@
 #include "viewer.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstring>
@@ -49,12 +50,15 @@ bool read_file(const std::string& path, std::string* out) {
     return true;
 }
 
+// An error count cut to the entries a sample holds; a negative count is none.
+int error_count(int n) { return std::clamp(n, 0, static_cast<int>(sizeof(Sample::err) / sizeof(int))); }
+
 Sample from_report(const zq_realtime_arm_joint_state_t& r, int dof) {
     Sample s;
     s.dof = dof;
     std::memcpy(s.q_deg, r.joint_position, sizeof s.q_deg);
     s.status = r.arm_current_status;
-    s.err_len = r.err_len < 0 ? 0 : (r.err_len > 24 ? 24 : r.err_len);
+    s.err_len = error_count(r.err_len);
     std::memcpy(s.err, r.err, sizeof s.err);
     s.realtime = true;
     return s;
@@ -64,7 +68,7 @@ Sample from_query(const zq_current_arm_state_t& st, int dof) {
     Sample s;
     s.dof = dof;
     std::memcpy(s.q_deg, st.joint, sizeof s.q_deg);
-    s.err_len = st.err_len > 24 ? 24 : st.err_len;
+    s.err_len = error_count(st.err_len);
     std::memcpy(s.err, st.err, sizeof(int) * static_cast<size_t>(s.err_len));
     return s;
 }
