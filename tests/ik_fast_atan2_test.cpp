@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <random>
 
 #include "kinematics/fast_atan2.h"
@@ -45,6 +46,38 @@ TEST(IkFastAtan2, AgreesWithTheLibraryFunction) {
     }
     EXPECT_TRUE(std::isnan(zq::fast_atan2(NAN, 1.0f)));
     EXPECT_TRUE(std::isnan(zq::fast_atan2(zq::Lanes{NAN, 1, 1, 1}, zq::Lanes{1, 1, 1, 1})[0]));
+}
+
+// The upper half-plane form: within three float roundings of the double
+// angle, and the same bits in lanes as in a float.
+TEST(IkFastAtan2, UpperAngleIsOneTextForFloatsAndLanes) {
+    std::mt19937 rng(8);
+    std::uniform_real_distribution<float> u(0.5f, 1.0f);
+    double worst_ulps = 0;
+    long differing = 0;
+    for (int k = 0; k < 100000; ++k) {
+        zq::Lanes y, x;
+        for (int l = 0; l < 4; ++l) {
+            y[l] = std::ldexp(u(rng), int(rng() % 40) - 30);
+            x[l] = std::ldexp(u(rng) * (rng() % 2 ? 1.0f : -1.0f), int(rng() % 40) - 30);
+        }
+        const zq::Lanes got = zq::upper_angle(y, x);
+        for (int l = 0; l < 4; ++l) {
+            const float want = zq::upper_angle(float(y[l]), float(x[l])), lane = got[l];
+            const double exact = std::atan2(double(y[l]), double(x[l]));
+            worst_ulps = std::fmax(worst_ulps, std::fabs(want - exact) / std::ldexp(1.0, std::ilogb(exact) - 23));
+            differing += std::memcmp(&lane, &want, sizeof want) != 0;
+        }
+    }
+    EXPECT_LE(worst_ulps, 3.0);
+    EXPECT_EQ(differing, 0);
+    // The axes and diagonals.
+    const struct {
+        float y, x;
+        double angle;
+    } rows[] = {{1, 0, M_PI / 2}, {1, -0.0f, M_PI / 2}, {1, 1, M_PI / 4}, {1, -1, 3 * M_PI / 4},
+                {1e-30f, 1, 1e-30}, {1e-30f, -1, M_PI}, {2, 1e-30f, M_PI / 2}};
+    for (const auto& r : rows) EXPECT_NEAR(zq::upper_angle(r.y, r.x), r.angle, 3e-7) << r.y << " " << r.x;
 }
 
 }  // namespace

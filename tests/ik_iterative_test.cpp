@@ -8,6 +8,7 @@
 #include <cstring>
 #include <random>
 
+#include "ik/angles.h"
 #include "ik/dispatch.h"
 #include "ik/homotopy.h"
 #include "ik/ik_mode.h"
@@ -150,6 +151,29 @@ TEST_F(IkIterative, LaneFormEndsEverySeedAsTheOneSeedForm) {
             zq::homotopy_continuation_lanes(chain, target_of(T), a->dof, 8, anchor, wide);
             EXPECT_EQ(std::memcmp(four, wide, sizeof four), 0) << a->dof << " " << k;
         }
+    }
+}
+
+// The ends are wrapped by an fmod of its own, equal to the C library's to
+// the bit: near whole turns on both sides, signed zeros, large and
+// non-finite angles, and random ones.
+TEST_F(IkIterative, TurnRemainderIsTheLibraryFmod) {
+    const float two_pi = 6.28318530717959f;
+    std::vector<float> x = {0.0f, -0.0f, two_pi, -two_pi, 3 * two_pi, -5 * two_pi, 1e-30f, -1e-30f,
+                            16777215.0f, -16777216.0f, 3e7f, INFINITY, -INFINITY, NAN};
+    for (int k = -40; k <= 40; ++k)
+        for (float at : {k * two_pi, float(k * 2 * M_PI)})
+            for (float step : {0.0f, 1.0f, -1.0f})
+                x.push_back(step == 0.0f ? at : std::nextafter(at, step * INFINITY));
+    std::mt19937 rng(4);
+    for (int k = 0; k < 100000; ++k) x.push_back(std::uniform_real_distribution<float>(-300.0f, 300.0f)(rng));
+    for (float v : x) {
+        const float want = std::fmod(v, two_pi), got = zq::fmod_two_pi(v);
+        if (std::isnan(want)) {
+            EXPECT_TRUE(std::isnan(got)) << v;
+            continue;
+        }
+        EXPECT_EQ(std::memcmp(&want, &got, sizeof got), 0) << v << " " << want << " " << got;
     }
 }
 

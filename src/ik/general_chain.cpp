@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "kinematics/fast_atan2.h"
 #include "kinematics/joint_trig.h"
 #include "kinematics/lanes.h"
 #include "kinematics/links.h"
@@ -52,7 +53,7 @@ void rotation_vector(const float Re[3][3], float a[3]) {
     const float t = Re[0][0] + Re[1][1] + Re[2][2];
     const float ln = std::sqrt(l[0] * l[0] + l[1] * l[1] + l[2] * l[2]);
     if (ln >= 1e-16f) {
-        const float k = std::atan2(ln, t - 1.0f) / ln;
+        const float k = upper_angle(ln, t - 1.0f) / ln;
         for (int i = 0; i < 3; ++i) a[i] = l[i] * k;
     } else if (t > 0.0f) {
         a[0] = a[1] = a[2] = 0.0f;

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "ik/angles.h"
 #include "ik/general_chain.h"
 #include "ik/rescue.h"
 #include "kinematics/lanes.h"
@@ -52,7 +53,7 @@ constexpr SeedTable make_seeds() {
 constexpr SeedTable kSeeds = make_seeds();
 
 float wrap(float q) {
-    float r = std::fmod(q + kPi, kTwoPi);
+    float r = fmod_two_pi(q + kPi);
     if (r < 0.0f) r += kTwoPi;
     return r - kPi;
 }
@@ -103,17 +104,21 @@ float norm6(const float e[6]) {
 
 bool distinct(const HomotopySolutions& s, const float q[8], int n);
 
-// A seed's end, wrapped into [-pi, pi), becomes a solution when it reproduces
-// the target and differs from those found before. Returns its error.
+// A seed's end, wrapped into [-pi, pi), with its error, becomes a solution
+// when it reproduces the target and differs from those found before.
+void take_end(const float q[8], float error, int n, HomotopySolutions* out) {
+    if (!(error <= kSolvedError) || !distinct(*out, q, n)) return;
+    for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[i] : 0.0f;
+    ++out->count;
+}
+
+// The same from an end not yet wrapped nor measured; returns its error.
 float take_end(const Newton& newton, float q[8], HomotopySolutions* out) {
-    const int n = newton.n;
-    for (int i = 0; i < n; ++i) q[i] = wrap(q[i]);
+    for (int i = 0; i < newton.n; ++i) q[i] = wrap(q[i]);
     float e[6];
     newton.error_at(q, e, nullptr);
     const float error = norm6(e);
-    if (!(error <= kSolvedError) || !distinct(*out, q, n)) return error;
-    for (int i = 0; i < 7; ++i) out->q[out->count][i] = i < n ? q[i] : 0.0f;
-    ++out->count;
+    take_end(q, error, newton.n, out);
     return error;
 }
 
@@ -338,9 +343,21 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
             newton.continuation(theta_0, q, count);
         // The seeds in order; the loop ends at the eighth solution, so a seed
         // after it in the same batch does not count.
+        float error[kHomotopyMaxLanes];
+        for (int b = 0; b < count; ++b)
+            for (int i = 0; i < n; ++i) q[b][i] = wrap(q[b][i]);
+        if (lanes) {
+            homotopy_end_errors_lanes(newton.chain, Hd, n, batch, q, error);
+        } else {
+            for (int b = 0; b < count; ++b) {
+                float e[6];
+                newton.error_at(q[b], e, nullptr);
+                error[b] = norm6(e);
+            }
+        }
         for (int b = 0; b < count && out->count < kHomotopyMaxSolutions; ++b) {
-            const float error = take_end(newton, q[b], out);
-            if (ends) keep_end(ends, error, q[b]);
+            take_end(q[b], error[b], n, out);
+            if (ends) keep_end(ends, error[b], q[b]);
         }
     }
 }

@@ -54,11 +54,16 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
 // (homotopy_lanes.cpp): the anchors theta_0 and starts q (joints without the
 // DH offset) of each seed; q leaves as the ends of the last pass. n is 6
 // (square inverse step) or 7 (right pseudo-inverse step); width is 4 or 8
-// seeds (eight run as two fours where homotopy_lane_width() is 4).
+// seeds, run in pieces of the widest lanes the processor has
+// (homotopy_lane_width(): 4 or 8).
 constexpr int kHomotopyMaxLanes = 8;
 int homotopy_lane_width();
 void homotopy_continuation_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n, int width,
                                  const float theta_0[kHomotopyMaxLanes][8], float q[kHomotopyMaxLanes][8]);
+// The error norm of each of `width` seed ends q (wrapped, without the DH
+// offset), as the one-seed form measures it.
+void homotopy_end_errors_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n, int width,
+                               const float q[kHomotopyMaxLanes][8], float error[kHomotopyMaxLanes]);
 
 // Newton steps at the end of the continuation from each kept end, closest
 // first, at most `steps` each; an end that converges is taken as a seed end

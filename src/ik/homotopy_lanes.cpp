@@ -1,23 +1,28 @@
 // The homotopy continuation of several seeds at once, one seed per lane:
-// four lanes, or eight where the processor has AVX2 (chosen at run time; the
-// four-lane path is the baseline). Every lane does the float arithmetic of
-// the one-seed form (general_chain.cpp, solve6 and the two Newton steps) in
-// the same order, so each seed ends where that form ends it, to the bit;
-// this unit is compiled without contraction into fused multiply-adds for
-// that reason. Lanes whose elimination gives up (a pivot or multiplier that
-// is not finite) take no step, as a seed of the one-seed form does.
+// four lanes, or eight where the processor has AVX2 (chosen at run time;
+// the four-lane path is the baseline; sixteen AVX-512 lanes measured slower
+// than eight). Every
+// lane does the float arithmetic of the one-seed form (general_chain.cpp,
+// solve6 and the two Newton steps) in the same order, so each seed ends
+// where that form ends it, to the bit; this unit is compiled without
+// contraction into fused multiply-adds for that reason. Lanes whose
+// elimination gives up (a pivot or multiplier that is not finite) take no
+// step, as a seed of the one-seed form does.
+
+// The wide lanes' helpers take and return 32-byte vectors; all of them are
+// inlined into the one entry point compiled for AVX2, so no call ever passes
+// one and the note on their calling convention does not apply (the build
+// also passes -Wno-psabi here).
+#pragma GCC diagnostic ignored "-Wpsabi"
+
 #include <cmath>
 #include <cstring>
 
 #include "ik/general_chain.h"
 #include "ik/homotopy.h"
+#include "kinematics/fast_atan2.h"
 #include "kinematics/joint_trig.h"
 #include "kinematics/lanes.h"
-
-// The wide lanes' helpers take and return 32-byte vectors; all of them are
-// inlined into the one entry point compiled for AVX2, so no call ever passes
-// one and the note on their calling convention does not apply.
-#pragma GCC diagnostic ignored "-Wpsabi"
 
 namespace zq {
 namespace {
@@ -28,11 +33,13 @@ template <>
 struct Width<4> {
     typedef float V __attribute__((vector_size(16)));
     typedef int32_t M __attribute__((vector_size(16)));
+    typedef int64_t Words __attribute__((vector_size(16)));
 };
 template <>
 struct Width<8> {
     typedef float V __attribute__((vector_size(32)));
     typedef int32_t M __attribute__((vector_size(32)));
+    typedef int64_t Words __attribute__((vector_size(32)));
 };
 
 #define ZQ_LANES [[gnu::always_inline]] inline
@@ -53,18 +60,26 @@ struct Ops {
     ZQ_LANES static V select(M m, V a, V b) { return m ? a : b; }
     ZQ_LANES static M magnitude_bits(V x) { return reinterpret_cast<M>(x) & bits(INT32_MAX); }
     ZQ_LANES static M finite(V x) { return magnitude_bits(x) < bits(0x7f800000); }
+    // Whether some lane of m is set: the lanes folded pairwise as 64-bit words.
     ZQ_LANES static bool any(M m) {
-        int32_t r = 0;
-        for (int l = 0; l < W; ++l) r |= m[l];
+        using Words = typename Width<W>::Words;
+        const Words w = reinterpret_cast<Words>(m);
+        int64_t r = 0;
+        for (int l = 0; l < W / 2; ++l) r |= w[l];
         return r != 0;
+    }
+    ZQ_LANES static bool all(M m) { return !any(~m); }
+
+    ZQ_LANES static V root(V x) {
+        V r;
+        for (int l = 0; l < W; ++l) r[l] = std::sqrt(x[l]);
+        return r;
     }
 
     // Sines and cosines of one joint of the seeds, as joint_sin_cos gives them.
     ZQ_LANES static void sin_cos(V x, V* s, V* c) {
-        bool reduced = true;
         const V magnitude = reinterpret_cast<V>(magnitude_bits(x));
-        for (int l = 0; l < W; ++l) reduced = reduced && magnitude[l] < trig_detail::kLimit;
-        if (!reduced) {
+        if (!all(magnitude < trig_detail::kLimit)) {
             for (int l = 0; l < W; ++l) {
                 float sl, cl;
                 joint_sin_cos(x[l], &sl, &cl);
@@ -73,11 +88,28 @@ struct Ops {
             }
             return;
         }
-        Lanes xs[W / 4], ss[W / 4], cs[W / 4];
-        std::memcpy(xs, &x, sizeof x);
-        for (int h = 0; h < W / 4; ++h) trig_detail::reduced_sin_cos(xs[h], &ss[h], &cs[h]);
-        std::memcpy(s, ss, sizeof *s);
-        std::memcpy(c, cs, sizeof *c);
+        trig_detail::reduced_sin_cos(x, s, c);
+    }
+
+    // rotation_vector of each lane's Re: the axis times the angle, by the
+    // same arithmetic; lanes with a rotation too small or near a half turn
+    // for the axis take the one-seed form's fallback.
+    ZQ_LANES static void rotation(const V Re[3][3], V a[3]) {
+        const V l[3] = {Re[2][1] - Re[1][2], Re[0][2] - Re[2][0], Re[1][0] - Re[0][1]};
+        const V t = Re[0][0] + Re[1][1] + Re[2][2];
+        const V ln = root(l[0] * l[0] + l[1] * l[1] + l[2] * l[2]);
+        const M axis = ln >= 1e-16f;
+        const V k = upper_angle(select(axis, ln, splat(1.0f)), t - 1.0f) / ln;
+        for (int i = 0; i < 3; ++i) a[i] = l[i] * k;
+        if (all(axis)) return;
+        for (int lane = 0; lane < W; ++lane) {
+            if (axis[lane]) continue;
+            float R[3][3], r[3];
+            for (int i = 0; i < 3; ++i)
+                for (int j = 0; j < 3; ++j) R[i][j] = Re[i][j][lane];
+            rotation_vector(R, r);
+            for (int i = 0; i < 3; ++i) a[i][lane] = r[i];
+        }
     }
 
     // The flange in the frame of link i, without its last row: u[row][col].
@@ -136,13 +168,7 @@ struct Ops {
             for (int j = 0; j < 3; ++j)
                 Re[i][j] = U.u[i][0] * Hd.data[j][0] + U.u[i][1] * Hd.data[j][1] + U.u[i][2] * Hd.data[j][2];
         }
-        for (int l = 0; l < W; ++l) {
-            float R[3][3], a[3];
-            for (int i = 0; i < 3; ++i)
-                for (int j = 0; j < 3; ++j) R[i][j] = Re[i][j][l];
-            rotation_vector(R, a);
-            for (int k = 0; k < 3; ++k) e[3 + k][l] = a[k];
-        }
+        rotation(Re, e + 3);
         if (!jacobian) return;
         for (int i = 0; i < 3; ++i)
             for (int j = 0; j < c.joints; ++j) {
@@ -151,78 +177,107 @@ struct Ops {
             }
     }
 
+    // solve6 of W systems in elimination: rows [A | b], the unknown of each
+    // column after the column swaps, the reciprocal pivots, and the lanes
+    // still going.
+    struct System {
+        V m[6][7];
+        V unknown[6];  // as floats: lane constants are broadcast cheaply
+        V inv_pivot[6];
+        M ok;
+    };
+
+    // Step k, unrolled so that every place and index is a constant. The pivot
+    // is the first entry of greatest magnitude in row-major order (a NaN never
+    // wins), its row and column kept as floats; a NaN at the pivot place
+    // gives up.
+    template <int k>
+    ZQ_LANES static void eliminate(System& s) {
+        s.ok &= s.m[k][k] == s.m[k][k];
+        V big = splat(-1.0f);
+        V ip = splat(float(k)), jp = splat(float(k));
+#pragma GCC unroll 6
+        for (int i = k; i < 6; ++i)
+#pragma GCC unroll 6
+            for (int j = k; j < 6; ++j) {
+                const V a = reinterpret_cast<V>(magnitude_bits(s.m[i][j]));
+                const M wins = a > big;
+                big = select(wins, a, big);
+                ip = select(wins, splat(float(i)), ip);
+                jp = select(wins, splat(float(j)), jp);
+            }
+        // Rows k and ip, from column k on (columns left of k are not read
+        // again); only rows that some lane swaps.
+#pragma GCC unroll 6
+        for (int i = k + 1; i < 6; ++i) {
+            const M swap = ip == float(i);
+            if (!any(swap)) continue;
+#pragma GCC unroll 7
+            for (int j = k; j < 7; ++j) {
+                const V rk = s.m[k][j], ri = s.m[i][j];
+                s.m[k][j] = select(swap, ri, rk);
+                s.m[i][j] = select(swap, rk, ri);
+            }
+        }
+        // Columns k and jp, in every row, and their unknowns.
+#pragma GCC unroll 6
+        for (int j = k + 1; j < 6; ++j) {
+            const M swap = jp == float(j);
+            if (!any(swap)) continue;
+#pragma GCC unroll 6
+            for (int i = 0; i < 6; ++i) {
+                const V ck = s.m[i][k], cj = s.m[i][j];
+                s.m[i][k] = select(swap, cj, ck);
+                s.m[i][j] = select(swap, ck, cj);
+            }
+            const V uk = s.unknown[k], uj = s.unknown[j];
+            s.unknown[k] = select(swap, uj, uk);
+            s.unknown[j] = select(swap, uk, uj);
+        }
+        const V inv = 1.0f / s.m[k][k];
+        s.inv_pivot[k] = inv;
+        s.ok &= finite(inv);
+#pragma GCC unroll 6
+        for (int i = k + 1; i < 6; ++i) {
+            const V f = s.m[i][k] * inv;
+            s.ok &= finite(f);
+#pragma GCC unroll 7
+            for (int j = k + 1; j < 7; ++j) s.m[i][j] -= f * s.m[k][j];
+        }
+    }
+
     // solve6 of W systems: A x = b by elimination with full pivoting. Lanes
     // where solve6 gives up are cleared in the returned mask, their x untouched.
     ZQ_LANES static M solve6(const V A[6][6], const V b[6], V x[6]) {
-        V m[6][7];
-        M unknown[6];
-        V inv_pivot[6];
+        System s;
+#pragma GCC unroll 6
         for (int i = 0; i < 6; ++i) {
-            for (int j = 0; j < 6; ++j) m[i][j] = A[i][j];
-            m[i][6] = b[i];
-            unknown[i] = bits(i);
+            for (int j = 0; j < 6; ++j) s.m[i][j] = A[i][j];
+            s.m[i][6] = b[i];
+            s.unknown[i] = splat(float(i));
         }
-        M ok = bits(-1);
-        for (int k = 0; k < 6; ++k) {
-            ok &= m[k][k] == m[k][k];  // a NaN pivot place gives up
-            // The first entry of greatest magnitude in row-major order (a NaN
-            // never wins), its place kept as 8 i + j.
-            V big = splat(-1.0f);
-            M at = bits(8 * k + k);
-            for (int i = k; i < 6; ++i)
-                for (int j = k; j < 6; ++j) {
-                    const V a = reinterpret_cast<V>(magnitude_bits(m[i][j]));
-                    const M wins = a > big;
-                    big = select(wins, a, big);
-                    at = wins ? bits(8 * i + j) : at;
-                }
-            const M ip = at >> 3, jp = at & 7;
-            // Rows k and ip, from column k on (columns left of k are not read
-            // again); only rows that some lane swaps.
-            for (int i = k + 1; i < 6; ++i) {
-                const M swap = ip == bits(i);
-                if (!any(swap)) continue;
-                for (int j = k; j < 7; ++j) {
-                    const V rk = m[k][j], ri = m[i][j];
-                    m[k][j] = select(swap, ri, rk);
-                    m[i][j] = select(swap, rk, ri);
-                }
-            }
-            // Columns k and jp, in every row, and their unknowns.
-            for (int j = k + 1; j < 6; ++j) {
-                const M swap = jp == bits(j);
-                if (!any(swap)) continue;
-                for (int i = 0; i < 6; ++i) {
-                    const V ck = m[i][k], cj = m[i][j];
-                    m[i][k] = select(swap, cj, ck);
-                    m[i][j] = select(swap, ck, cj);
-                }
-                const M uk = unknown[k], uj = unknown[j];
-                unknown[k] = swap ? uj : uk;
-                unknown[j] = swap ? uk : uj;
-            }
-            const V inv = 1.0f / m[k][k];
-            inv_pivot[k] = inv;
-            ok &= finite(inv);
-            for (int i = k + 1; i < 6; ++i) {
-                const V f = m[i][k] * inv;
-                ok &= finite(f);
-                for (int j = k + 1; j < 7; ++j) m[i][j] -= f * m[k][j];
-            }
-        }
+        s.ok = bits(-1);
+        eliminate<0>(s);
+        eliminate<1>(s);
+        eliminate<2>(s);
+        eliminate<3>(s);
+        eliminate<4>(s);
+        eliminate<5>(s);
         V y[6];
         for (int k = 5; k >= 0; --k) {
-            V t = m[k][6];
-            for (int j = k + 1; j < 6; ++j) t -= m[k][j] * y[j];
-            y[k] = t * inv_pivot[k];
-            ok &= finite(y[k]);
+            V t = s.m[k][6];
+            for (int j = k + 1; j < 6; ++j) t -= s.m[k][j] * y[j];
+            y[k] = t * s.inv_pivot[k];
+            s.ok &= finite(y[k]);
         }
+#pragma GCC unroll 6
         for (int u = 0; u < 6; ++u) {
             V v = x[u];
-            for (int k = 0; k < 6; ++k) v = select(ok & (unknown[k] == bits(u)), y[k], v);
+#pragma GCC unroll 6
+            for (int k = 0; k < 6; ++k) v = select(s.ok & (s.unknown[k] == float(u)), y[k], v);
             x[u] = v;
         }
-        return ok;
+        return s.ok;
     }
 
     // The Newton step of each seed: dq = Jn^-1 (0 - F) for six joints, dq =
@@ -282,10 +337,27 @@ struct Ops {
         for (int i = 0; i < n; ++i)
             for (int l = 0; l < W; ++l) q[l][i] = qv[i][l];
     }
+
+    // The error norms of W seed ends (offsets not added).
+    ZQ_LANES static void end_errors(const GeneralChain& chain, const zq_Mat_t& Hd, int n, const float (*q)[8],
+                                    float* error) {
+        V theta[8], e[6], Jn[6][7];
+        for (int i = 0; i < 8; ++i)
+            for (int l = 0; l < W; ++l) theta[i][l] = i < n ? q[l][i] + chain.offset[i] : 0.0f;
+        chain_error(chain, Hd, theta, e, Jn, false);
+        V e2 = splat(0.0f);
+        for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
+        const V norm = root(e2);
+        for (int l = 0; l < W; ++l) error[l] = norm[l];
+    }
 };
 
 void continuation4(const GeneralChain& chain, const zq_Mat_t& Hd, int n, const float (*theta_0)[8], float (*q)[8]) {
     Ops<4>::continuation(chain, Hd, n, theta_0, q);
+}
+
+void end_errors4(const GeneralChain& chain, const zq_Mat_t& Hd, int n, const float (*q)[8], float* error) {
+    Ops<4>::end_errors(chain, Hd, n, q, error);
 }
 
 #if defined(__x86_64__) || defined(__i386__)
@@ -293,6 +365,11 @@ void continuation4(const GeneralChain& chain, const zq_Mat_t& Hd, int n, const f
 __attribute__((target("avx2"))) void continuation8(const GeneralChain& chain, const zq_Mat_t& Hd, int n,
                                                   const float (*theta_0)[8], float (*q)[8]) {
     Ops<8>::continuation(chain, Hd, n, theta_0, q);
+}
+
+__attribute__((target("avx2"))) void end_errors8(const GeneralChain& chain, const zq_Mat_t& Hd, int n,
+                                                const float (*q)[8], float* error) {
+    Ops<8>::end_errors(chain, Hd, n, q, error);
 }
 #endif
 
@@ -317,6 +394,18 @@ void homotopy_continuation_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, 
 #endif
     continuation4(chain, Hd, n, theta_0, q);
     if (width == 8) continuation4(chain, Hd, n, theta_0 + 4, q + 4);
+}
+
+void homotopy_end_errors_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n, int width,
+                               const float q[kHomotopyMaxLanes][8], float error[kHomotopyMaxLanes]) {
+#if defined(ZQ_WIDE_LANES)
+    if (width == 8 && homotopy_lane_width() == 8) {
+        end_errors8(chain, Hd, n, q, error);
+        return;
+    }
+#endif
+    end_errors4(chain, Hd, n, q, error);
+    if (width == 8) end_errors4(chain, Hd, n, q + 4, error + 4);
 }
 
 }  // namespace zq

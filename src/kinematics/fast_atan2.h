@@ -12,6 +12,15 @@
 
 namespace zq {
 
+// The odd polynomial of the arctangent on [-tan(pi/8), tan(pi/8)], for a
+// float or for lanes of any width.
+template <class T>
+[[gnu::always_inline]] inline T atan_folded(T t) {
+    const T z = t * t;
+    return (((8.05374449538e-2f * z - 1.38776856032e-1f) * z + 1.99777106478e-1f) * z - 3.33329491539e-1f) * z * t +
+           t;
+}
+
 inline float fast_atan2(float y, float x) {
     constexpr float kPi = 3.14159265358979f, kHalfPi = 1.57079632679490f, kQuarterPi = 0.785398163397448f;
     constexpr float kTanEighth = 0.414213562373095f;
@@ -24,11 +33,7 @@ inline float fast_atan2(float y, float x) {
         base = kQuarterPi;
         t = (t - 1.0f) / (t + 1.0f);
     }
-    const float z = t * t;
-    float r =
-        (((8.05374449538e-2f * z - 1.38776856032e-1f) * z + 1.99777106478e-1f) * z - 3.33329491539e-1f) * z *
-            t +
-        t + base;
+    float r = atan_folded(t) + base;
     if (steep) r = kHalfPi - r;
     if (std::signbit(x)) r = kPi - r;
     return std::signbit(y) ? -r : r;
@@ -68,6 +73,28 @@ inline Lanes fast_atan2(Lanes y, Lanes x) {
         for (int i = 0; i < 4; ++i)
             if (!regular[i]) q[i] = std::atan2(y[i], x[i]);
     return q;
+}
+
+// The angle of a point above the x axis, atan2(y, x) for y > 0 and x
+// finite, in (0, pi): folded as fast_atan2 folds it, then unfolded with
+// two-part constants; within three float roundings of the true angle. One
+// text for a float and for lanes of any width, the same numbers to the bit
+// in both and on every platform (the C library's atan2f differs between
+// them), for code whose lane form must reproduce its scalar form.
+template <class T>
+[[gnu::always_inline]] inline T upper_angle(T y, T x) {
+    constexpr float kTanEighth = 0.41421356f;
+    constexpr float kQuarterHi = 0.785398185f, kQuarterLo = -2.18556941e-8f;
+    constexpr float kHalfHi = 1.57079637f, kHalfLo = -4.37113883e-8f;
+    constexpr float kPiHi = 3.14159274f, kPiLo = -8.74227766e-8f;
+    const T ax = x < 0.0f ? -x : x;
+    const auto steep = y > ax;
+    const T a = (steep ? ax : y) / (steep ? y : ax);  // in [0, 1]
+    const auto folded = a > kTanEighth;
+    const T p = atan_folded(folded ? (a - 1.0f) / (a + 1.0f) : a);
+    T r = folded ? (p + kQuarterLo) + kQuarterHi : p;
+    r = steep ? (kHalfHi - r) + kHalfLo : r;
+    return x < 0.0f ? (kPiHi - r) + kPiLo : r;
 }
 
 inline double fast_atan2(double y, double x) {

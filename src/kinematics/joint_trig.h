@@ -19,6 +19,12 @@ constexpr float kLimit = 8192.0f;
 // for a float and for four lanes, so that the two give the same numbers.
 inline int quadrant_of(float k) { return static_cast<int>(k); }
 inline LaneMask quadrant_of(Lanes k) { return __builtin_convertvector(k, LaneMask); }
+// Lanes of any other width.
+template <class V>
+[[gnu::always_inline]] inline auto quadrant_of(V k) {
+    typedef int32_t M __attribute__((vector_size(sizeof(V))));
+    return __builtin_convertvector(k, M);
+}
 
 template <class T>
 [[gnu::always_inline]] inline void reduced_sin_cos(T x, T* s, T* c) {
