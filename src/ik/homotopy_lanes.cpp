@@ -189,13 +189,13 @@ struct Ops {
 
     // Step k, unrolled so that every place and index is a constant. The pivot
     // is the first entry of greatest magnitude in row-major order (a NaN never
-    // wins), its row and column kept as floats; a NaN at the pivot place
-    // gives up.
+    // wins), its place kept as the float 8 i + j; a NaN at the pivot place
+    // gives up. Every lane is swapped by selects: some lane nearly always
+    // swaps, so testing for none costs more than it saves.
     template <int k>
     ZQ_LANES static void eliminate(System& s) {
         s.ok &= s.m[k][k] == s.m[k][k];
-        V big = splat(-1.0f);
-        V ip = splat(float(k)), jp = splat(float(k));
+        V big = splat(-1.0f), at = splat(float(8 * k + k));
 #pragma GCC unroll 6
         for (int i = k; i < 6; ++i)
 #pragma GCC unroll 6
@@ -203,15 +203,15 @@ struct Ops {
                 const V a = reinterpret_cast<V>(magnitude_bits(s.m[i][j]));
                 const M wins = a > big;
                 big = select(wins, a, big);
-                ip = select(wins, splat(float(i)), ip);
-                jp = select(wins, splat(float(j)), jp);
+                at = select(wins, splat(float(8 * i + j)), at);
             }
+        const V ip = __builtin_convertvector(__builtin_convertvector(at * 0.125f, M), V);
+        const V jp = at - 8.0f * ip;
         // Rows k and ip, from column k on (columns left of k are not read
-        // again); only rows that some lane swaps.
+        // again).
 #pragma GCC unroll 6
         for (int i = k + 1; i < 6; ++i) {
             const M swap = ip == float(i);
-            if (!any(swap)) continue;
 #pragma GCC unroll 7
             for (int j = k; j < 7; ++j) {
                 const V rk = s.m[k][j], ri = s.m[i][j];
@@ -223,7 +223,6 @@ struct Ops {
 #pragma GCC unroll 6
         for (int j = k + 1; j < 6; ++j) {
             const M swap = jp == float(j);
-            if (!any(swap)) continue;
 #pragma GCC unroll 6
             for (int i = 0; i < 6; ++i) {
                 const V ck = s.m[i][k], cj = s.m[i][j];
