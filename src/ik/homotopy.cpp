@@ -341,8 +341,8 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
             homotopy_continuation_lanes(newton.chain, Hd, n, batch, theta_0, q);
         else
             newton.continuation(theta_0, q, count);
-        // The seeds in order; the loop ends at the eighth solution, so a seed
-        // after it in the same batch does not count.
+        // Every end of the batch wrapped and measured (in lanes where the
+        // seeds ran in lanes), then taken in seed order.
         float error[kHomotopyMaxLanes];
         for (int b = 0; b < count; ++b)
             for (int i = 0; i < n; ++i) q[b][i] = wrap(q[b][i]);
@@ -355,6 +355,8 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
                 error[b] = norm6(e);
             }
         }
+        // The loop ends at the eighth solution, so a seed after it in the same
+        // batch does not count.
         for (int b = 0; b < count && out->count < kHomotopyMaxSolutions; ++b) {
             take_end(q[b], error[b], n, out);
             if (ends) keep_end(ends, error[b], q[b]);
