@@ -265,7 +265,7 @@ void walk(const capsule_family& f, int nt, int nk, Add&& add) {
 
 // The walks of every family for every count of tool spheres and capsules,
 // made once on first use.
-constexpr int kMaxPairs = 96;
+static_assert(kPairSlots % kPairBlock == 0, "pairs of a kind fill whole blocks");
 struct plan {
     int n = 0;
     plan_pair pairs[kMaxPairs];
@@ -273,10 +273,18 @@ struct plan {
     // segment, by their places in the walk.
     int segments = 0, points = 0;
     uint8_t segment_at[kMaxPairs], point_at[kMaxPairs];
+    // Where the distance of each pair of the walk is measured: its place
+    // among the segment pairs, or kPairSlots plus its place among the points.
+    uint8_t slot[kMaxPairs];
     void add(const plan_pair& p) {
         if (n == kMaxPairs) return;
-        if (p.b0 == p.b1) point_at[points++] = uint8_t(n);
-        else segment_at[segments++] = uint8_t(n);
+        if (p.b0 == p.b1) {
+            slot[n] = uint8_t(kPairSlots + points);
+            point_at[points++] = uint8_t(n);
+        } else {
+            slot[n] = uint8_t(segments);
+            segment_at[segments++] = uint8_t(n);
+        }
         pairs[n++] = p;
     }
 };
@@ -326,10 +334,19 @@ float walk_scene(const plan& P, const scene_t<float>& s) {
     return m;
 }
 
-// Four points of a scene as the lanes of one vector point.
-v3<Lanes> gather(const scene_t<float>& s, const uint8_t at[4]) {
-    const v3<float>&a = s.p[at[0]], &b = s.p[at[1]], &c = s.p[at[2]], &d = s.p[at[3]];
-    return {Lanes{a.x, b.x, c.x, d.x}, Lanes{a.y, b.y, c.y, d.y}, Lanes{a.z, b.z, c.z, d.z}};
+// The pairs of the plan with their ends as the scene places them, in blocks:
+// the segment pairs, then the point pairs.
+void pack(const plan& P, const scene_t<float>& s, packed_pairs* out) {
+    auto put = [&](pair_block* b, int i, const plan_pair& q) {
+        const uint8_t ends[4] = {q.a0, q.a1, q.b0, q.b1};
+        for (int e = 0; e < 4; ++e) put_end(b, i, e, s.p[ends[e]].x, s.p[ends[e]].y, s.p[ends[e]].z);
+    };
+    for (int i = 0; i < P.segments; ++i) put(out->segment, i, P.pairs[P.segment_at[i]]);
+    for (int i = 0; i < P.points; ++i) put(out->point, i, P.pairs[P.point_at[i]]);
+    pad_pairs(out->segment, P.segments);
+    pad_pairs(out->point, P.points);
+    out->segments = P.segments;
+    out->points = P.points;
 }
 
 scene_t<float> to_scene(const capsule_scene& c) {
@@ -379,6 +396,18 @@ float walk_pairs(const capsule_family& f, const capsule_scene& scene) {
     return walk_scene(plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk)), to_scene(scene));
 }
 
+void pack_pairs(const capsule_family& f, const capsule_scene& scene, packed_pairs* out, float r[2 * kPairSlots]) {
+    const scene_t<float> s = to_scene(scene);
+    const plan& P = plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk));
+    pack(P, s, out);
+    for (int k = 0; k < P.n; ++k) r[P.slot[k]] = s.r[P.pairs[k].ra] + s.r[P.pairs[k].rb];
+}
+
+void measure_pairs(const packed_pairs& pp, float d[2 * kPairSlots], int width) {
+    pair_distances(pp.segment, pp.segments, false, d, width);
+    pair_distances(pp.point, pp.points, true, d + kPairSlots, width);
+}
+
 int list_pairs(const capsule_family& f, const capsule_scene& scene, capsule_pair* out, int capacity) {
     const scene_t<float> s = to_scene(scene);
     const plan& P = plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk));
@@ -395,32 +424,18 @@ float capsule_clearance(const capsule_family& f, const capsule_chain& chain, con
     scene_t<float> s;
     build(f, chain, q, spheres, nt, &s);
     const plan& P = plan_of(f, s.nt, s.nk);
-    // Every distance, four pairs of a kind at a time; then the walk over them.
-    float d[kMaxPairs];
-    for (int g = 0; g < P.segments; g += 4) {
-        uint8_t a0[4], a1[4], b0[4], b1[4];
-        for (int l = 0; l < 4; ++l) {
-            const plan_pair& q = P.pairs[P.segment_at[g + l < P.segments ? g + l : P.segments - 1]];
-            a0[l] = q.a0, a1[l] = q.a1, b0[l] = q.b0, b1[l] = q.b1;
-        }
-        const Lanes r = segment_distance(gather(s, a0), gather(s, a1), gather(s, b0), gather(s, b1));
-        for (int l = 0; l < 4 && g + l < P.segments; ++l) d[P.segment_at[g + l]] = r[l];
-    }
-    for (int g = 0; g < P.points; g += 4) {
-        uint8_t a0[4], a1[4], b0[4];
-        for (int l = 0; l < 4; ++l) {
-            const plan_pair& q = P.pairs[P.point_at[g + l < P.points ? g + l : P.points - 1]];
-            a0[l] = q.a0, a1[l] = q.a1, b0[l] = q.b0;
-        }
-        const Lanes r = point_distance(gather(s, b0), gather(s, a0), gather(s, a1));
-        for (int l = 0; l < 4 && g + l < P.points; ++l) d[P.point_at[g + l]] = r[l];
-    }
+    // Every distance, a lane group of pairs of a kind at a time; then the walk over them.
+    packed_pairs pp;
+    pack(P, s, &pp);
+    float d[2 * kPairSlots];
+    measure_pairs(pp, d);
     float m = 1.0f;
     for (int k = 0; k < P.n; ++k) {
         const plan_pair& q = P.pairs[k];
         const float r = s.r[q.ra] + s.r[q.rb];
-        if (d[k] - r < m) m = d[k] - r;
-        if (contact(r, d[k], q.strict)) break;
+        const float dk = d[P.slot[k]];
+        if (dk - r < m) m = dk - r;
+        if (contact(r, dk, q.strict)) break;
     }
     return m;
 }

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "collision/capsule_models.h"
+#include "collision/pair_lanes.h"
 #include "collision/primitives.h"
 #include "kinematics/lanes.h"
 #include "zq_collision.h"
@@ -63,8 +64,25 @@ struct capsule_pair {
 // at contact. Writes at most `capacity`; returns the count.
 int list_pairs(const capsule_family& f, const capsule_scene& scene, capsule_pair* out, int capacity);
 
+// The pairs of a walk as the check measures them: the pairs of two segments
+// and those of a segment and a point (a tool sphere) apart, each kind in
+// blocks of eight lanes, in the order of the walk.
+constexpr int kMaxPairs = 96;
+constexpr int kPairSlots = kMaxPairs + kPairBlock;
+struct packed_pairs {
+    int segments, points;
+    pair_block segment[kPairSlots / kPairBlock];
+    pair_block point[kPairSlots / kPairBlock];
+};
+// Packs the pairs of `scene` as capsule_clearance does; r[slot] is the sum of
+// the radii of the pair whose distance measure_pairs puts in d[slot].
+void pack_pairs(const capsule_family& f, const capsule_scene& scene, packed_pairs* out, float r[2 * kPairSlots]);
+// The distances of the packed pairs: segment pair i in d[i], point pair i in
+// d[kPairSlots + i]. `width` as pair_distances takes it.
+void measure_pairs(const packed_pairs& pp, float d[2 * kPairSlots], int width = 0);
+
 // The clearance of joints q (radians, float[8]): the value of build_capsules
-// and walk_pairs, bit for bit, with the pairs measured four at a time.
+// and walk_pairs, bit for bit, with the pairs measured a lane group at a time.
 float capsule_clearance(const capsule_family& f, const capsule_chain& chain, const float q[8],
                         const zq_tool_sphere_t* spheres, int nt);
 // Four configurations at once, one per lane: q[k] holds joint k of each.
