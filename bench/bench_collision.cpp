@@ -176,24 +176,25 @@ void BM_PairsFcl(benchmark::State& state) {
 }
 #endif
 
-// The pairs as the check measures them: packed by the library in lane
-// groups, the pairs of two segments and those of a tool sphere and a segment
-// apart, and measured eight at a time where the processor has AVX2, else four.
+// The pairs as the check measures them: in the library's lane groups, the
+// pairs of two segments and those of a tool sphere and a segment apart, each
+// lane taking its ends from the scene's points, eight lanes at a time where
+// the processor has AVX2, else four.
 void BM_PairsOursLanes(benchmark::State& state) {
     const zq::capsule_scene scene = open_pose(state);
-    zq::packed_pairs packed;
-    float r[2 * zq::kPairSlots] = {}, d[2 * zq::kPairSlots] = {};
-    zq::pack_pairs(family(), scene, &packed, r);
+    zq::scene_pairs pairs;
+    float xyz[3 * zq::kScenePoints], r[2 * zq::kPairSlots] = {}, d[2 * zq::kPairSlots] = {};
+    zq::prepare_pairs(family(), scene, xyz, &pairs, r);
     for (auto _ : state) {
-        zq::measure_pairs(packed, d);
+        zq::measure_pairs(pairs, d);
         float m = 1.0f;
-        for (int i = 0; i < packed.segments; ++i)
+        for (int i = 0; i < pairs.segments; ++i)
             if (d[i] - r[i] < m) m = d[i] - r[i];
-        for (int i = zq::kPairSlots; i < zq::kPairSlots + packed.points; ++i)
+        for (int i = zq::kPairSlots; i < zq::kPairSlots + pairs.points; ++i)
             if (d[i] - r[i] < m) m = d[i] - r[i];
         benchmark::DoNotOptimize(m);
     }
-    state.counters["pairs"] = double(packed.segments + packed.points);
+    state.counters["pairs"] = double(pairs.segments + pairs.points);
     state.counters["lanes"] = zq::pair_lane_width();
 }
 

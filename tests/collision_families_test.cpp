@@ -367,23 +367,33 @@ TEST(CollisionFamilies, LaneDistanceIsTheScalarDistanceBitForBit) {
     cases.push_back({o, o, x, x});                                               // two points
     cases.push_back({zq::point3{-0.1f, 0, 0}, x, zq::point3{0, -0.1f, 0}, y});    // crossing
     // Every width the processor has, as segment pairs and, with the second
-    // segment's first end as the point, as point pairs.
-    const int n = int(cases.size());
-    std::vector<zq::pair_block> blocks(size_t(n) / zq::kPairBlock + 1);
-    for (int i = 0; i < n; ++i)
-        for (int e = 0; e < 4; ++e) zq::put_end(blocks.data(), i, e, cases[i][e].x, cases[i][e].y, cases[i][e].z);
-    zq::pad_pairs(blocks.data(), n);
-    std::vector<float> d(blocks.size() * zq::kPairBlock);
-    for (int width = 4; width <= zq::pair_lane_width(); width += 4)
-        for (bool points : {false, true}) {
-            SCOPED_TRACE(testing::Message() << width << " lanes" << (points ? ", points" : ""));
-            zq::pair_distances(blocks.data(), n, points, d.data(), width);
-            for (int i = 0; i < n; ++i) {
-                const auto& c = cases[i];
-                const float s = points ? zq::p2l(c[2], c[0], c[1]) : zq::d_paralle(c[0], c[1], c[2], c[3]);
-                ASSERT_EQ(std::memcmp(&s, &d[i], 4), 0) << "case " << i << ": " << s << " vs " << d[i];
+    // segment's first end as the point, as point pairs. The ends are numbers
+    // in a list of points (one number to spare after the last), which holds
+    // 60 cases at a time so that the numbers fit a byte.
+    const int n = int(cases.size()), chunk = 60;
+    std::vector<float> xyz(chunk * 12 + 1, 0.0f);
+    std::vector<zq::pair_ends> ends(chunk + zq::kPairBlock);
+    std::vector<float> d(ends.size());
+    for (int block = 0; block < n; block += chunk) {
+        const int m = std::min(chunk, n - block);
+        for (int i = 0; i < m; ++i)
+            for (int e = 0; e < 4; ++e) {
+                const zq::point3& p = cases[block + i][e];
+                xyz[size_t(4 * i + e) * 3] = p.x, xyz[size_t(4 * i + e) * 3 + 1] = p.y, xyz[size_t(4 * i + e) * 3 + 2] = p.z;
+                ends[i].e[e] = uint8_t(4 * i + e);
             }
-        }
+        for (int i = m; i < m + zq::kPairBlock; ++i) ends[i] = ends[m - 1];
+        for (int width = 4; width <= zq::pair_lane_width(); width += 4)
+            for (bool points : {false, true}) {
+                SCOPED_TRACE(testing::Message() << width << " lanes" << (points ? ", points" : ""));
+                zq::pair_distances(xyz.data(), ends.data(), m, points, d.data(), width);
+                for (int i = 0; i < m; ++i) {
+                    const auto& c = cases[block + i];
+                    const float s = points ? zq::p2l(c[2], c[0], c[1]) : zq::d_paralle(c[0], c[1], c[2], c[3]);
+                    ASSERT_EQ(std::memcmp(&s, &d[i], 4), 0) << "case " << block + i << ": " << s << " vs " << d[i];
+                }
+            }
+    }
 }
 
 struct Sampled {

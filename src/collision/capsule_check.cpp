@@ -16,8 +16,10 @@ constexpr float kFlangeRadius = 0.03f;  // the flange as the first tool capsule 
 
 // Where a scene keeps its points and radii: one flat list, so that a pair is
 // four point numbers and two radius numbers.
-enum : uint8_t { kJA = 0, kJB = 16, kLA = 32, kLB = 48, kPoints = 64 };
+enum : uint8_t { kJA = 0, kJB = 16, kLA = 32, kLB = 48, kPoints = kScenePoints };
 enum : uint8_t { kRJ = 0, kRL = 16, kRadii = 32 };
+
+static_assert(sizeof(v3<float>) == 3 * sizeof(float), "a scene's points are a list of x, y, z");
 
 template <class T>
 struct scene_t {
@@ -276,16 +278,26 @@ struct plan {
     // Where the distance of each pair of the walk is measured: its place
     // among the segment pairs, or kPairSlots plus its place among the points.
     uint8_t slot[kMaxPairs];
+    // The ends of the pairs of each kind, the last repeated to a whole group.
+    pair_ends segment_ends[kPairSlots], point_ends[kPairSlots];
     void add(const plan_pair& p) {
         if (n == kMaxPairs) return;
+        pair_ends* ends;
         if (p.b0 == p.b1) {
             slot[n] = uint8_t(kPairSlots + points);
+            ends = &point_ends[points];
             point_at[points++] = uint8_t(n);
         } else {
             slot[n] = uint8_t(segments);
+            ends = &segment_ends[segments];
             segment_at[segments++] = uint8_t(n);
         }
+        *ends = pair_ends{{p.a0, p.a1, p.b0, p.b1}};
         pairs[n++] = p;
+    }
+    void finish() {
+        for (int i = segments; i % kPairBlock != 0; ++i) segment_ends[i] = segment_ends[segments - 1];
+        for (int i = points; i % kPairBlock != 0; ++i) point_ends[i] = point_ends[points - 1];
     }
 };
 struct plans {
@@ -299,6 +311,7 @@ struct plans {
                 for (int nk = 0; nk <= kMaxToolSpheres; ++nk) {
                     plan& p = all[static_cast<size_t>((i * 6 + nt) * 6 + nk)];
                     walk(f[i], nt, nk, [&](const plan_pair& pp) { p.add(pp); });
+                    p.finish();
                 }
     }
 };
@@ -334,19 +347,9 @@ float walk_scene(const plan& P, const scene_t<float>& s) {
     return m;
 }
 
-// The pairs of the plan with their ends as the scene places them, in blocks:
-// the segment pairs, then the point pairs.
-void pack(const plan& P, const scene_t<float>& s, packed_pairs* out) {
-    auto put = [&](pair_block* b, int i, const plan_pair& q) {
-        const uint8_t ends[4] = {q.a0, q.a1, q.b0, q.b1};
-        for (int e = 0; e < 4; ++e) put_end(b, i, e, s.p[ends[e]].x, s.p[ends[e]].y, s.p[ends[e]].z);
-    };
-    for (int i = 0; i < P.segments; ++i) put(out->segment, i, P.pairs[P.segment_at[i]]);
-    for (int i = 0; i < P.points; ++i) put(out->point, i, P.pairs[P.point_at[i]]);
-    pad_pairs(out->segment, P.segments);
-    pad_pairs(out->point, P.points);
-    out->segments = P.segments;
-    out->points = P.points;
+// The pairs of the plan on the scene's points.
+scene_pairs pairs_on(const plan& P, const scene_t<float>& s) {
+    return {reinterpret_cast<const float*>(s.p), P.segment_ends, P.point_ends, P.segments, P.points};
 }
 
 scene_t<float> to_scene(const capsule_scene& c) {
@@ -396,16 +399,19 @@ float walk_pairs(const capsule_family& f, const capsule_scene& scene) {
     return walk_scene(plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk)), to_scene(scene));
 }
 
-void pack_pairs(const capsule_family& f, const capsule_scene& scene, packed_pairs* out, float r[2 * kPairSlots]) {
+void prepare_pairs(const capsule_family& f, const capsule_scene& scene, float xyz[3 * kScenePoints],
+                   scene_pairs* out, float r[2 * kPairSlots]) {
     const scene_t<float> s = to_scene(scene);
     const plan& P = plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk));
-    pack(P, s, out);
+    std::memcpy(xyz, s.p, sizeof s.p);
+    *out = pairs_on(P, s);
+    out->xyz = xyz;
     for (int k = 0; k < P.n; ++k) r[P.slot[k]] = s.r[P.pairs[k].ra] + s.r[P.pairs[k].rb];
 }
 
-void measure_pairs(const packed_pairs& pp, float d[2 * kPairSlots], int width) {
-    pair_distances(pp.segment, pp.segments, false, d, width);
-    pair_distances(pp.point, pp.points, true, d + kPairSlots, width);
+void measure_pairs(const scene_pairs& sp, float d[2 * kPairSlots], int width) {
+    pair_distances(sp.xyz, sp.segment, sp.segments, false, d, width);
+    pair_distances(sp.xyz, sp.point, sp.points, true, d + kPairSlots, width);
 }
 
 int list_pairs(const capsule_family& f, const capsule_scene& scene, capsule_pair* out, int capacity) {
@@ -425,10 +431,8 @@ float capsule_clearance(const capsule_family& f, const capsule_chain& chain, con
     build(f, chain, q, spheres, nt, &s);
     const plan& P = plan_of(f, s.nt, s.nk);
     // Every distance, a lane group of pairs of a kind at a time; then the walk over them.
-    packed_pairs pp;
-    pack(P, s, &pp);
     float d[2 * kPairSlots];
-    measure_pairs(pp, d);
+    measure_pairs(pairs_on(P, s), d);
     float m = 1.0f;
     for (int k = 0; k < P.n; ++k) {
         const plan_pair& q = P.pairs[k];

@@ -65,21 +65,25 @@ struct capsule_pair {
 int list_pairs(const capsule_family& f, const capsule_scene& scene, capsule_pair* out, int capacity);
 
 // The pairs of a walk as the check measures them: the pairs of two segments
-// and those of a segment and a point (a tool sphere) apart, each kind in
-// blocks of eight lanes, in the order of the walk.
+// and those of a segment and a point (a tool sphere) apart, each kind in the
+// order of the walk, its ends numbers in the list of the scene's points.
 constexpr int kMaxPairs = 96;
 constexpr int kPairSlots = kMaxPairs + kPairBlock;
-struct packed_pairs {
+constexpr int kScenePoints = 64;
+struct scene_pairs {
+    const float* xyz;  // the scene's points: x, y, z of each
+    const pair_ends* segment;
+    const pair_ends* point;
     int segments, points;
-    pair_block segment[kPairSlots / kPairBlock];
-    pair_block point[kPairSlots / kPairBlock];
 };
-// Packs the pairs of `scene` as capsule_clearance does; r[slot] is the sum of
-// the radii of the pair whose distance measure_pairs puts in d[slot].
-void pack_pairs(const capsule_family& f, const capsule_scene& scene, packed_pairs* out, float r[2 * kPairSlots]);
-// The distances of the packed pairs: segment pair i in d[i], point pair i in
+// The pairs of `scene` as capsule_clearance measures them, its points copied
+// to xyz; r[slot] is the sum of the radii of the pair whose distance
+// measure_pairs puts in d[slot].
+void prepare_pairs(const capsule_family& f, const capsule_scene& scene, float xyz[3 * kScenePoints],
+                   scene_pairs* out, float r[2 * kPairSlots]);
+// The distances of the pairs: segment pair i in d[i], point pair i in
 // d[kPairSlots + i]. `width` as pair_distances takes it.
-void measure_pairs(const packed_pairs& pp, float d[2 * kPairSlots], int width = 0);
+void measure_pairs(const scene_pairs& sp, float d[2 * kPairSlots], int width = 0);
 
 // The clearance of joints q (radians, float[8]): the value of build_capsules
 // and walk_pairs, bit for bit, with the pairs measured a lane group at a time.
