@@ -1,7 +1,7 @@
-// The eight-lane helpers take and return 32-byte vectors; all of them are
+// The eight-lane code passes 32-byte vectors between functions that are all
 // inlined into the one entry point compiled for AVX2, so no call passes one
-// and the note on their calling convention does not apply.
-// (Set before the includes: the lane templates are instantiated here.)
+// and the note on their calling convention does not apply. (Set before the
+// includes: the lane templates are instantiated here.)
 #pragma GCC diagnostic ignored "-Wpsabi"
 
 #include "collision/pair_lanes.h"
@@ -9,10 +9,6 @@
 #include <cstring>
 
 #include "collision/segment_lanes.h"
-
-#if defined(__x86_64__) || defined(__i386__)
-#include <immintrin.h>
-#endif
 
 namespace zq {
 namespace {
@@ -31,17 +27,38 @@ template <class V>
     return p;
 }
 
-#if defined(__SSE__)
-// The same for four lanes: each point loaded whole with the number after it,
-// and the four turned into their x, y and z.
+#if defined(__clang__) || __GNUC__ >= 12
+// The same with each point loaded whole, with the number after it, and the
+// points turned into their x, y and z by shuffles. In eight lanes, lanes l
+// and l + 4 share the halves of a vector until the x, y and z are apart.
+[[gnu::always_inline]] inline Lanes point_at(const float* xyz, uint8_t i) {
+    Lanes p;
+    std::memcpy(&p, xyz + 3 * i, sizeof p);
+    return p;
+}
+
 template <>
 [[gnu::always_inline]] inline v3<Lanes> end_of<Lanes>(const float* xyz, const pair_ends* g, int e) {
-    const __m128 a = _mm_loadu_ps(xyz + 3 * g[0].e[e]), b = _mm_loadu_ps(xyz + 3 * g[1].e[e]);
-    const __m128 c = _mm_loadu_ps(xyz + 3 * g[2].e[e]), d = _mm_loadu_ps(xyz + 3 * g[3].e[e]);
-    const __m128 ab = _mm_unpacklo_ps(a, b), cd = _mm_unpacklo_ps(c, d);
-    const __m128 abz = _mm_unpackhi_ps(a, b), cdz = _mm_unpackhi_ps(c, d);
-    return {reinterpret_cast<Lanes>(_mm_movelh_ps(ab, cd)), reinterpret_cast<Lanes>(_mm_movehl_ps(cd, ab)),
-            reinterpret_cast<Lanes>(_mm_movelh_ps(abz, cdz))};
+    const Lanes a = point_at(xyz, g[0].e[e]), b = point_at(xyz, g[1].e[e]);
+    const Lanes c = point_at(xyz, g[2].e[e]), d = point_at(xyz, g[3].e[e]);
+    const Lanes ab = __builtin_shufflevector(a, b, 0, 4, 1, 5), cd = __builtin_shufflevector(c, d, 0, 4, 1, 5);
+    const Lanes abz = __builtin_shufflevector(a, b, 2, 6, 3, 7), cdz = __builtin_shufflevector(c, d, 2, 6, 3, 7);
+    return {__builtin_shufflevector(ab, cd, 0, 1, 4, 5), __builtin_shufflevector(ab, cd, 2, 3, 6, 7),
+            __builtin_shufflevector(abz, cdz, 0, 1, 4, 5)};
+}
+
+template <>
+[[gnu::always_inline]] inline v3<Lanes8> end_of<Lanes8>(const float* xyz, const pair_ends* g, int e) {
+    Lanes8 p[4];
+    for (int l = 0; l < 4; ++l)
+        p[l] = __builtin_shufflevector(point_at(xyz, g[l].e[e]), point_at(xyz, g[l + 4].e[e]), 0, 1, 2, 3, 4, 5, 6, 7);
+    const Lanes8 ab = __builtin_shufflevector(p[0], p[1], 0, 8, 1, 9, 4, 12, 5, 13);
+    const Lanes8 cd = __builtin_shufflevector(p[2], p[3], 0, 8, 1, 9, 4, 12, 5, 13);
+    const Lanes8 abz = __builtin_shufflevector(p[0], p[1], 2, 10, 3, 11, 6, 14, 7, 15);
+    const Lanes8 cdz = __builtin_shufflevector(p[2], p[3], 2, 10, 3, 11, 6, 14, 7, 15);
+    return {__builtin_shufflevector(ab, cd, 0, 1, 8, 9, 4, 5, 12, 13),
+            __builtin_shufflevector(ab, cd, 2, 3, 10, 11, 6, 7, 14, 15),
+            __builtin_shufflevector(abz, cdz, 0, 1, 8, 9, 4, 5, 12, 13)};
 }
 #endif
 
@@ -66,36 +83,13 @@ void measure4(const float* xyz, const pair_ends* ends, int n, bool points, float
 // of 32-byte vectors may assume 32: the four lanes serve there.
 #if (defined(__x86_64__) || defined(__i386__)) && !defined(_WIN32)
 #define ZQ_PAIR_LANES8 1
-// Eight lanes compiled for AVX2 alone, without fused multiply-adds, so that
-// every lane does the float arithmetic of the four-lane form. Lanes l and
-// l + 4 of a point share a register's halves until the x, y and z are apart.
-#define ZQ_AVX2 __attribute__((target("avx2"), always_inline)) inline
-ZQ_AVX2 v3<Lanes8> end8(const float* xyz, const pair_ends* g, int e) {
-    __m256 p[4];
-    for (int l = 0; l < 4; ++l)
-        p[l] = _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(xyz + 3 * g[l].e[e])),
-                                    _mm_loadu_ps(xyz + 3 * g[l + 4].e[e]), 1);
-    const __m256 ab = _mm256_unpacklo_ps(p[0], p[1]), cd = _mm256_unpacklo_ps(p[2], p[3]);
-    const __m256 abz = _mm256_unpackhi_ps(p[0], p[1]), cdz = _mm256_unpackhi_ps(p[2], p[3]);
-    return {reinterpret_cast<Lanes8>(_mm256_shuffle_ps(ab, cd, 0x44)),
-            reinterpret_cast<Lanes8>(_mm256_shuffle_ps(ab, cd, 0xee)),
-            reinterpret_cast<Lanes8>(_mm256_shuffle_ps(abz, cdz, 0x44))};
-}
-
-template <bool Points>
-ZQ_AVX2 void measure8(const float* xyz, const pair_ends* ends, int n, float* out) {
-    for (int i = 0; i < n; i += 8) {
-        const pair_ends* g = ends + i;
-        const Lanes8 d = Points ? point_distance(end8(xyz, g, 2), end8(xyz, g, 0), end8(xyz, g, 1))
-                                : segment_distance(end8(xyz, g, 0), end8(xyz, g, 1), end8(xyz, g, 2), end8(xyz, g, 3));
-        std::memcpy(out + i, &d, sizeof d);
-    }
-}
-
+// Compiled for AVX2 alone, without fused multiply-adds, so that every lane
+// does the float arithmetic of the four-lane form. Only pointers cross into
+// the lane code, which is all inlined here.
 __attribute__((target("avx2"))) void measure8(const float* xyz, const pair_ends* ends, int n, bool points,
                                               float* out) {
-    if (points) measure8<true>(xyz, ends, n, out);
-    else measure8<false>(xyz, ends, n, out);
+    if (points) measure<Lanes8, true>(xyz, ends, n, out);
+    else measure<Lanes8, false>(xyz, ends, n, out);
 }
 #endif
 
