@@ -183,7 +183,7 @@ void BM_PairsFcl(benchmark::State& state) {
 void BM_PairsOursLanes(benchmark::State& state) {
     const zq::capsule_scene scene = open_pose(state);
     zq::scene_pairs pairs;
-    float xyz[3 * zq::kScenePoints], r[2 * zq::kPairSlots] = {}, d[2 * zq::kPairSlots] = {};
+    float xyz[3 * zq::kScenePoints + 1], r[2 * zq::kPairSlots] = {}, d[2 * zq::kPairSlots] = {};
     zq::prepare_pairs(family(), scene, xyz, &pairs, r);
     for (auto _ : state) {
         zq::measure_pairs(pairs, d);

@@ -347,7 +347,8 @@ float walk_scene(const plan& P, const scene_t<float>& s) {
     return m;
 }
 
-// The pairs of the plan on the scene's points.
+// The pairs of the plan on the scene's points (its radii follow them, so
+// the last point has a number after it).
 scene_pairs pairs_on(const plan& P, const scene_t<float>& s) {
     return {reinterpret_cast<const float*>(s.p), P.segment_ends, P.point_ends, P.segments, P.points};
 }
@@ -399,11 +400,12 @@ float walk_pairs(const capsule_family& f, const capsule_scene& scene) {
     return walk_scene(plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk)), to_scene(scene));
 }
 
-void prepare_pairs(const capsule_family& f, const capsule_scene& scene, float xyz[3 * kScenePoints],
+void prepare_pairs(const capsule_family& f, const capsule_scene& scene, float xyz[3 * kScenePoints + 1],
                    scene_pairs* out, float r[2 * kPairSlots]) {
     const scene_t<float> s = to_scene(scene);
     const plan& P = plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk));
     std::memcpy(xyz, s.p, sizeof s.p);
+    xyz[3 * kScenePoints] = 0.0f;
     *out = pairs_on(P, s);
     out->xyz = xyz;
     for (int k = 0; k < P.n; ++k) r[P.slot[k]] = s.r[P.pairs[k].ra] + s.r[P.pairs[k].rb];

@@ -71,7 +71,7 @@ constexpr int kMaxPairs = 96;
 constexpr int kPairSlots = kMaxPairs + kPairBlock;
 constexpr int kScenePoints = 64;
 struct scene_pairs {
-    const float* xyz;  // the scene's points: x, y, z of each
+    const float* xyz;  // the scene's points: x, y, z of each (one number to spare after the last)
     const pair_ends* segment;
     const pair_ends* point;
     int segments, points;
@@ -79,7 +79,7 @@ struct scene_pairs {
 // The pairs of `scene` as capsule_clearance measures them, its points copied
 // to xyz; r[slot] is the sum of the radii of the pair whose distance
 // measure_pairs puts in d[slot].
-void prepare_pairs(const capsule_family& f, const capsule_scene& scene, float xyz[3 * kScenePoints],
+void prepare_pairs(const capsule_family& f, const capsule_scene& scene, float xyz[3 * kScenePoints + 1],
                    scene_pairs* out, float r[2 * kPairSlots]);
 // The distances of the pairs: segment pair i in d[i], point pair i in
 // d[kPairSlots + i]. `width` as pair_distances takes it.

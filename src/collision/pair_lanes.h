@@ -21,7 +21,9 @@ struct pair_ends {
 int pair_lane_width();
 
 // Distances of n pairs whose ends are points of `xyz` (point i at xyz[3 i],
-// xyz[3 i + 1], xyz[3 i + 2]): segment to segment as d_paralle measures them,
+// xyz[3 i + 1], xyz[3 i + 2]; a point is read with the number after it, so
+// the list must go on one number past the last point used, whatever its
+// value): segment to segment as d_paralle measures them,
 // or with `points`, from the point in end 2 to the segment of ends 0 and 1 as
 // p2l does. `ends` holds n rounded up to eight entries (those past n repeat a
 // pair), `out` has room for as many. `width` 4 or 8 picks the lanes (8 only

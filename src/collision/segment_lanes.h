@@ -1,8 +1,9 @@
 // The segment distance of primitives.cpp written once for a float and for
-// four or eight lanes: every case is computed and the answer picked by selects, so a
-// lane gives the bits of d_paralle on its segments (a point is a segment of
-// no length, which makes it p2l). The squared answer is picked first and one
-// root taken at the end: every case of d_paralle is the root of a square.
+// four or eight lanes: every case is computed and the answer picked by
+// selects, so a lane gives the bits of d_paralle on its segments (a point is
+// a segment of no length, which makes it p2l). The squared answer is picked
+// first and one root taken at the end: every case of d_paralle is the root of
+// a square.
 #pragma once
 
 #include <cmath>
