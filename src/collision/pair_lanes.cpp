@@ -83,13 +83,21 @@ void measure4(const float* xyz, const pair_ends* ends, int n, bool points, float
 // of 32-byte vectors may assume 32: the four lanes serve there.
 #if (defined(__x86_64__) || defined(__i386__)) && !defined(_WIN32)
 #define ZQ_PAIR_LANES8 1
+// Eight lanes, but four for a last group of four pairs or fewer.
+template <bool Points>
+[[gnu::always_inline]] inline void measure_wide(const float* xyz, const pair_ends* ends, int n, float* out) {
+    const int whole = n - n % 8;
+    measure<Lanes8, Points>(xyz, ends, n - whole > 4 ? n : whole, out);
+    if (n - whole > 0 && n - whole <= 4) measure<Lanes, Points>(xyz, ends + whole, n - whole, out + whole);
+}
+
 // Compiled for AVX2 alone, without fused multiply-adds, so that every lane
 // does the float arithmetic of the four-lane form. Only pointers cross into
 // the lane code, which is all inlined here.
 __attribute__((target("avx2"))) void measure8(const float* xyz, const pair_ends* ends, int n, bool points,
                                               float* out) {
-    if (points) measure<Lanes8, true>(xyz, ends, n, out);
-    else measure<Lanes8, false>(xyz, ends, n, out);
+    if (points) measure_wide<true>(xyz, ends, n, out);
+    else measure_wide<false>(xyz, ends, n, out);
 }
 #endif
 
