@@ -14,8 +14,8 @@
 #include <fcl/narrowphase/distance.h>
 #endif
 
+#include "collision/capsule_check.h"
 #include "collision/primitives.h"
-#include "collision/segment_lanes.h"
 #include "collision/self_collision.h"
 #include "kinematics/sys_data.h"
 #include "zq_api.h"
@@ -36,6 +36,8 @@ std::vector<float> samples_in_limits(unsigned seed) {
             q[s * 7 + i] = std::uniform_real_distribution<float>(mn[i], mx[i])(rng);
     return q;
 }
+
+const zq::capsule_family& family() { return *zq::capsule_family_of(zq::get_model_code()); }
 
 void load(benchmark::State& state) {
     zq_algo_init_sys_data(static_cast<zq_robot_arm_model_e>(state.range(0)), ZQ_MODEL_ZQ_B_E);
@@ -76,8 +78,8 @@ void BM_SelfCollisionFullWalk(benchmark::State& state) {
     state.counters["clearance_mm"] = best_c * 1000.0;
 }
 
-// The most open pose of the samples and the pairs its walk tests.
-std::vector<zq::capsule_pair> pairs_of_open_pose(benchmark::State& state) {
+// The capsules of the most open pose of the samples.
+zq::capsule_scene open_pose(benchmark::State& state) {
     load(state);
     const std::vector<float> q = samples_in_limits(5);
     float best[8] = {}, best_c = -1.0f;
@@ -96,11 +98,16 @@ std::vector<zq::capsule_pair> pairs_of_open_pose(benchmark::State& state) {
         zq_algo_get_tool_envelope(i, &spheres[nt]);
         if (spheres[nt].radius > 0.0f) ++nt;
     }
-    const zq::capsule_family& f = *zq::capsule_family_of(zq::get_model_code());
     zq::capsule_scene scene;
-    zq::build_capsules(f, zq::loaded_chain(), best, spheres, nt, &scene);
+    zq::build_capsules(family(), zq::loaded_chain(), best, spheres, nt, &scene);
+    return scene;
+}
+
+// The pairs the walk of the most open pose tests.
+std::vector<zq::capsule_pair> pairs_of_open_pose(benchmark::State& state) {
+    const zq::capsule_scene scene = open_pose(state);
     std::vector<zq::capsule_pair> pairs(64);
-    pairs.resize(zq::list_pairs(f, scene, pairs.data(), 64));
+    pairs.resize(zq::list_pairs(family(), scene, pairs.data(), 64));
     return pairs;
 }
 
@@ -169,41 +176,26 @@ void BM_PairsFcl(benchmark::State& state) {
 }
 #endif
 
-// The pairs as the check measures them: four at a time in vector lanes, the
-// pairs of two segments and those of a tool sphere and a segment apart.
+// The pairs as the check measures them: in the library's lane groups, the
+// pairs of two segments and those of a tool sphere and a segment apart, each
+// lane taking its ends from the scene's points, eight lanes at a time where
+// the processor has AVX2, else four.
 void BM_PairsOursLanes(benchmark::State& state) {
-    const std::vector<zq::capsule_pair> all = pairs_of_open_pose(state);
-    struct group {
-        bool point;
-        zq::seg_detail::v3<zq::Lanes> e[4];
-        zq::Lanes r;
-    };
-    std::vector<group> groups;
-    for (int point = 0; point < 2; ++point) {
-        std::vector<zq::capsule_pair> kind;
-        for (const zq::capsule_pair& p : all)
-            if ((zq::dap(p.b0, p.b1) == 0.0f) == (point == 1)) kind.push_back(p);
-        for (size_t g = 0; g < kind.size(); g += 4) {
-            group gr{point == 1, {}, {}};
-            for (size_t l = 0; l < 4; ++l) {
-                const zq::capsule_pair& p = kind[std::min(g + l, kind.size() - 1)];
-                const zq::point3 pts[4] = {p.a0, p.a1, p.b0, p.b1};
-                for (int e = 0; e < 4; ++e) gr.e[e].x[l] = pts[e].x, gr.e[e].y[l] = pts[e].y, gr.e[e].z[l] = pts[e].z;
-                gr.r[l] = p.ra + p.rb;
-            }
-            groups.push_back(gr);
-        }
-    }
+    const zq::capsule_scene scene = open_pose(state);
+    zq::scene_pairs pairs;
+    float xyz[3 * zq::kScenePoints + 1], r[2 * zq::kPairSlots] = {}, d[2 * zq::kPairSlots] = {};
+    zq::prepare_pairs(family(), scene, xyz, &pairs, r);
     for (auto _ : state) {
-        zq::Lanes m = zq::splat(1.0f);
-        for (const group& g : groups) {
-            const zq::Lanes d = g.point ? zq::point_distance(g.e[2], g.e[0], g.e[1])
-                                        : zq::segment_distance(g.e[0], g.e[1], g.e[2], g.e[3]);
-            m = (d - g.r < m) ? d - g.r : m;
-        }
+        zq::measure_pairs(pairs, d);
+        float m = 1.0f;
+        for (int i = 0; i < pairs.segments; ++i)
+            if (d[i] - r[i] < m) m = d[i] - r[i];
+        for (int i = zq::kPairSlots; i < zq::kPairSlots + pairs.points; ++i)
+            if (d[i] - r[i] < m) m = d[i] - r[i];
         benchmark::DoNotOptimize(m);
     }
-    state.counters["pairs"] = double(all.size());
+    state.counters["pairs"] = double(pairs.segments + pairs.points);
+    state.counters["lanes"] = zq::pair_lane_width();
 }
 
 // Whole paths of free configurations in one call: configurations per second.

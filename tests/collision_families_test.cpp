@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "collision/capsule_check.h"
-#include "collision/segment_lanes.h"
+#include "collision/pair_lanes.h"
 #include "collision/self_collision.h"
 #include "kinematics/sys_data.h"
 #include "kinematics/units.h"
@@ -366,19 +366,33 @@ TEST(CollisionFamilies, LaneDistanceIsTheScalarDistanceBitForBit) {
     cases.push_back({x, y, y, y});                                               // the other a point
     cases.push_back({o, o, x, x});                                               // two points
     cases.push_back({zq::point3{-0.1f, 0, 0}, x, zq::point3{0, -0.1f, 0}, y});    // crossing
-    for (int g = 0; g < int(cases.size()); g += 4) {
-        zq::seg_detail::v3<zq::Lanes> L[4];
-        for (int l = 0; l < 4; ++l) {
-            const auto& c = cases[std::min<size_t>(g + l, cases.size() - 1)];
-            for (int e = 0; e < 4; ++e) L[e].x[l] = c[e].x, L[e].y[l] = c[e].y, L[e].z[l] = c[e].z;
-        }
-        const zq::Lanes d = zq::segment_distance(L[0], L[1], L[2], L[3]);
-        for (int l = 0; l < 4 && g + l < int(cases.size()); ++l) {
-            const auto& c = cases[g + l];
-            const float s = zq::d_paralle(c[0], c[1], c[2], c[3]);
-            const float lane = d[l];
-            ASSERT_EQ(std::memcmp(&s, &lane, 4), 0) << "case " << g + l << ": " << s << " vs " << lane;
-        }
+    // Every width the processor has, as segment pairs and, with the second
+    // segment's first end as the point, as point pairs. The ends are numbers
+    // in a list of points (one number to spare after the last), which holds
+    // 60 cases at a time so that the numbers fit a byte.
+    const int n = int(cases.size()), chunk = 60;
+    std::vector<float> xyz(chunk * 12 + 1, 0.0f);
+    std::vector<zq::pair_ends> ends(chunk + zq::kPairBlock);
+    std::vector<float> d(ends.size());
+    for (int block = 0; block < n; block += chunk) {
+        const int m = std::min(chunk, n - block);
+        for (int i = 0; i < m; ++i)
+            for (int e = 0; e < 4; ++e) {
+                const zq::point3& p = cases[block + i][e];
+                xyz[size_t(4 * i + e) * 3] = p.x, xyz[size_t(4 * i + e) * 3 + 1] = p.y, xyz[size_t(4 * i + e) * 3 + 2] = p.z;
+                ends[i].e[e] = uint8_t(4 * i + e);
+            }
+        for (int i = m; i < m + zq::kPairBlock; ++i) ends[i] = ends[m - 1];
+        for (int width = 4; width <= zq::pair_lane_width(); width += 4)
+            for (bool points : {false, true}) {
+                SCOPED_TRACE(testing::Message() << width << " lanes" << (points ? ", points" : ""));
+                zq::pair_distances(xyz.data(), ends.data(), m, points, d.data(), width);
+                for (int i = 0; i < m; ++i) {
+                    const auto& c = cases[block + i];
+                    const float s = points ? zq::p2l(c[2], c[0], c[1]) : zq::d_paralle(c[0], c[1], c[2], c[3]);
+                    ASSERT_EQ(std::memcmp(&s, &d[i], 4), 0) << "case " << block + i << ": " << s << " vs " << d[i];
+                }
+            }
     }
 }
 

@@ -16,8 +16,10 @@ constexpr float kFlangeRadius = 0.03f;  // the flange as the first tool capsule 
 
 // Where a scene keeps its points and radii: one flat list, so that a pair is
 // four point numbers and two radius numbers.
-enum : uint8_t { kJA = 0, kJB = 16, kLA = 32, kLB = 48, kPoints = 64 };
+enum : uint8_t { kJA = 0, kJB = 16, kLA = 32, kLB = 48, kPoints = kScenePoints };
 enum : uint8_t { kRJ = 0, kRL = 16, kRadii = 32 };
+
+static_assert(sizeof(v3<float>) == 3 * sizeof(float), "a scene's points are a list of x, y, z");
 
 template <class T>
 struct scene_t {
@@ -265,7 +267,7 @@ void walk(const capsule_family& f, int nt, int nk, Add&& add) {
 
 // The walks of every family for every count of tool spheres and capsules,
 // made once on first use.
-constexpr int kMaxPairs = 96;
+static_assert(kPairSlots % kPairBlock == 0, "pairs of a kind fill whole blocks");
 struct plan {
     int n = 0;
     plan_pair pairs[kMaxPairs];
@@ -273,11 +275,29 @@ struct plan {
     // segment, by their places in the walk.
     int segments = 0, points = 0;
     uint8_t segment_at[kMaxPairs], point_at[kMaxPairs];
+    // Where the distance of each pair of the walk is measured: its place
+    // among the segment pairs, or kPairSlots plus its place among the points.
+    uint8_t slot[kMaxPairs];
+    // The ends of the pairs of each kind, the last repeated to a whole group.
+    pair_ends segment_ends[kPairSlots], point_ends[kPairSlots];
     void add(const plan_pair& p) {
         if (n == kMaxPairs) return;
-        if (p.b0 == p.b1) point_at[points++] = uint8_t(n);
-        else segment_at[segments++] = uint8_t(n);
+        pair_ends* ends;
+        if (p.b0 == p.b1) {
+            slot[n] = uint8_t(kPairSlots + points);
+            ends = &point_ends[points];
+            point_at[points++] = uint8_t(n);
+        } else {
+            slot[n] = uint8_t(segments);
+            ends = &segment_ends[segments];
+            segment_at[segments++] = uint8_t(n);
+        }
+        *ends = pair_ends{{p.a0, p.a1, p.b0, p.b1}};
         pairs[n++] = p;
+    }
+    void finish() {
+        for (int i = segments; i % kPairBlock != 0; ++i) segment_ends[i] = segment_ends[segments - 1];
+        for (int i = points; i % kPairBlock != 0; ++i) point_ends[i] = point_ends[points - 1];
     }
 };
 struct plans {
@@ -291,6 +311,7 @@ struct plans {
                 for (int nk = 0; nk <= kMaxToolSpheres; ++nk) {
                     plan& p = all[static_cast<size_t>((i * 6 + nt) * 6 + nk)];
                     walk(f[i], nt, nk, [&](const plan_pair& pp) { p.add(pp); });
+                    p.finish();
                 }
     }
 };
@@ -326,10 +347,10 @@ float walk_scene(const plan& P, const scene_t<float>& s) {
     return m;
 }
 
-// Four points of a scene as the lanes of one vector point.
-v3<Lanes> gather(const scene_t<float>& s, const uint8_t at[4]) {
-    const v3<float>&a = s.p[at[0]], &b = s.p[at[1]], &c = s.p[at[2]], &d = s.p[at[3]];
-    return {Lanes{a.x, b.x, c.x, d.x}, Lanes{a.y, b.y, c.y, d.y}, Lanes{a.z, b.z, c.z, d.z}};
+// The pairs of the plan on the scene's points (its radii follow them, so
+// the last point has a number after it).
+scene_pairs pairs_on(const plan& P, const scene_t<float>& s) {
+    return {reinterpret_cast<const float*>(s.p), P.segment_ends, P.point_ends, P.segments, P.points};
 }
 
 scene_t<float> to_scene(const capsule_scene& c) {
@@ -379,6 +400,22 @@ float walk_pairs(const capsule_family& f, const capsule_scene& scene) {
     return walk_scene(plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk)), to_scene(scene));
 }
 
+void prepare_pairs(const capsule_family& f, const capsule_scene& scene, float xyz[3 * kScenePoints + 1],
+                   scene_pairs* out, float r[2 * kPairSlots]) {
+    const scene_t<float> s = to_scene(scene);
+    const plan& P = plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk));
+    std::memcpy(xyz, s.p, sizeof s.p);
+    xyz[3 * kScenePoints] = 0.0f;
+    *out = pairs_on(P, s);
+    out->xyz = xyz;
+    for (int k = 0; k < P.n; ++k) r[P.slot[k]] = s.r[P.pairs[k].ra] + s.r[P.pairs[k].rb];
+}
+
+void measure_pairs(const scene_pairs& sp, float d[2 * kPairSlots], int width) {
+    pair_distances(sp.xyz, sp.segment, sp.segments, false, d, width);
+    pair_distances(sp.xyz, sp.point, sp.points, true, d + kPairSlots, width);
+}
+
 int list_pairs(const capsule_family& f, const capsule_scene& scene, capsule_pair* out, int capacity) {
     const scene_t<float> s = to_scene(scene);
     const plan& P = plan_of(f, clamp_spheres(scene.nt), clamp_spheres(scene.nk));
@@ -395,32 +432,16 @@ float capsule_clearance(const capsule_family& f, const capsule_chain& chain, con
     scene_t<float> s;
     build(f, chain, q, spheres, nt, &s);
     const plan& P = plan_of(f, s.nt, s.nk);
-    // Every distance, four pairs of a kind at a time; then the walk over them.
-    float d[kMaxPairs];
-    for (int g = 0; g < P.segments; g += 4) {
-        uint8_t a0[4], a1[4], b0[4], b1[4];
-        for (int l = 0; l < 4; ++l) {
-            const plan_pair& q = P.pairs[P.segment_at[g + l < P.segments ? g + l : P.segments - 1]];
-            a0[l] = q.a0, a1[l] = q.a1, b0[l] = q.b0, b1[l] = q.b1;
-        }
-        const Lanes r = segment_distance(gather(s, a0), gather(s, a1), gather(s, b0), gather(s, b1));
-        for (int l = 0; l < 4 && g + l < P.segments; ++l) d[P.segment_at[g + l]] = r[l];
-    }
-    for (int g = 0; g < P.points; g += 4) {
-        uint8_t a0[4], a1[4], b0[4];
-        for (int l = 0; l < 4; ++l) {
-            const plan_pair& q = P.pairs[P.point_at[g + l < P.points ? g + l : P.points - 1]];
-            a0[l] = q.a0, a1[l] = q.a1, b0[l] = q.b0;
-        }
-        const Lanes r = point_distance(gather(s, b0), gather(s, a0), gather(s, a1));
-        for (int l = 0; l < 4 && g + l < P.points; ++l) d[P.point_at[g + l]] = r[l];
-    }
+    // Every distance, a lane group of pairs of a kind at a time; then the walk over them.
+    float d[2 * kPairSlots];
+    measure_pairs(pairs_on(P, s), d);
     float m = 1.0f;
     for (int k = 0; k < P.n; ++k) {
         const plan_pair& q = P.pairs[k];
         const float r = s.r[q.ra] + s.r[q.rb];
-        if (d[k] - r < m) m = d[k] - r;
-        if (contact(r, d[k], q.strict)) break;
+        const float dk = d[P.slot[k]];
+        if (dk - r < m) m = dk - r;
+        if (contact(r, dk, q.strict)) break;
     }
     return m;
 }

@@ -9,6 +9,7 @@
 #include <cstdint>
 
 #include "collision/capsule_models.h"
+#include "collision/pair_lanes.h"
 #include "collision/primitives.h"
 #include "kinematics/lanes.h"
 #include "zq_collision.h"
@@ -63,8 +64,29 @@ struct capsule_pair {
 // at contact. Writes at most `capacity`; returns the count.
 int list_pairs(const capsule_family& f, const capsule_scene& scene, capsule_pair* out, int capacity);
 
+// The pairs of a walk as the check measures them: the pairs of two segments
+// and those of a segment and a point (a tool sphere) apart, each kind in the
+// order of the walk, its ends numbers in the list of the scene's points.
+constexpr int kMaxPairs = 96;
+constexpr int kPairSlots = kMaxPairs + kPairBlock;
+constexpr int kScenePoints = 64;
+struct scene_pairs {
+    const float* xyz;  // the scene's points: x, y, z of each (one number to spare after the last)
+    const pair_ends* segment;
+    const pair_ends* point;
+    int segments, points;
+};
+// The pairs of `scene` as capsule_clearance measures them, its points copied
+// to xyz; r[slot] is the sum of the radii of the pair whose distance
+// measure_pairs puts in d[slot].
+void prepare_pairs(const capsule_family& f, const capsule_scene& scene, float xyz[3 * kScenePoints + 1],
+                   scene_pairs* out, float r[2 * kPairSlots]);
+// The distances of the pairs: segment pair i in d[i], point pair i in
+// d[kPairSlots + i]. `width` as pair_distances takes it.
+void measure_pairs(const scene_pairs& sp, float d[2 * kPairSlots], int width = 0);
+
 // The clearance of joints q (radians, float[8]): the value of build_capsules
-// and walk_pairs, bit for bit, with the pairs measured four at a time.
+// and walk_pairs, bit for bit, with the pairs measured a lane group at a time.
 float capsule_clearance(const capsule_family& f, const capsule_chain& chain, const float q[8],
                         const zq_tool_sphere_t* spheres, int nt);
 // Four configurations at once, one per lane: q[k] holds joint k of each.

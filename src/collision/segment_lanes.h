@@ -1,11 +1,13 @@
 // The segment distance of primitives.cpp written once for a float and for
-// four lanes: every case is computed and the answer picked by selects, so a
-// lane gives the bits of d_paralle on its segments (a point is a segment of
-// no length, which makes it p2l). The squared answer is picked first and one
-// root taken at the end: every case of d_paralle is the root of a square.
+// four or eight lanes: every case is computed and the answer picked by
+// selects, so a lane gives the bits of d_paralle on its segments (a point is
+// a segment of no length, which makes it p2l). The squared answer is picked
+// first and one root taken at the end: every case of d_paralle is the root of
+// a square.
 #pragma once
 
 #include <cmath>
+#include <cstring>
 
 #include "kinematics/lanes.h"
 
@@ -14,6 +16,15 @@
 #endif
 
 namespace zq {
+
+// Eight lanes, for code compiled for AVX2: their helpers below are inlined
+// there, and work on the two halves where they need an instruction. No call
+// passes their 32-byte vectors, so the note on how one would does not apply.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wpsabi"
+typedef float Lanes8 __attribute__((vector_size(32)));
+typedef int32_t LaneMask8 __attribute__((vector_size(32)));
+
 namespace seg_detail {
 
 inline float root(float x) { return std::sqrt(x); }
@@ -24,15 +35,32 @@ inline Lanes root(Lanes x) {
     return Lanes{std::sqrt(x[0]), std::sqrt(x[1]), std::sqrt(x[2]), std::sqrt(x[3])};
 #endif
 }
+[[gnu::always_inline]] inline Lanes8 root(Lanes8 x) {
+    Lanes h[2];
+    std::memcpy(h, &x, sizeof x);
+    h[0] = root(h[0]);
+    h[1] = root(h[1]);
+    std::memcpy(&x, h, sizeof x);
+    return x;
+}
 inline float magnitude(float x) { return std::fabs(x); }
 inline Lanes magnitude(Lanes x) {
     return reinterpret_cast<Lanes>(reinterpret_cast<LaneMask>(x) & splat_bits(INT32_MAX));
+}
+[[gnu::always_inline]] inline Lanes8 magnitude(Lanes8 x) {
+    return reinterpret_cast<Lanes8>(reinterpret_cast<LaneMask8>(x) & (LaneMask8{} + INT32_MAX));
 }
 
 inline bool not_(int m) { return !m; }
 inline bool all_of(int m) { return m != 0; }
 inline bool all_of(LaneMask m) { return all_lanes(m); }
+[[gnu::always_inline]] inline bool all_of(LaneMask8 m) {
+    LaneMask h[2];
+    std::memcpy(h, &m, sizeof m);
+    return all_lanes(h[0] & h[1]);
+}
 inline LaneMask not_(LaneMask m) { return ~m; }
+[[gnu::always_inline]] inline LaneMask8 not_(LaneMask8 m) { return ~m; }
 
 // a where m, else b; m a bool or a lane mask.
 template <class M, class T>
@@ -105,8 +133,9 @@ template <class T>
 }
 
 }  // namespace seg_detail
+#pragma GCC diagnostic pop
 
-// Distance between the segments AB and CD, as d_paralle, for a float or four lanes.
+// Distance between the segments AB and CD, as d_paralle, for a float or lanes.
 template <class T>
 [[gnu::always_inline]] inline T segment_distance(const seg_detail::v3<T>& A, const seg_detail::v3<T>& B,
                                                   const seg_detail::v3<T>& C, const seg_detail::v3<T>& D) {
