@@ -105,8 +105,7 @@ __attribute__((target("avx2"))) void measure8(const float* xyz, const pair_ends*
 
 int pair_lane_width() {
 #if defined(ZQ_PAIR_LANES8)
-    static const int width = __builtin_cpu_supports("avx2") ? 8 : 4;
-    return width;
+    return has_avx2_lanes() ? 8 : 4;
 #else
     return 4;
 #endif

@@ -360,7 +360,6 @@ void end_errors4(const GeneralChain& chain, const zq_Mat_t& Hd, int n, const flo
 }
 
 #if defined(__x86_64__) || defined(__i386__)
-#define ZQ_WIDE_LANES 1
 __attribute__((target("avx2"))) void continuation8(const GeneralChain& chain, const zq_Mat_t& Hd, int n,
                                                   const float (*theta_0)[8], float (*q)[8]) {
     Ops<8>::continuation(chain, Hd, n, theta_0, q);
@@ -370,41 +369,32 @@ __attribute__((target("avx2"))) void end_errors8(const GeneralChain& chain, cons
                                                 const float (*q)[8], float* error) {
     Ops<8>::end_errors(chain, Hd, n, q, error);
 }
+#else
+// Without the wide lanes, never called: homotopy_lane_width() is 4.
+void continuation8(const GeneralChain&, const zq_Mat_t&, int, const float (*)[8], float (*)[8]) {}
+void end_errors8(const GeneralChain&, const zq_Mat_t&, int, const float (*)[8], float*) {}
 #endif
 
 }  // namespace
 
 int homotopy_lane_width() {
-#if defined(ZQ_WIDE_LANES)
-    static const int width = __builtin_cpu_supports("avx2") ? 8 : 4;
-    return width;
-#else
-    return 4;
-#endif
+    return has_avx2_lanes() ? 8 : 4;
 }
 
 void homotopy_continuation_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n, int width,
                                  const float theta_0[kHomotopyMaxLanes][8], float q[kHomotopyMaxLanes][8]) {
-#if defined(ZQ_WIDE_LANES)
-    if (width == 8 && homotopy_lane_width() == 8) {
+    if (width == 8 && homotopy_lane_width() == 8)
         continuation8(chain, Hd, n, theta_0, q);
-        return;
-    }
-#endif
-    continuation4(chain, Hd, n, theta_0, q);
-    if (width == 8) continuation4(chain, Hd, n, theta_0 + 4, q + 4);
+    else
+        for (int first = 0; first < width; first += 4) continuation4(chain, Hd, n, theta_0 + first, q + first);
 }
 
 void homotopy_end_errors_lanes(const GeneralChain& chain, const zq_Mat_t& Hd, int n, int width,
                                const float q[kHomotopyMaxLanes][8], float error[kHomotopyMaxLanes]) {
-#if defined(ZQ_WIDE_LANES)
-    if (width == 8 && homotopy_lane_width() == 8) {
+    if (width == 8 && homotopy_lane_width() == 8)
         end_errors8(chain, Hd, n, q, error);
-        return;
-    }
-#endif
-    end_errors4(chain, Hd, n, q, error);
-    if (width == 8) end_errors4(chain, Hd, n, q + 4, error + 4);
+    else
+        for (int first = 0; first < width; first += 4) end_errors4(chain, Hd, n, q + first, error + first);
 }
 
 }  // namespace zq

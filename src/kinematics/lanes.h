@@ -27,6 +27,17 @@ inline LaneMask splat_bits(int32_t x) {
     return LaneMask{x, x, x, x};
 }
 
+// Whether this processor runs the eight-lane code paths compiled for AVX2
+// (asked once).
+inline bool has_avx2_lanes() {
+#if defined(__x86_64__) || defined(__i386__)
+    static const bool avx2 = __builtin_cpu_supports("avx2");
+    return avx2;
+#else
+    return false;
+#endif
+}
+
 // Whether every lane of a comparison result is set.
 inline bool all_lanes(LaneMask m) {
 #if defined(__SSE__)
