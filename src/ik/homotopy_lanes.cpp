@@ -1,13 +1,12 @@
 // The homotopy continuation of several seeds at once, one seed per lane:
 // four lanes, or eight where the processor has AVX2 (chosen at run time;
-// the four-lane path is the baseline; sixteen AVX-512 lanes measured slower
-// than eight). Every
-// lane does the float arithmetic of the one-seed form (general_chain.cpp,
-// solve6 and the two Newton steps) in the same order, so each seed ends
-// where that form ends it, to the bit; this unit is compiled without
-// contraction into fused multiply-adds for that reason. Lanes whose
-// elimination gives up (a pivot or multiplier that is not finite) take no
-// step, as a seed of the one-seed form does.
+// the four-lane path is the baseline; sixteen AVX-512 lanes measured no
+// faster than eight). Every lane does the float arithmetic of the one-seed
+// form (general_chain.cpp, solve6 and the two Newton steps) in the same
+// order, so each seed ends where that form ends it, to the bit; this unit is
+// compiled without contraction into fused multiply-adds for that reason.
+// Lanes whose elimination gives up (a pivot or multiplier that is not
+// finite) take no step, as a seed of the one-seed form does.
 
 // The wide lanes' helpers take and return 32-byte vectors; all of them are
 // inlined into the one entry point compiled for AVX2, so no call ever passes
@@ -16,7 +15,6 @@
 #pragma GCC diagnostic ignored "-Wpsabi"
 
 #include <cmath>
-#include <cstring>
 
 #include "ik/general_chain.h"
 #include "ik/homotopy.h"
