@@ -247,15 +247,15 @@ def python_docs(generated):
     text = STUBS.read_text()
     calls = hand_calls()
     py_calls = {(s, n): c for s, n, c in PY_CALLS}
-    docs = {}
+    # The generated methods from their C functions, so that a method new to the headers has its
+    # docstring before the stubs on disk list it; the hand-written ones from the stubs.
+    docs = {("Arm", name): face_doc(cname, "py", ins, outs, PY_NOTES.get(("Arm", name)))
+            for name, (cname, ins, outs) in generated.items()}
     for scope, name, args in stub_defs(text):
         key = (scope, name)
         if name.startswith("_") or key in docs:
             continue
-        if scope == "Arm" and name in generated:
-            cname, ins, outs = generated[name]
-            docs[key] = face_doc(cname, "py", ins, outs, PY_NOTES.get(key))
-        elif key in PY_ONLY:
+        if key in PY_ONLY:
             docs[key] = wrapped(PY_ONLY[key], "")
         elif key in py_calls or (scope == "Arm" and name in calls):
             cname = py_calls.get(key) or calls[name]

@@ -206,8 +206,9 @@ struct MotionEngine::Impl {
         queue.pop_front();
         cur.from = current;
         if (cur.to.size() != current.size()) cur.to.resize(current.size(), 0.0);
-        // A move that would bring the arm into contact with itself ends where it is still free.
-        cur.to = contact.last_free(cur.from, cur.to, &cur.self_contact);
+        // A move that would bring the arm into contact with itself ends where it is still free
+        // (a faulted move stays where it is, below, and is not checked).
+        if (cur.fault == 0) cur.to = contact.last_free(cur.from, cur.to, &cur.self_contact);
         double t = cur.cart_duration;
         if (cur.profile == Segment::Profile::Smooth) {
             for (std::size_t i = 0; i < current.size(); ++i) {
@@ -223,7 +224,7 @@ struct MotionEngine::Impl {
             cur.to = cur.from;
             cur.pose_type = false;
             cur.duration = kMinMoveSeconds;  // the controller's planning cycles
-            sim.update([fault](ArmConfig& a) { a.state.err = {fault}; });
+            sim.update([fault](ArmConfig& a) { file_arm_error(a, fault); });
         }
         started = now;
         paused_for = Clock::duration::zero();
@@ -594,7 +595,7 @@ struct MotionEngine::Impl {
         const int fault = stream_fault(q);
         if (fault != 0) {
             last_step.assign(q.size(), 0.0);  // the arm holds where it is
-            sim.update([fault](ArmConfig& a) { a.state.err = {fault}; });
+            sim.update([fault](ArmConfig& a) { file_arm_error(a, fault); });
             return {};
         }
         // A set point that brings the arm into contact with itself is not taken: the arm holds

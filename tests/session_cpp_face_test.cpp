@@ -141,4 +141,16 @@ TEST(CppFaceQp, StepThrowsItsOwnCodes) {
     EXPECT_EQ(code_of([] { zq::qp::set_dq_weight(std::vector<float>(8, 1.0f)); }), -4);
 }
 
+// A path shorter than its count says is refused, never read past; a whole one is answered.
+TEST(CppFaceAlgo, SelfCollisionPathReadsOnlyWhatItIsGiven) {
+    zq::algo::init_sys_data(ZQ_MODEL_ZQ41_E, ZQ_MODEL_ZQ_B_E);
+    const std::vector<float> free_pose = {0, 0, 90, 0, 90, 0};
+    std::vector<float> path;
+    for (int k = 0; k < 3; ++k) path.insert(path.end(), free_pose.begin(), free_pose.end());
+    EXPECT_EQ(zq::algo::self_collision_path(path, 3), -1);
+    path.pop_back();
+    EXPECT_EQ(code_of([&] { zq::algo::self_collision_path(path, 3); }), -4);
+    EXPECT_EQ(code_of([&] { zq::algo::self_collision_path(path, -1); }), -4);
+}
+
 }  // namespace

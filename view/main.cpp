@@ -147,8 +147,10 @@ int main(int argc, char** argv) {
         const size_t colon = arm_addr.rfind(':');
         if (colon == std::string::npos) return bad_usage("invalid arm address", arm_addr.c_str());
         host = arm_addr.substr(0, colon);
-        port = std::atoi(arm_addr.c_str() + colon + 1);
-        if (port <= 0 || port > 65535) return bad_usage("invalid arm address", arm_addr.c_str());
+        char* end = nullptr;
+        const char* digits = arm_addr.c_str() + colon + 1;
+        port = static_cast<int>(std::strtol(digits, &end, 10));
+        if (end == digits || *end || port <= 0 || port > 65535) return bad_usage("invalid arm address", arm_addr.c_str());
     }
 
     // Stop signals blocked before any thread starts, so that only the wait below sees them.
@@ -158,6 +160,7 @@ int main(int argc, char** argv) {
     if (zq_init(opt.poll ? ZQ_RECV_THREAD_MODE : ZQ_RECV_UDP_THREAD_MODE) != 0) return 1;
     zq_robot_handle* arm = zq_create_robot_arm(host.c_str(), port);
     if (!arm || arm->id < 0) {
+        if (arm) zq_delete_robot_arm(arm);  // a failed handle is deleted all the same
         std::fprintf(stderr, "zq_view: cannot reach the arm at %s:%d\n", host.c_str(), port);
         zq_destroy();
         return 1;

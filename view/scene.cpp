@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "collision/capsule_check.h"
 #include "collision/capsule_models.h"
 #include "collision/self_collision.h"
 #include "collision/tool_envelope.h"
@@ -21,7 +22,7 @@
 namespace zqview {
 namespace {
 
-constexpr float kContact = 1e-5f;  // the check's own threshold: closer is contact
+using zq::kContact;  // the check's own threshold: closer is contact
 
 void append(std::string& out, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 void append(std::string& out, const char* fmt, ...) {

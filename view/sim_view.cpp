@@ -12,6 +12,7 @@ SimulatorView::SimulatorView(int sim_port, int http_port) {
     }
     zq_robot_handle* arm = zq_create_robot_arm("127.0.0.1", sim_port);
     if (!arm || arm->id < 0) {
+        if (arm) zq_delete_robot_arm(arm);  // a failed handle is deleted all the same
         error_ = "cannot connect to the simulator";
         return;
     }

@@ -105,6 +105,7 @@ struct Viewer::Impl {
 
     httplib::Server server;
     std::thread server_thread, sampler;
+    std::atomic<bool> listen_ended{false};  // the server's loop returned
     int bound = -1;
 
     mutable std::mutex lock;  // guards frame, seq, stopping
@@ -263,8 +264,12 @@ int Viewer::start() {
         return -1;
     }
     m.sampler = std::thread([&m] { m.sample_loop(); });
-    m.server_thread = std::thread([&m] { m.server.listen_after_bind(); });
-    while (!m.server.is_running()) std::this_thread::sleep_for(milliseconds(1));
+    m.server_thread = std::thread([&m] {
+        m.server.listen_after_bind();
+        m.listen_ended = true;
+    });
+    // Until the server runs, or its loop has already returned (then stop() ends the rest).
+    while (!m.server.is_running() && !m.listen_ended) std::this_thread::sleep_for(milliseconds(1));
     return m.bound;
 }
 

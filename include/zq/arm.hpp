@@ -13,6 +13,7 @@
 #include <cstdint>
 #include <cstring>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -736,8 +737,19 @@ inline float self_collision_clearance(const std::vector<float>& q) {
 // The first of `count` configurations (joint count angles each, one after another) in contact
 // or outside the limits; -1 when all are free.
 inline int self_collision_path(const std::vector<float>& q, int count) {
+    if (count < 0) throw Error(-4, "zq_algo_self_collision_path");
+    // The call reads `count` times the joint count, at most 7, of angles: what the vector lacks
+    // of that is NaN, which the call refuses (-4), so a short vector is an error, not a read past it.
+    const std::size_t most = static_cast<std::size_t>(count) * 7;
+    std::vector<float> padded;
+    const float* data = q.data();
+    if (q.size() < most) {
+        padded = q;
+        padded.resize(most, std::numeric_limits<float>::quiet_NaN());
+        data = padded.data();
+    }
     int first = -1;
-    const int rc = zq_algo_self_collision_path(q.data(), count, &first);
+    const int rc = zq_algo_self_collision_path(data, count, &first);
     if (rc != 0) throw Error(rc, "zq_algo_self_collision_path");
     return first;
 }

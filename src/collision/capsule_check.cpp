@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <functional>
 #include <vector>
 
 #include "collision/segment_lanes.h"
@@ -300,27 +301,40 @@ struct plan {
         for (int i = points; i % kPairBlock != 0; ++i) point_ends[i] = point_ends[points - 1];
     }
 };
+constexpr int kToolCounts = kMaxToolSpheres + 1;  // 0 to kMaxToolSpheres spheres, and capsules
+
+plan plan_for(const capsule_family& f, int nt, int nk) {
+    plan p;
+    walk(f, nt, nk, [&](const plan_pair& pp) { p.add(pp); });
+    p.finish();
+    return p;
+}
+
 struct plans {
     std::vector<plan> all;
     int families = 0;
     plans() {
         const capsule_family* f = capsule_families(&families);
-        all.resize(static_cast<size_t>(families) * 36);
+        all.resize(static_cast<size_t>(families) * kToolCounts * kToolCounts);
         for (int i = 0; i < families; ++i)
-            for (int nt = 0; nt <= kMaxToolSpheres; ++nt)
-                for (int nk = 0; nk <= kMaxToolSpheres; ++nk) {
-                    plan& p = all[static_cast<size_t>((i * 6 + nt) * 6 + nk)];
-                    walk(f[i], nt, nk, [&](const plan_pair& pp) { p.add(pp); });
-                    p.finish();
-                }
+            for (int nt = 0; nt < kToolCounts; ++nt)
+                for (int nk = 0; nk < kToolCounts; ++nk)
+                    all[static_cast<size_t>((i * kToolCounts + nt) * kToolCounts + nk)] = plan_for(f[i], nt, nk);
     }
 };
 
+// The walk of a family of the table, made once; a family given by a copy
+// has its walk made for the call.
 const plan& plan_of(const capsule_family& f, int nt, int nk) {
     static const plans every;
     int count = 0;
     const capsule_family* first = capsule_families(&count);
-    return every.all[static_cast<size_t>(((&f - first) * 6 + nt) * 6 + nk)];
+    const std::less<const capsule_family*> before;
+    if (!before(&f, first) && before(&f, first + count))
+        return every.all[static_cast<size_t>(((&f - first) * kToolCounts + nt) * kToolCounts + nk)];
+    thread_local plan own;
+    own = plan_for(f, nt, nk);
+    return own;
 }
 
 bool contact(float r, float d, bool strict) { return strict ? r > d : r >= d; }

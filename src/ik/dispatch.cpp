@@ -84,12 +84,7 @@ int verified(const zq_Mat_t& Tbase_flange, bool flange_row, int dof, float q[8])
     const zq_Mat_t aim = flange_row ? remove_flange_link(Tbase_flange, sys_data.dh) : Tbase_flange;
     if (!newton_refine(aim, dof, q, kRefineSteps, kRefineTolerance) || !flange_reaches(Tbase_flange, q))
         return kIkNoSolution;
-    float lo[8], hi[8];
-    get_joint_min(lo);
-    get_joint_max(hi);
-    for (int i = 0; i < dof && i < kMaxJoints; ++i)
-        if (!(lo[i] <= q[i] && q[i] <= hi[i])) return kIkOutsideLimits;
-    return kIkOk;
+    return position_limit_check(q) == 0 ? kIkOk : kIkOutsideLimits;
 }
 
 // A solver that finds rows only outside the limits may have carried a joint
@@ -143,7 +138,7 @@ int ik_dispatch(const float* q_ref, const zq_pose_t& pose, float* q_out, uint8_t
         // where it stands, or withdrawn. Rows found only outside the limits
         // get a second solve.
         if (ik_rescue_enabled() && (r->form == kWorldTool || redundancy_mode() != 1)) {
-            const zq_Mat_t Tbf = target_of(kBaseFlange, pose, flag);
+            const zq_Mat_t Tbf = r->form == kBaseFlange ? target : target_of(kBaseFlange, pose, flag);
             const bool flange_row = r->solver == joint7_sweep_ik;
             if (result == kIkOk) result = verified(Tbf, flange_row, dof, out);
             if (result == kIkOutsideLimits && resolved_inside(*r, target, Tbf, flange_row, ref_in, dof, out))

@@ -112,6 +112,12 @@ void chain_error(const GeneralChain& c, const zq_Mat_t& Hd, const float q[8], fl
     }
 }
 
+float norm6(const float e[6]) {
+    float e2 = 0.0f;
+    for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
+    return std::sqrt(e2);
+}
+
 bool transform_finite(const zq_Mat_t& T) {
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j)

@@ -23,6 +23,9 @@ GeneralChain general_chain(int joints);
 // R Hd^T, so that de/dq is the base-frame Jacobian Jn. Jn may be null.
 void chain_error(const GeneralChain& c, const zq_Mat_t& Hd, const float q[8], float e[6], float Jn[6][7]);
 
+// The Euclidean norm of an error e, summed in order from 0.
+float norm6(const float e[6]);
+
 // Axis-angle of Re: the rotation vector, with the half-turn fallback on the
 // diagonal of Re.
 void rotation_vector(const float Re[3][3], float a[3]);

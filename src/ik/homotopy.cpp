@@ -96,12 +96,6 @@ struct Newton {
     }
 };
 
-float norm6(const float e[6]) {
-    float e2 = 0.0f;
-    for (int k = 0; k < 6; ++k) e2 += e[k] * e[k];
-    return std::sqrt(e2);
-}
-
 bool distinct(const HomotopySolutions& s, const float q[8], int n);
 
 // A seed's end, wrapped into [-pi, pi), with its error, becomes a solution
@@ -326,7 +320,8 @@ void homotopy_collect(const zq_Mat_t& Hd, int joints, HomotopyStep step, Homotop
     if (ends) ends->count = 0;
     const int n = joints < 1 ? 1 : (joints > 7 ? 7 : joints);
     const Newton newton{general_chain(n), Hd, n, step};
-    lanes = lanes && (n == 6 || n == 7);
+    // The lanes know the two steps of homotopy_ik6 and homotopy_ik7 only.
+    lanes = lanes && ((n == 6 && step == homotopy_inverse_step) || (n == 7 && step == homotopy_pseudo_inverse_step));
     const int batch = lanes ? homotopy_lane_width() : kBatch;
     for (int first = 0; first < kHomotopySeeds && out->count < kHomotopyMaxSolutions; first += batch) {
         const int count = kHomotopySeeds - first < batch ? kHomotopySeeds - first : batch;

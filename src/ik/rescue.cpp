@@ -17,12 +17,6 @@ constexpr float kReachRadians = 1e-3f;
 constexpr float kFirstDamping = 1e-6f;
 constexpr float kMaxDamping = 1e2f;
 
-float norm6(const float e[6]) {
-    float s = 0.0f;
-    for (int k = 0; k < 6; ++k) s += e[k] * e[k];
-    return std::sqrt(s);
-}
-
 }  // namespace
 
 bool ik_rescue_enabled() {

@@ -1,16 +1,12 @@
 // Services an application uses on a list of solutions: choose one, check
 // position limits, check velocity limits.
+#include "ik/solvers.h"
 #include "kinematics/sys_data.h"
 #include "kinematics/units.h"
 #include "zq_algo.h"
 
 namespace zq {
-namespace {
 
-constexpr double kNoBest = 1000000.0;
-
-// Joints in radians against the stored limits (no offset): 0, or the
-// 1-based number of the first joint outside.
 int position_limit_check(const float q[8]) {
     float hi[8], lo[8];
     get_joint_max(hi);
@@ -20,6 +16,10 @@ int position_limit_check(const float q[8]) {
         if (!(lo[i] <= q[i] && q[i] <= hi[i])) return i + 1;
     return 0;
 }
+
+namespace {
+
+constexpr double kNoBest = 1000000.0;
 
 }  // namespace
 }  // namespace zq

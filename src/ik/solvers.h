@@ -19,6 +19,10 @@ enum IkResult {
 using IkSolver = int (*)(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
 
 // Closed forms of the six-joint arms; target Tworld_tool.
+// Joints in radians against the stored limits (no offset): 0, or the
+// 1-based number of the first joint outside.
+int position_limit_check(const float q[8]);
+
 int ik_zq41(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
 int ik_zql36(const zq_Mat_t& target, float q_ref[8], float q_out[8]);
 int ik_shoulder_offset(const zq_Mat_t& target, float q_ref[8], float q_out[8]);

@@ -309,8 +309,8 @@ long process_id() { return static_cast<long>(::getpid()); }
 
 std::string executable_dir() {
     char path[4096];
-    const ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
-    if (n <= 0) return {};
+    const ssize_t n = ::readlink("/proc/self/exe", path, sizeof path);
+    if (n <= 0 || n >= static_cast<ssize_t>(sizeof path)) return {};  // none, or cut off
     const std::string file(path, static_cast<size_t>(n));
     const size_t slash = file.rfind('/');
     return slash == std::string::npos ? std::string() : file.substr(0, slash);
